@@ -1,0 +1,12 @@
+# Instruments a target, and whatever links it, with the sanitizers of KVSHAPES_SANITIZE.
+function(kvshapes_sanitize target)
+  if(KVSHAPES_SANITIZE STREQUAL "address")
+    set(flags -fsanitize=address,undefined -fno-sanitize-recover=undefined -fno-omit-frame-pointer)
+  elseif(KVSHAPES_SANITIZE STREQUAL "thread")
+    set(flags -fsanitize=thread -fno-omit-frame-pointer)
+  elseif(KVSHAPES_SANITIZE)
+    message(FATAL_ERROR "KVSHAPES_SANITIZE is empty, address or thread, not ${KVSHAPES_SANITIZE}")
+  endif()
+  target_compile_options(${target} PUBLIC $<BUILD_INTERFACE:${flags}>)
+  target_link_options(${target} PUBLIC $<BUILD_INTERFACE:${flags}>)
+endfunction()
