@@ -26,8 +26,8 @@ struct UsageError : std::runtime_error
 /// Writes a result to standard output: as JSON, or as lines of text with one table for each list of records.
 void print(const Json& result, bool asJson);
 
-/// Reads a mesh that has triangles and finite coordinates; anything else raises with the file's name and, where there is
-/// one, the line.
+/// Reads a mesh that has triangles and finite coordinates; anything else raises with the file's name and, where there
+/// is one, the line.
 std::shared_ptr<Mesh> readMesh(const std::string& file);
 
 /// The points of all collections of a file in the text format, in order; raises like readMesh.

@@ -16,19 +16,16 @@ Json answer(const std::string& firstFile, const std::string& secondFile)
   first.getNearestPoints(second, onFirst, onSecond, squareDistance, std::numeric_limits<double>::max());
   std::vector<MeshSearchTree::TriangleIntersectionResult> crossings;
   first.getMeshIntersections(second, crossings);
-  return {{"first", firstFile},
-          {"second", secondFile},
-          {"distance", std::sqrt(squareDistance)},
-          {"on first", toJson(onFirst)},
-          {"on second", toJson(onSecond)},
-          {"crossing triangles", crossings.size()}};
+  return {{"first", firstFile},          {"second", secondFile},          {"distance", std::sqrt(squareDistance)},
+          {"on first", toJson(onFirst)}, {"on second", toJson(onSecond)}, {"crossing triangles", crossings.size()}};
 }
 
 } // namespace
 
 void addDistance(CLI::App& app, const bool& asJson)
 {
-  auto* command = app.add_subcommand("distance", "Finds the nearest points of two meshes and counts crossing triangles");
+  auto* command =
+      app.add_subcommand("distance", "Finds the nearest points of two meshes and counts crossing triangles");
   auto first = std::make_shared<std::string>();
   auto second = std::make_shared<std::string>();
   command->add_option("FIRST", *first, "Mesh in the text format")->required();

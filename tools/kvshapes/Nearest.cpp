@@ -16,9 +16,11 @@ struct Options
 std::vector<Vector<double, 3>> queriesOf(const Options& options)
 {
   std::vector<Vector<double, 3>> queries;
-  for (const std::string& text : options.points) queries.push_back(parseVector("--point", text));
+  for (const std::string& text : options.points)
+    queries.push_back(parseVector("--point", text));
   if (!options.pointsFile.empty())
-    for (const Point3N& point : readPoints(options.pointsFile)) queries.push_back(point);
+    for (const Point3N& point : readPoints(options.pointsFile))
+      queries.push_back(point);
   if (queries.empty()) throw UsageError("nearest: give --point x,y,z or --points FILE");
   return queries;
 }
@@ -49,7 +51,8 @@ void addNearest(CLI::App& app, const bool& asJson)
   auto options = std::make_shared<Options>();
   command->add_option("FILE", options->file, "Mesh in the text format")->required();
   command->add_option("--point", options->points, "A point x,y,z; may be given several times");
-  command->add_option("--points", options->pointsFile, "A file of points in the text format (\"poly3d\", \"projpoints\")");
+  command->add_option("--points", options->pointsFile,
+                      "A file of points in the text format (\"poly3d\", \"projpoints\")");
   command->callback([options, &asJson] { print(answer(*options), asJson); });
 }
 

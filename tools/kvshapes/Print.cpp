@@ -19,25 +19,30 @@ std::string cell(const Json& value)
   if (value.is_null()) return "-";
   if (!value.is_array()) return value.dump();
   std::string text;
-  for (const Json& entry : value) text += (text.empty() ? "" : " ") + cell(entry);
+  for (const Json& entry : value)
+    text += (text.empty() ? "" : " ") + cell(entry);
   return text;
 }
 
 void printTable(const Json& records)
 {
   std::vector<std::vector<std::string>> rows(1);
-  for (const auto& field : records.front().items()) rows.front().push_back(field.key());
+  for (const auto& field : records.front().items())
+    rows.front().push_back(field.key());
   for (const Json& record : records) {
     std::vector<std::string> row;
-    for (const std::string& name : rows.front()) row.push_back(cell(record.value(name, Json())));
+    for (const std::string& name : rows.front())
+      row.push_back(cell(record.value(name, Json())));
     rows.push_back(std::move(row));
   }
   std::vector<std::size_t> widths(rows.front().size());
   for (const auto& row : rows)
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+    for (std::size_t i = 0; i < row.size(); ++i)
+      widths[i] = std::max(widths[i], row[i].size());
   for (const auto& row : rows) {
     std::string line;
-    for (std::size_t i = 0; i < row.size(); ++i) line += fmt::format("{:<{}}", row[i], widths[i] + gap);
+    for (std::size_t i = 0; i < row.size(); ++i)
+      line += fmt::format("{:<{}}", row[i], widths[i] + gap);
     line.erase(line.find_last_not_of(' ') + 1);
     fmt::print("{}\n", line);
   }

@@ -21,7 +21,8 @@ struct Hit
   double distance;
 };
 
-std::vector<Hit> firstHit(const MeshSearchTree& tree, const Vector<double, 3>& origin, const Vector<double, 3>& direction)
+std::vector<Hit> firstHit(const MeshSearchTree& tree, const Vector<double, 3>& origin,
+                          const Vector<double, 3>& direction)
 {
   Hit hit;
   if (!tree.raySelectFirst(origin, direction, hit.place, hit.point, hit.distance)) return {};

@@ -33,7 +33,9 @@ void addSection(CLI::App& app, const bool& asJson)
   auto* command = app.add_subcommand("section", "Lists the triangles that a plane cuts");
   auto options = std::make_shared<Options>();
   command->add_option("FILE", options->file, "Mesh in the text format")->required();
-  command->add_option("--plane", options->plane, "Normal and distance from the origin nx,ny,nz,d; the normal is normalised")
+  command
+      ->add_option("--plane", options->plane,
+                   "Normal and distance from the origin nx,ny,nz,d; the normal is normalised")
       ->required();
   command->callback([options, &asJson] { print(answer(*options), asJson); });
 }

@@ -1,0 +1,37 @@
+#pragma once
+
+#include "geometry/Point3N.h"
+
+namespace Kavrel {
+
+/// A foot point with the angle of a rotation about its normal.
+class KVSHAPES_EXPORT RotationPoint : public Point3N
+{
+public:
+  constexpr RotationPoint() = default;
+  /// \p angle is in radians.
+  constexpr RotationPoint(const Point3N& footPoint, double angle) : Point3N(footPoint), rotationAngle(angle) {}
+
+  constexpr Point3N getFootPoint() const { return *this; }
+  constexpr void setFootPoint(const Point3N& footPoint) { Point3N::operator=(footPoint); }
+  /// In radians.
+  constexpr double getRotationAngle() const { return rotationAngle; }
+  constexpr void setRotationAngle(double angle) { rotationAngle = angle; }
+
+  /// The rotation by the angle about the axis through the foot point along its normal, by the right-hand rule; the
+  /// identity without a normal. Raises MathException when the normal is too short to give a direction.
+  CoordinateSystem<double, 3> calculateRotationCoordinateSystem() const;
+
+  void save(PersistenceArchiver& archiver, unsigned int version) const;
+  void load(PersistenceArchiver& archiver, unsigned int version);
+  static void serialization_register(void* record);
+
+private:
+  static bool s_force_serialization_registration;
+
+  double rotationAngle = 0.0;
+};
+
+static_assert(std::is_trivially_copyable_v<RotationPoint>);
+
+} // namespace Kavrel
