@@ -16,14 +16,14 @@ public:
   virtual ~AllocatedCachedEvalObjectBase();
 
   /// Bytes that the entry has announced. Called with the cache's lock held: it must not take a lock.
-  virtual std::size_t getSizeInBytes() const = 0;
+  virtual std::size_t getSizeInBytes() const noexcept = 0;
 
   /// Measures the value again and announces the difference.
   virtual void recomputeSize() = 0;
 
   /// Gives the value up and returns the bytes that were announced for it. May come at any time and from any thread that
   /// uses the cache, never with the cache's lock held; the entry is unregistered by then.
-  virtual std::size_t drop() = 0;
+  virtual std::size_t drop() noexcept = 0;
 
   /// Names the kind of value.
   virtual const char* getLabel() const = 0;
