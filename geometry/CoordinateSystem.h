@@ -125,7 +125,7 @@ public:
   static void serialization_register(void* record);
 
 private:
-  friend struct PersistenceAccess;
+  friend class PersistenceAccess;
 
   void save(PersistenceArchiver& archiver, unsigned int version) const;
   void load(PersistenceArchiver& archiver, unsigned int version);

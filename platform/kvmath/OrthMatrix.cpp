@@ -1,5 +1,6 @@
 #include "platform/kvmath/OrthMatrix.h"
 
+#include "platform/kvmath/ClassicLocaleGuard.h"
 #include "platform/kvmath/MathException.h"
 
 #include <ostream>
@@ -9,6 +10,7 @@ namespace Kavrel {
 template <class T, unsigned dim>
 void OrthMatrix<T, dim>::dumpAsPyArray(std::ostream& out) const
 {
+  const ClassicLocaleGuard guard(out);
   for (unsigned i = 0; i < dim; ++i) {
     out << (i == 0 ? "[[" : ", [") << (*this)(i, 0);
     for (unsigned j = 1; j < dim; ++j)

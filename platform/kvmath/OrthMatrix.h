@@ -51,13 +51,15 @@ public:
   }
 
   /// Makes the `dim` vectors of the array orthonormal in place, in array order: the first one keeps its direction.
+  /// A vector that depends on those before it becomes zero or, by rounding, any direction across them.
   static void orthoNormalize(Vector<T, dim>* vectors)
   {
-    for (unsigned i = 0; i < dim; ++i) {
-      for (unsigned j = 0; j < i; ++j)
-        vectors[i] -= vectors[j] * vectors[i].dot(vectors[j]);
-      vectors[i].normalize();
-    }
+    for (unsigned i = 0; i < dim; ++i)
+      for (int pass = 0; pass < 2; ++pass) { // the second pass removes what cancellation left in the first
+        for (unsigned j = 0; j < i; ++j)
+          vectors[i] -= vectors[j] * vectors[i].dot(vectors[j]);
+        vectors[i].normalize(T(0));
+      }
   }
 
   /// The nested list of the rows, "[[a, b], [c, d]]".

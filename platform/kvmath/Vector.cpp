@@ -1,5 +1,7 @@
 #include "platform/kvmath/Vector.h"
 
+#include "platform/kvmath/ClassicLocaleGuard.h"
+
 #include <istream>
 #include <ostream>
 
@@ -8,6 +10,7 @@ namespace Kavrel {
 template <class T, unsigned dim>
 std::ostream& operator<<(std::ostream& out, const Vector<T, dim>& v)
 {
+  const ClassicLocaleGuard guard(out);
   out << v[0];
   for (unsigned i = 1; i < dim; ++i)
     out << ' ' << v[i];
@@ -17,6 +20,7 @@ std::ostream& operator<<(std::ostream& out, const Vector<T, dim>& v)
 template <class T, unsigned dim>
 std::istream& operator>>(std::istream& in, Vector<T, dim>& v)
 {
+  const ClassicLocaleGuard guard(in);
   for (unsigned i = 0; i < dim; ++i)
     in >> v[i];
   return in;

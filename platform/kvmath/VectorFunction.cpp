@@ -1,5 +1,7 @@
 #include "platform/kvmath/VectorFunction.h"
 
+#include "platform/kvmath/ClassicLocaleGuard.h"
+
 #include <cmath>
 #include <ostream>
 
@@ -32,6 +34,7 @@ Vector<T, dim> VectorFunction::unitVectorLinearMorphing(double t, const Vector<T
 template <class T, unsigned dim>
 void VectorFunction::dumpAsPyArray(const Vector<T, dim>& v, std::ostream& out)
 {
+  const ClassicLocaleGuard guard(out);
   out << '[' << v[0];
   for (unsigned i = 1; i < dim; ++i)
     out << ", " << v[i];
