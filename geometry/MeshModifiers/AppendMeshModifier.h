@@ -17,7 +17,7 @@ class KVSHAPES_EXPORT AppendMeshModifier : public MeshModifier
 public:
   using PlacedMeshes = std::list<std::pair<std::shared_ptr<const Mesh>, CoordinateSystem<double, 3>>>;
 
-  explicit AppendMeshModifier(Mesh& mesh);
+  explicit AppendMeshModifier(Mesh& meshToEdit);
   AppendMeshModifier(const AppendMeshModifier&) = default;
   ~AppendMeshModifier() override;
 

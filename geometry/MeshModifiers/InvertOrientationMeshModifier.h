@@ -9,7 +9,7 @@ namespace Kavrel {
 class KVSHAPES_EXPORT InvertOrientationMeshModifier : public MeshModifier
 {
 public:
-  explicit InvertOrientationMeshModifier(Mesh& mesh);
+  explicit InvertOrientationMeshModifier(Mesh& meshToEdit);
   InvertOrientationMeshModifier(const InvertOrientationMeshModifier&) = default;
   ~InvertOrientationMeshModifier() override;
 

@@ -8,7 +8,7 @@ namespace Kavrel {
 class KVSHAPES_EXPORT TopologyGenerationMeshModifier : public MeshModifier
 {
 public:
-  explicit TopologyGenerationMeshModifier(Mesh& mesh);
+  explicit TopologyGenerationMeshModifier(Mesh& meshToEdit);
   TopologyGenerationMeshModifier(const TopologyGenerationMeshModifier&) = default;
   ~TopologyGenerationMeshModifier() override;
 
