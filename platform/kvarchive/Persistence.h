@@ -131,7 +131,6 @@ void loadPointer(PersistenceArchiver& archiver, std::shared_ptr<T>& pointer, boo
 {
   using Class = std::remove_const_t<T>;
   std::shared_ptr<void> target = std::const_pointer_cast<Class>(pointer);
-  pointer.reset();
   PersistenceAccess::PendingPointer pending =
       PersistenceAccess::loadPointerHead(archiver, PersistenceAccess::record<Class>(), target, nonOwning);
   pointer = std::static_pointer_cast<Class>(target);

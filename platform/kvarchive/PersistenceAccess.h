@@ -131,10 +131,14 @@ private:
   static unsigned int hashForType(const std::type_info& type);
   static void selectClass(PersistenceArchiver& archiver, unsigned int hash, const BaseClassRegister& expected,
                           BaseClassRegister& record);
-  static void shareKnownObject(PersistenceArchiver& archiver, const PendingPointer& pending, unsigned int expectedHash,
-                               const std::shared_ptr<void>& known, std::shared_ptr<void>& target, bool nonOwning);
-  static void takeNewObject(PersistenceArchiver& archiver, PendingPointer& pending, unsigned int expectedHash,
+  static PointerMapContainerBase& pointerMap(PersistenceArchiver& archiver, PendingPointer& pending,
+                                             const BaseClassRegister& expected);
+  static void shareKnownObject(PersistenceArchiver& archiver, const PendingPointer& pending,
+                               PointerMapContainerBase& container, std::shared_ptr<void> known,
+                               std::shared_ptr<void>& target, bool nonOwning);
+  static void takeNewObject(PersistenceArchiver& archiver, PendingPointer& pending, PointerMapContainerBase& container,
                             std::shared_ptr<void>& target, bool nonOwning);
+  static void* asExpected(const PendingPointer& pending, void* object);
   [[noreturn]] static void raiseNoFrame();
 };
 

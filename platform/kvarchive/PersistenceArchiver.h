@@ -157,6 +157,7 @@ private:
   struct Detour
   {
     std::size_t body;
+    std::size_t end;
     std::size_t skipped;
   };
 
@@ -232,6 +233,10 @@ private:
 
   std::size_t position() const { return static_cast<std::size_t>(m_cursor - m_begin); }
   std::size_t room() const { return static_cast<std::size_t>(m_limit - m_cursor); }
+  void reserve(std::size_t bytes)
+  {
+    if (m_mode != Mode::writing || room() < bytes) grow(bytes);
+  }
   void reset(Mode mode);
   void grow(std::size_t bytes);
   void releaseUnclaimed();
@@ -243,6 +248,7 @@ private:
   unsigned int versionFor(unsigned int hash, const BaseClassRegister& expected);
   [[noreturn]] static void raiseEndOfStream();
   [[noreturn]] static void raiseTooDeep();
+  [[noreturn]] static void raiseCorruptedFrame();
 
   char* m_begin = nullptr;
   char* m_cursor = nullptr;

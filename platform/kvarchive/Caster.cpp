@@ -1,0 +1,7 @@
+#include "platform/kvarchive/Caster.h"
+
+namespace Kavrel {
+
+Caster::~Caster() = default;
+
+} // namespace Kavrel

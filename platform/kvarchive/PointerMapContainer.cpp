@@ -1,0 +1,7 @@
+#include "platform/kvarchive/PointerMapContainer.h"
+
+namespace Kavrel {
+
+MapContainer::~MapContainer() = default;
+
+} // namespace Kavrel
