@@ -1,13 +1,12 @@
 #pragma once
 
 #include "platform/Export.h"
+#include "platform/kvarchive/Persistent.h"
 
 #include <string>
 #include <utility>
 
 namespace Kavrel {
-
-class PersistenceArchiver;
 
 /// Base of objects that carry a name, in memory and in the archive. The name is free text, empty at first.
 class KVSHAPES_EXPORT NameInterface
@@ -20,9 +19,6 @@ public:
   const std::string& getName() const { return name; }
   void setName(std::string text) { name = std::move(text); }
 
-  /// Fills an archive record with this class's entry.
-  static void serialization_register(void* record);
-
 protected:
   NameInterface(const NameInterface&) = default;
   NameInterface(NameInterface&&) = default;
@@ -31,6 +27,8 @@ protected:
 
 private:
   std::string name;
+
+  KVSHAPES_PERSISTENT();
 };
 
 } // namespace Kavrel

@@ -33,6 +33,8 @@ public:
   static void serialization_register(void* record);
 
 private:
+  static bool s_force_serialization_registration;
+
   std::uint64_t high;
   std::uint64_t low;
 };

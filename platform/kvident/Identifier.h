@@ -31,6 +31,8 @@ public:
   static void serialization_register(void* record);
 
 private:
+  static bool s_force_serialization_registration;
+
   explicit constexpr Identifier(std::uint64_t id) : value(id) {}
 
   std::uint64_t value;

@@ -36,6 +36,9 @@ public:
   double upper = 1.0;
   bool firstFlag = false;
   bool secondFlag = false;
+
+private:
+  static bool s_force_serialization_registration;
 };
 
 } // namespace Kavrel

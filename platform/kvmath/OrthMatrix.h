@@ -73,6 +73,8 @@ private:
   friend struct OrthMatrixCheck;
   /// Raises MathException with \p message unless \p ok.
   static void ensure(bool ok, const char* message);
+
+  static bool s_force_serialization_registration;
 };
 
 /// The door to OrthMatrix::ensure for the code that turns a failed rotation into a raise.

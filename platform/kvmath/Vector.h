@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/Export.h"
+#include "platform/kvarchive/Persistent.h"
 
 #include <cmath>
 #include <cstddef>
@@ -9,8 +10,6 @@
 #include <type_traits>
 
 namespace Kavrel {
-
-class PersistenceArchiver;
 
 /// The length below which a vector of scalar type T counts as zero unless the caller says otherwise.
 template <class T>
@@ -215,11 +214,20 @@ public:
   }
 
 private:
+  static bool s_force_serialization_registration;
+
   T values[dim] = {};
 };
 
 static_assert(sizeof(Vector<double, 3>) == 3 * sizeof(double) && sizeof(Vector<float, 2>) == 2 * sizeof(float));
 static_assert(std::is_trivially_copyable_v<Vector<double, 3>> && !std::is_polymorphic_v<Vector<double, 3>>);
+
+/// A vector is stored as its components alone.
+template <class T, unsigned dim>
+struct PersistentFlat<Vector<T, dim>>
+{
+  using Component = T;
+};
 
 /// Writes the components separated by one blank, in the precision of the stream.
 template <class T, unsigned dim>
