@@ -3,6 +3,7 @@
 #include "geometry/BoundingBox.h"
 #include "geometry/Instantiations.h"
 #include "geometry/Point.h"
+#include "platform/kvarchive/Persistent.h"
 #include "platform/kvident/Identifier.h"
 #include "platform/kvmath/Interval.h"
 
@@ -12,8 +13,6 @@
 
 namespace Kavrel {
 
-class PersistenceAccess;
-class PersistenceArchiver;
 template <class T, unsigned dim>
 class CoordinateSystem;
 template <class T, unsigned dim>
@@ -125,8 +124,6 @@ public:
   /// Whether \p other is this very object: two curves of equal shape are not equal. Null gives false.
   bool isEqual(const std::shared_ptr<const Curve>& other) const;
 
-  static void serialization_register(void* record);
-
 protected:
   /// The source is left with the default interval, tolerance 0 and the invalid identifier.
   Curve(Curve&& other) noexcept;
@@ -135,16 +132,11 @@ protected:
   /// Refines the stretch of \p polyline between the vertices \p index and \p index + 1, which lie at t0 and t1.
   virtual void refine(PolyLine<Point<T, dim>>& polyline, int index, double t0, double t1, int depth) const;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-
   Interval domain;
   T tolerance;
   Identifier id;
 
-private:
-  friend class PersistenceAccess;
-  static bool s_force_serialization_registration;
+  KVSHAPES_PERSISTENT();
 };
 
 #define KV_INSTANTIATE(...) extern template class Curve<__VA_ARGS__>;
