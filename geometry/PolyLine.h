@@ -254,24 +254,7 @@ public:
   /// Writes the text form to a file, see PolyLineDump::toFile().
   void dump(const std::string& name, int number, bool append, PolyNormalDumpMode mode) const;
 
-  static void serialization_register(void* record);
-
-protected:
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-
 private:
-  friend class PersistenceAccess;
-  static bool s_force_serialization_registration;
-
-  /// A place on the line: the segment, its length and the fraction of it.
-  struct Place
-  {
-    std::size_t segment;
-    double length;
-    double u;
-  };
-
   iterator at(std::size_t index) { return points.begin() + static_cast<std::ptrdiff_t>(index); }
   std::size_t wrapped(std::size_t index) const { return index < points.size() ? index : index - points.size(); }
   std::size_t nextIndex(std::size_t index, std::size_t count) const
@@ -285,17 +268,13 @@ private:
     return closed && count > 0 ? count - 1 : 0;
   }
 
-  double segmentLength(std::size_t index) const;
-  Place placeAt(double length) const;
   std::size_t numberOfParameters() const { return closed ? points.size() + 1 : points.size(); }
-  std::pair<double, double> segmentParameters(std::size_t segment) const;
-  std::size_t segmentAtParam(double t, const std::vector<double>& parameters) const;
-  std::size_t segmentAtParam(double t) const;
-  Direction scaledDirection(std::size_t segment, const Direction& scale) const;
 
   std::vector<PointType> points;
   bool closed = false;
   mutable std::string hash;
+
+  KVSHAPES_PERSISTENT();
 };
 
 #define KV_INSTANTIATE(...) extern template class PolyLine<__VA_ARGS__>;

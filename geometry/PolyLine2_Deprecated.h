@@ -11,11 +11,7 @@ public:
   using PolyLine<Point<double, 2>>::PolyLine;
   ~PolyLine2_Deprecated() override;
 
-  static void serialization_register(void* record);
-
-private:
-  friend class PersistenceAccess;
-  static bool s_force_serialization_registration;
+  KVSHAPES_PERSISTENT();
 };
 
 } // namespace Kavrel
