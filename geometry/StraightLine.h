@@ -78,21 +78,16 @@ public:
   /// A new line with the default tolerance.
   std::shared_ptr<Curve<T, dim>> create() const override;
 
-  static void serialization_register(void* record);
-
 protected:
   /// A line needs no further points.
   void refine(PolyLine<Point<T, dim>>& polyline, int index, double t0, double t1, int depth) const override;
 
 private:
-  friend class PersistenceAccess;
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static bool s_force_serialization_registration;
-
   Point<T, dim> start;
   Point<T, dim> end;
   Vector<T, dim> direction;
+
+  KVSHAPES_PERSISTENT();
 };
 
 /// The points of the two infinite lines that are closest to each other. False, with the points possibly written, when
