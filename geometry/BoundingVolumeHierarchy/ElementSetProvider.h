@@ -1,0 +1,71 @@
+#pragma once
+
+#include "geometry/BoundingVolumeHierarchy/AxisAlignedBox.h"
+#include "geometry/BoundingVolumeHierarchy/ElementSources.h"
+#include "geometry/BoundingVolumeHierarchy/PackedElements.h"
+#include "geometry/Segment.h"
+#include "geometry/mesh/Triangle.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <utility>
+#include <vector>
+
+namespace Kavrel::BoundingVolumeHierarchy {
+
+/// Holds the elements of a hierarchy by value, each with the position it had in the source: its id. The build puts them
+/// into leaf order. What an element refers to (the points of a segment, the vertices of a triangle) is borrowed and
+/// must neither go nor move while the hierarchy is used.
+///
+/// Sources: a vector of elements; for points a vector of any point type of the dimension; for segments a polyline or
+/// several; for triangles a mesh or several. In a list a null pointer is skipped, and ids run on over its entries.
+template <class E>
+class KVSHAPES_EXPORT ElementSetProvider
+{
+public:
+  using Element = E;
+
+  std::uint64_t numberOfElements() const { return records.size(); }
+  /// The element at a position in leaf order. The position isn't checked.
+  const E& getElement(unsigned position) const { return records[position].element; }
+  /// The position in the source of the element at a position in leaf order.
+  std::uint32_t getElementId(unsigned position) const { return records[position].id; }
+  /// The capacity of the element storage in bytes.
+  std::uint64_t estimateBytes() const { return records.capacity() * sizeof(Record) + packed.estimateBytes(); }
+
+  /// Compact copies of the elements for fast rejection, where the kind of element has them.
+  const PackedElements<E>& getPackedElements() const { return packed; }
+
+protected:
+  ElementSetProvider() = default;
+  template <class Source>
+    requires ElementSourceOf<Source, E>
+  explicit ElementSetProvider(const Source& source);
+
+  /// Puts the elements into the order that the sorter found: what stood at `sorter.getPosition(i)` comes to i.
+  template <class Sorter>
+  void reorder(const Sorter& sorter)
+  {
+    std::vector<Record> sorted;
+    sorted.reserve(records.size());
+    for (std::size_t i = 0; i < records.size(); ++i)
+      sorted.push_back(records[sorter.getPosition(i)]);
+    records.swap(sorted);
+  }
+
+  PackedElements<E> packed;
+
+private:
+  // The id fills what the alignment of the element leaves free.
+  struct Record
+  {
+    [[no_unique_address]] E element;
+    std::uint32_t id;
+  };
+
+  void append(const E& element) { records.push_back({element, static_cast<std::uint32_t>(records.size())}); }
+
+  std::vector<Record> records;
+};
+
+} // namespace Kavrel::BoundingVolumeHierarchy

@@ -1,0 +1,171 @@
+#pragma once
+
+#include "geometry/BoundingVolumeHierarchy/ChildMeasures.h"
+#include "geometry/BoundingVolumeHierarchy/Node.h"
+#include "geometry/BoundingVolumeHierarchy/VolumeTests.h"
+
+#include <cstdint>
+#include <limits>
+
+/// The walks through one hierarchy and through two. They take callables for what a query is to a volume and for what
+/// happens at a leaf; Queries.h makes the common queries out of them. The root itself is not tested. No walk allocates.
+namespace Kavrel::BoundingVolumeHierarchy {
+
+/// More than the depth of any tree: element positions have 31 bits and every split halves.
+inline constexpr unsigned maximumDepth = 32;
+
+/// Visits leaves in the order of what is nearest at each node.
+/// - `measure(firstChild, secondChild)` gives the ChildValues of two nodes; on a tie the first child is visited first.
+/// - `tooFar(value)` says whether a child of that value can be left out. It is asked twice about the child of greater
+///   value: before its sibling is visited, and after.
+/// - `leaf(first, end)` takes the element positions of a leaf.
+template <class Hierarchy, class Measure, class TooFar, class Leaf>
+void visitNearestFirst(const Hierarchy& tree, const Measure& measure, const TooFar& tooFar, const Leaf& leaf)
+{
+  struct Waiting
+  {
+    double value;
+    std::uint32_t node;
+  };
+  Waiting waiting[maximumDepth];
+  unsigned count = 0;
+  std::uint32_t index = 0;
+  while (true) {
+    const auto& node = tree.getNode(index);
+    bool descends = false;
+    if (node.isLeaf()) {
+      leaf(node.firstElement(), node.endElement());
+    } else {
+      const ChildValues values = measure(tree.getNode(node.firstWord), tree.getNode(node.secondWord));
+      const bool secondIsNearer = values.first > values.second;
+      const double nearer = secondIsNearer ? values.second : values.first;
+      const double farther = secondIsNearer ? values.first : values.second;
+      if (!tooFar(farther)) waiting[count++] = {farther, secondIsNearer ? node.firstWord : node.secondWord};
+      descends = !tooFar(nearer);
+      index = secondIsNearer ? node.secondWord : node.firstWord;
+    }
+    while (!descends) {
+      if (count == 0) return;
+      --count;
+      descends = !tooFar(waiting[count].value);
+      index = waiting[count].node;
+    }
+  }
+}
+
+/// Visits the leaves below all nodes that `accepts(volume)` lets pass, the first child before the second.
+template <class Hierarchy, class Accepts, class Leaf>
+void visitAll(const Hierarchy& tree, const Accepts& accepts, const Leaf& leaf)
+{
+  std::uint32_t waiting[maximumDepth];
+  unsigned count = 0;
+  std::uint32_t index = 0;
+  while (true) {
+    const auto& node = tree.getNode(index);
+    if (!node.isLeaf()) {
+      const bool second = accepts(tree.getNode(node.secondWord).volume);
+      if (accepts(tree.getNode(node.firstWord).volume)) {
+        if (second) waiting[count++] = node.secondWord;
+        index = node.firstWord;
+        continue;
+      }
+      if (second) {
+        index = node.secondWord;
+        continue;
+      }
+    } else {
+      leaf(node.firstElement(), node.endElement());
+    }
+    if (count == 0) return;
+    index = waiting[--count];
+  }
+}
+
+/// The same with both children asked at once: `measure` gives ChildValues, and a child passes unless `tooFar(value)`.
+template <class Hierarchy, class Measure, class TooFar, class Leaf>
+void visitAllNear(const Hierarchy& tree, const Measure& measure, const TooFar& tooFar, const Leaf& leaf)
+{
+  std::uint32_t waiting[maximumDepth];
+  unsigned count = 0;
+  std::uint32_t index = 0;
+  while (true) {
+    const auto& node = tree.getNode(index);
+    if (!node.isLeaf()) {
+      const ChildValues values = measure(tree.getNode(node.firstWord), tree.getNode(node.secondWord));
+      const bool first = !tooFar(values.first);
+      const bool second = !tooFar(values.second);
+      if (first && second) waiting[count++] = node.secondWord;
+      if (first || second) {
+        index = first ? node.firstWord : node.secondWord;
+        continue;
+      }
+    } else {
+      leaf(node.firstElement(), node.endElement());
+    }
+    if (count == 0) return;
+    index = waiting[--count];
+  }
+}
+
+/// Of two nodes the one to descend into: the inner one, of two inner ones the larger, by the product of extents; A on a
+/// tie.
+template <class NodeA, class NodeB>
+bool descendsIntoB(const NodeA& a, const NodeB& b)
+{
+  if (a.isLeaf()) return true;
+  if (b.isLeaf()) return false;
+  return volume(b.volume) > volume(a.volume);
+}
+
+/// Visits pairs of leaves of two hierarchies, the nearer child of a split node first, the second only if strictly
+/// nearer.
+/// - `measure(volumeA, volumeB)` gives the value of two nodes;
+/// - `tooFar(value)` says whether a pair of that value can be left out;
+/// - `leaves(nodeA, nodeB)` takes two leaves.
+template <class HierarchyA, class HierarchyB, class Measure, class TooFar, class Leaves>
+void visitNearestPairs(const HierarchyA& treeA, const HierarchyB& treeB, std::uint32_t indexA, std::uint32_t indexB,
+                       const Measure& measure, const TooFar& tooFar, const Leaves& leaves)
+{
+  const auto& a = treeA.getNode(indexA);
+  const auto& b = treeB.getNode(indexB);
+  if (a.isLeaf() && b.isLeaf()) return leaves(a, b);
+
+  // Descends into the split tree; `value` and `visit` name the children of the one that splits.
+  const auto descend = [&](const auto& split, const auto& value, const auto& visit) {
+    const double first = value(split.firstWord);
+    const double second = split.hasSecondChild() ? value(split.secondWord) : std::numeric_limits<double>::max();
+    const bool secondIsNearer = second < first;
+    if (!tooFar(secondIsNearer ? second : first)) visit(secondIsNearer ? split.secondWord : split.firstWord);
+    if (!split.hasSecondChild()) return;
+    if (!tooFar(secondIsNearer ? first : second)) visit(secondIsNearer ? split.firstWord : split.secondWord);
+  };
+  if (descendsIntoB(a, b))
+    descend(
+        b, [&](std::uint32_t child) { return measure(a.volume, treeB.getNode(child).volume); },
+        [&](std::uint32_t child) { visitNearestPairs(treeA, treeB, indexA, child, measure, tooFar, leaves); });
+  else
+    descend(
+        a, [&](std::uint32_t child) { return measure(treeA.getNode(child).volume, b.volume); },
+        [&](std::uint32_t child) { visitNearestPairs(treeA, treeB, child, indexB, measure, tooFar, leaves); });
+}
+
+/// Visits all pairs of leaves whose volumes, and those of all nodes above, `accepts(volumeA, volumeB)` lets pass.
+/// `leaves(nodeA, nodeB)` takes two leaves. The pair that the walk starts with is tested too.
+template <class HierarchyA, class HierarchyB, class Accepts, class Leaves>
+void visitAllPairs(const HierarchyA& treeA, const HierarchyB& treeB, std::uint32_t indexA, std::uint32_t indexB,
+                   const Accepts& accepts, const Leaves& leaves)
+{
+  const auto& a = treeA.getNode(indexA);
+  const auto& b = treeB.getNode(indexB);
+  if (!accepts(a.volume, b.volume)) return;
+  if (a.isLeaf() && b.isLeaf()) return leaves(a, b);
+  if (descendsIntoB(a, b)) {
+    visitAllPairs(treeA, treeB, indexA, b.firstWord, accepts, leaves);
+    if (b.hasSecondChild()) visitAllPairs(treeA, treeB, indexA, b.secondWord, accepts, leaves);
+  } else {
+    visitAllPairs(treeA, treeB, a.firstWord, indexB, accepts, leaves);
+    if (a.hasSecondChild()) visitAllPairs(treeA, treeB, a.secondWord, indexB, accepts, leaves);
+  }
+}
+
+} // namespace Kavrel::BoundingVolumeHierarchy
