@@ -1,8 +1,10 @@
 #include "geometry/mesh/HalfEdgePairing.h"
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <span>
+#include <utility>
 #include <vector>
 
 namespace Kavrel {
@@ -16,68 +18,68 @@ BucketEntry entryOf(std::uint32_t higherVertex, std::uint32_t edge) { return std
 std::uint32_t higherVertexOf(BucketEntry entry) { return static_cast<std::uint32_t>(entry >> 32); }
 std::uint32_t edgeOf(BucketEntry entry) { return static_cast<std::uint32_t>(entry); }
 
+/// Works on indices alone and writes the records last, front to back: most of the time goes into memory.
 class HalfEdgeBuilder
 {
 public:
-  explicit HalfEdgeBuilder(MeshData& meshData) : data(meshData), bucketEnds(meshData.vertices.size(), 0) {}
+  explicit HalfEdgeBuilder(MeshData& meshData)
+      : data(meshData), firstOutgoing(meshData.vertices.size(), none), bucketEnds(meshData.vertices.size(), 0)
+  {}
 
   void build()
   {
-    createHalfEdges();
+    readCorners();
+    countEdges();
     fillBuckets();
-    std::uint32_t begin = 0;
-    for (std::uint32_t v = 0; v < bucketEnds.size(); ++v) {
-      pairBucket(v, std::span(entries).subspan(begin, bucketEnds[v] - begin));
-      begin = bucketEnds[v];
-    }
+    pairBuckets();
+    writeHalfEdges();
+    writeVertices();
   }
 
 private:
-  /// Also counts the half-edges of each bucket.
-  void createHalfEdges()
+  void readCorners()
   {
-    for (Vertex& vertex : data.vertices)
-      vertex.setHalfEdge(nullptr);
-    data.halfEdges.clear();
     origins.reserve(3 * data.triangles.size());
-    for (Triangle& triangle : data.triangles) {
-      HalfEdge* const edges[3] = {appendHalfEdge(), appendHalfEdge(), appendHalfEdge()};
-      triangle.setHalfEdge(edges[0]);
-      for (unsigned i = 0; i < 3; ++i) {
-        Vertex& origin = triangle.getVertexRef(i);
-        edges[i]->setTriangle(&triangle);
-        edges[i]->setVertex(triangle.getVertex((i + 1) % 3));
-        edges[i]->setNextEdge(edges[(i + 1) % 3]);
-        if (!origin.getHalfEdge()) origin.setHalfEdge(edges[i]);
-        origins.push_back(origin.getIndex());
-      }
-      const std::uint32_t* const corners = &origins[origins.size() - 3];
-      for (unsigned i = 0; i < 3; ++i)
-        ++bucketEnds[std::min(corners[i], corners[(i + 1) % 3])];
-    }
+    for (const Triangle& triangle : data.triangles)
+      for (unsigned corner = 0; corner < 3; ++corner)
+        origins.push_back(triangle.getVertexRef(corner).getIndex());
   }
 
-  HalfEdge* appendHalfEdge()
+  void countEdges()
   {
-    HalfEdge& edge = data.halfEdges.emplace_back();
-    edge.setIndex(static_cast<unsigned>(data.halfEdges.size() - 1));
-    return &edge;
+    forEachHalfEdge([this](std::uint32_t edge, std::uint32_t origin, std::uint32_t head) {
+      if (firstOutgoing[origin] == none) firstOutgoing[origin] = edge;
+      ++bucketEnds[std::min(origin, head)];
+    });
   }
 
   void fillBuckets()
   {
     std::uint32_t sum = 0;
-    for (std::uint32_t& end : bucketEnds) {
-      const std::uint32_t count = end;
-      end = sum;
-      sum += count;
-    }
+    for (std::uint32_t& end : bucketEnds)
+      sum += std::exchange(end, sum);
     entries.resize(origins.size());
+    forEachHalfEdge([this](std::uint32_t edge, std::uint32_t origin, std::uint32_t head) {
+      entries[bucketEnds[std::min(origin, head)]++] = entryOf(std::max(origin, head), edge);
+    });
+  }
+
+  template <class Visit>
+  void forEachHalfEdge(Visit visit) const
+  {
     for (std::uint32_t first = 0; first < origins.size(); first += 3)
-      for (unsigned i = 0; i < 3; ++i) {
-        const auto [lower, higher] = std::minmax(origins[first + i], origins[first + (i + 1) % 3]);
-        entries[bucketEnds[lower]++] = entryOf(higher, first + i);
-      }
+      for (std::uint32_t i = 0; i < 3; ++i)
+        visit(first + i, origins[first + i], origins[first + (i + 1) % 3]);
+  }
+
+  void pairBuckets()
+  {
+    neighbours.assign(origins.size(), none);
+    std::uint32_t begin = 0;
+    for (std::uint32_t vertex = 0; vertex < bucketEnds.size(); ++vertex) {
+      pairBucket(vertex, std::span(entries).subspan(begin, bucketEnds[vertex] - begin));
+      begin = bucketEnds[vertex];
+    }
   }
 
   void pairBucket(std::uint32_t lower, std::span<BucketEntry> bucket)
@@ -125,17 +127,49 @@ private:
     }
   }
 
-  void setNeighbour(BucketEntry entry, BucketEntry neighbour)
-  {
-    data.halfEdges[edgeOf(entry)].setNeighbourEdge(&data.halfEdges[edgeOf(neighbour)]);
-  }
+  void setNeighbour(BucketEntry entry, BucketEntry neighbour) { neighbours[edgeOf(entry)] = edgeOf(neighbour); }
 
   bool isFromHigher(BucketEntry entry) const { return origins[edgeOf(entry)] == higherVertexOf(entry); }
 
+  void writeHalfEdges()
+  {
+    data.halfEdges.resize(origins.size());
+    auto next = data.halfEdges.begin();
+    std::uint32_t index = 0;
+    for (Triangle& triangle : data.triangles) {
+      std::array<HalfEdge*, 3> sides;
+      for (HalfEdge*& side : sides)
+        side = &*next++;
+      for (unsigned corner = 0; corner < 3; ++corner, ++index) {
+        const unsigned following = (corner + 1) % 3;
+        HalfEdge& side = *sides[corner];
+        side.setIndex(index);
+        side.setTriangle(&triangle);
+        side.setVertex(triangle.getVertex(following));
+        side.setNextEdge(sides[following]);
+        side.setNeighbourEdge(halfEdgeAt(neighbours[index]));
+      }
+      triangle.setHalfEdge(sides[0]);
+    }
+  }
+
+  void writeVertices()
+  {
+    auto first = firstOutgoing.begin();
+    for (Vertex& vertex : data.vertices)
+      vertex.setHalfEdge(halfEdgeAt(*first++));
+  }
+
+  HalfEdge* halfEdgeAt(std::uint32_t index) { return index == none ? nullptr : &data.halfEdges[index]; }
+
+  static constexpr std::uint32_t none = 0xFFFFFFFF;
+
   MeshData& data;
-  std::vector<std::uint32_t> origins; // by half-edge
-  std::vector<std::uint32_t> bucketEnds;
-  std::vector<BucketEntry> entries;
+  std::vector<std::uint32_t> origins;       // by half-edge
+  std::vector<std::uint32_t> neighbours;    // by half-edge
+  std::vector<std::uint32_t> firstOutgoing; // by vertex
+  std::vector<std::uint32_t> bucketEnds;    // by vertex
+  std::vector<BucketEntry> entries;         // by lower vertex of the edge
 };
 
 } // namespace
