@@ -52,19 +52,15 @@ public:
   /// Writes the form of Point3N, " C: ", the constraint's name (nothing for a value without name) and a line end.
   void dump(std::ostream& out) const;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 private:
   static constexpr CONSTRAINT constraintOf(const Point3N& point)
   {
     return point.getNormal().sqrLength() > 0.01 ? Clamped : Fixed;
   }
 
-  static bool s_force_serialization_registration;
-
   CONSTRAINT constraint = Clamped;
+
+  KVSHAPES_PERSISTENT();
 };
 
 static_assert(std::is_trivially_copyable_v<ConstraintPoint>);

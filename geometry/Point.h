@@ -1,6 +1,7 @@
 #pragma once
 
 #include "geometry/Instantiations.h"
+#include "platform/kvarchive/Persistent.h"
 #include "platform/kvmath/Vector.h"
 
 #include <cstdint>
@@ -81,12 +82,7 @@ public:
   /// Writes the coordinates as operator<< of Vector does.
   void dump(std::ostream& out) const;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
-private:
-  static bool s_force_serialization_registration;
+  KVSHAPES_PERSISTENT();
 };
 
 template <class T, unsigned dim>
@@ -120,6 +116,12 @@ inline Point<T, dim>& Point<T, dim>::transform(const CoordinateSystem<T, dim>& s
 
 static_assert(sizeof(Point<double, 3>) == sizeof(Vector<double, 3>) && sizeof(Point<float, 2>) == 2 * sizeof(float));
 static_assert(std::is_trivially_copyable_v<Point<double, 3>> && std::is_trivially_copyable_v<Point<float, 2>>);
+
+template <class T, unsigned dim>
+struct PersistentFlat<Point<T, dim>>
+{
+  using Component = T;
+};
 
 #define KV_EXTERN(...) extern template class Point<__VA_ARGS__>;
 KV_FOR_EACH_SPACE(KV_EXTERN)

@@ -108,18 +108,14 @@ public:
   /// Writes "P: ", the coordinates, " N: " and the normal.
   void dump(std::ostream& out) const;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 protected:
   constexpr void setPosition(const Vector<double, 3>& position) { static_cast<Vector<double, 3>&>(*this) = position; }
 
 private:
-  static bool s_force_serialization_registration;
-
   bool normalPresent = false;
   Vector<double, 3> normal;
+
+  KVSHAPES_PERSISTENT();
 };
 
 static_assert(sizeof(Point3N) == 56 && std::is_trivially_copyable_v<Point3N>);

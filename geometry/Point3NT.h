@@ -103,15 +103,11 @@ public:
   /// Writes the coordinates, " T: " and the tangent.
   void dump(std::ostream& out) const;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 private:
-  static bool s_force_serialization_registration;
-
   bool tangentPresent = false;
   Vector<double, 3> tangent;
+
+  KVSHAPES_PERSISTENT();
 };
 
 static_assert(std::is_trivially_copyable_v<Point3NT>);

@@ -59,10 +59,6 @@ public:
   }
   constexpr void setMeshId(Identifier id) { meshId = id; }
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 private:
   constexpr void forgetPlace()
   {
@@ -70,12 +66,12 @@ private:
     logicalPosition = NotPlaced;
   }
 
-  static bool s_force_serialization_registration;
-
   Identifier meshId = Identifier::getInvalidId();
   std::int32_t triangleIndex = -1;
   std::int32_t boundaryNumber = -1;
   PointPosition logicalPosition = NotPlaced;
+
+  KVSHAPES_PERSISTENT();
 };
 
 static_assert(std::is_trivially_copyable_v<ProjectionPoint>);

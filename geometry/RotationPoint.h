@@ -22,14 +22,10 @@ public:
   /// identity without a normal. Raises MathException when the normal is too short to give a direction.
   CoordinateSystem<double, 3> calculateRotationCoordinateSystem() const;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 private:
-  static bool s_force_serialization_registration;
-
   double rotationAngle = 0.0;
+
+  KVSHAPES_PERSISTENT();
 };
 
 static_assert(std::is_trivially_copyable_v<RotationPoint>);
