@@ -118,8 +118,13 @@ private:
   bool checkIntersection(const Segment& other, Intersection& result, bool crossing, const PointType& point, double u,
                          double v, double sqrCollinearTol, double sqrLengthTol) const;
   bool findOverlap(const Segment& other, Intersection& result, double sqrCollinearTol) const;
-  void setNormalAt(double t, PointType& point) const;
+  /// The position on the infinite line, as linearInterpolation of the points gives it.
+  constexpr Position positionAt(double t) const
+  {
+    return static_cast<const Direction&>(*start).linearInterpolation(static_cast<Scalar>(t), *end);
+  }
   void setBlendAt(double t, PointType& point) const;
+  void setFoot(double t, PointType& out) const;
 
   const PointType* start = nullptr;
   const PointType* end = nullptr;
@@ -142,7 +147,7 @@ constexpr typename Segment<PointType>::Position Segment<PointType>::nearestPosit
   const double t = parameterOf(p);
   if (t < 0.0) return *start;
   if (t > 1.0) return *end;
-  return static_cast<const Direction&>(*start).linearInterpolation(static_cast<Scalar>(t), *end);
+  return positionAt(t);
 }
 
 #define KV_EXTERN(...) extern template class Segment<__VA_ARGS__>;
