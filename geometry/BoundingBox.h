@@ -95,10 +95,6 @@ public:
   /// Whether the ray meets one of the four sides, seen along z.
   bool checkIntersectionXY(const Ray<Point<T, dim>>& ray) const;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 private:
   constexpr void enlargeValid(const Vector<T, dim>& p)
   {
@@ -119,11 +115,11 @@ private:
   template <class Accept>
   bool visitSideHitsXY(const Ray<Point<T, dim>>& ray, Accept accept) const;
 
-  static bool s_force_serialization_registration;
-
   Point<T, dim> min;
   Point<T, dim> max;
   bool valid = false;
+
+  KVSHAPES_PERSISTENT();
 };
 
 static_assert(std::is_trivially_copyable_v<BoundingBox<double, 3>>);

@@ -145,15 +145,11 @@ public:
   /// Writes a square of two triangles with sides of length \p size about \p center, for debugging. In 3D only.
   void dump(Vector<T, dim>& center, const std::string& fileName, double size) const requires(dim == 3);
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 private:
-  static bool s_force_serialization_registration;
-
   T distance;
   Vector<T, dim> normal;
+
+  KVSHAPES_PERSISTENT();
 };
 
 static_assert(std::is_trivially_copyable_v<Plane<double, 3>>);
