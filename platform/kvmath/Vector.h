@@ -95,11 +95,13 @@ public:
   constexpr T sqrLength() const { return dot(*this); }
   T length() const { return std::sqrt(sqrLength()); }
 
-  /// Scales to unit length. A length below eps, zero or NaN gives false and leaves the vector as it is.
+  /// Scales to unit length. A length below eps, zero or NaN gives false and leaves the vector as it is, and so does an
+  /// infinite component. Squares that overflow or vanish are taken care of.
   bool normalize(T eps = defaultLengthEps<T>)
   {
     const T norm = length();
-    if (!(norm > T(0)) || norm < eps) return false;
+    if (!isSafeLength(norm)) return normalizeScaled(eps);
+    if (norm < eps) return false;
     *this /= norm;
     return true;
   }
@@ -113,11 +115,7 @@ public:
   }
 
   /// Whether normalize() would succeed.
-  bool isNormalizable() const
-  {
-    const T norm = length();
-    return norm > T(0) && norm >= defaultLengthEps<T>;
-  }
+  bool isNormalizable() const { return Vector(*this).normalize(); }
 
   /// Whether the length is 1 to within the default epsilon.
   bool isNormalized() const { return std::abs(length() - T(1)) <= defaultLengthEps<T>; }
@@ -143,10 +141,10 @@ public:
   /// finite vectors. The result doesn't depend on the lengths, so eps is not needed; callers pass it by habit.
   T angle(const Vector& b, [[maybe_unused]] T eps = T(1e-4)) const requires(dim > 1)
   {
-    if constexpr (dim == 2)
-      return std::atan2(std::abs(cross(b)), dot(b));
-    else
-      return std::atan2(cross(b).length(), dot(b));
+    const T across = crossLength(b);
+    if (isSafeLength(across)) return std::atan2(across, dot(b));
+    const Vector p = getScaled(), q = b.getScaled();
+    return std::atan2(p.crossLength(q), p.dot(q));
   }
 
   /// The part of b perpendicular to this vector, which needn't be of unit length but mustn't be zero.
@@ -165,8 +163,7 @@ public:
   {
     if constexpr (dim == 2) {
       Vector turned(-values[1], values[0]);
-      const T norm = turned.length();
-      if (norm > T(0)) turned /= norm;
+      turned.normalize(T(0));
       return turned;
     } else {
       // Across the axis of the smallest component the cross product is longest.
@@ -175,9 +172,8 @@ public:
         if (std::abs(values[i]) < std::abs(values[axis])) axis = i;
       Vector unit;
       unit[axis] = T(1);
-      const Vector across = cross(unit);
-      const T norm = across.length();
-      return norm > T(0) ? across / norm : unit;
+      Vector across = cross(unit);
+      return across.normalize(T(0)) ? across : unit;
     }
   }
 
@@ -215,6 +211,46 @@ public:
 
 private:
   static bool s_force_serialization_registration;
+
+  /// Whether the square of the length neither overflows nor loses digits by underflow.
+  static constexpr bool isSafeLength(T length)
+  {
+    constexpr bool single = std::is_same_v<T, float>;
+    return length > (single ? T(1e-15) : T(1e-140)) && length < (single ? T(1e18) : T(1e150));
+  }
+
+  T crossLength(const Vector& b) const requires(dim > 1)
+  {
+    if constexpr (dim == 2)
+      return std::abs(cross(b));
+    else
+      return cross(b).length();
+  }
+
+  T largestComponent() const
+  {
+    T largest = T(0);
+    for (unsigned i = 0; i < dim; ++i)
+      if (!(std::abs(values[i]) <= largest)) largest = std::abs(values[i]);
+    return largest;
+  }
+
+  /// A copy with components of at most 1; zero and non-finite vectors stay.
+  Vector getScaled() const
+  {
+    const T largest = largestComponent();
+    return largest > T(0) && std::isfinite(largest) ? *this / largest : *this;
+  }
+
+  bool normalizeScaled(T eps)
+  {
+    const T largest = largestComponent();
+    Vector scaled = getScaled();
+    const T norm = scaled.length();
+    if (!(norm > T(0)) || !std::isfinite(norm) || largest * norm < eps) return false;
+    *this = scaled / norm;
+    return true;
+  }
 
   T values[dim] = {};
 };
