@@ -2,6 +2,7 @@
 
 #include "geometry/Plane.h"
 #include "geometry/StraightLine.h"
+#include "platform/kvarchive/Persistence.h"
 #include "platform/kvmath/ClassicLocaleGuard.h"
 #include "platform/kvmath/MathException.h"
 #include "platform/kvmath/MatrixFunctions.h"
@@ -19,8 +20,15 @@ constexpr double distanceEps = 1e-12;
 constexpr double sqrDistanceEps = 1e-24;
 constexpr double normalizeEps = 1e-12; // in float, too
 constexpr double halfTurn = 3.141592653589793;
+constexpr unsigned currentVersion = 500002;
 
 } // namespace
+
+KVSHAPES_PERSISTENT_KEY("BoostExportCoordinateSystem2f", currentVersion, CoordinateSystem<float, 2>)
+KVSHAPES_PERSISTENT_KEY("BoostExportCoordinateSystem3f", currentVersion, CoordinateSystem<float, 3>)
+KVSHAPES_PERSISTENT_KEY("BoostExportCoordinateSystem2", currentVersion, CoordinateSystem<double, 2>)
+KVSHAPES_PERSISTENT_KEY("BoostExportCoordinateSystem3", currentVersion, CoordinateSystem<double, 3>)
+KVSHAPES_PERSISTENT_TEMPLATE((class T, unsigned dim), (CoordinateSystem<T, dim>))
 
 template <class T, unsigned dim>
 CoordinateSystem<T, dim>::CoordinateSystem(const OrthMatrix<T, dim>& axes, const PointType& position)
@@ -294,6 +302,25 @@ std::string CoordinateSystem<T, dim>::toStringPyDict(int precision) const
   out.precision(precision);
   dumpAsPyDict(out);
   return out.str();
+}
+
+template <class T, unsigned dim>
+void CoordinateSystem<T, dim>::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  Persistence::saveObject(archiver, orientation);
+  Persistence::saveObject(archiver, origin);
+}
+
+template <class T, unsigned dim>
+void CoordinateSystem<T, dim>::load(PersistenceArchiver& archiver, unsigned int version)
+{
+  Persistence::loadObject(archiver, orientation);
+  Persistence::loadObject(archiver, origin);
+  if (version < currentVersion) {
+    bool dropped = false; // the memo was once stored
+    archiver >> dropped;
+  }
+  identityKnown = false;
 }
 
 template <class T, unsigned dim>

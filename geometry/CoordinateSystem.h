@@ -2,6 +2,7 @@
 
 #include "geometry/Instantiations.h"
 #include "geometry/Point.h"
+#include "platform/kvarchive/Persistent.h"
 #include "platform/kvmath/OrthMatrix.h"
 
 #include <iosfwd>
@@ -9,7 +10,6 @@
 
 namespace Kavrel {
 
-class PersistenceArchiver;
 template <class T, unsigned dim>
 class Plane;
 template <class T, unsigned dim>
@@ -122,14 +122,7 @@ public:
   /// The same as a text with \p precision significant digits.
   std::string toStringPyDict(int precision) const;
 
-  static void serialization_register(void* record);
-
 private:
-  friend class PersistenceAccess;
-
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-
   void rememberIdentity() const;
   CoordinateSystem& setAndInvalidate(const OrthMatrix<T, dim>& axes);
   CoordinateSystem& setAndInvalidate(const PointType& position);
@@ -141,6 +134,8 @@ private:
   PointType origin;
   mutable bool isIdentityFlag = true;
   mutable bool identityKnown = true;
+
+  KVSHAPES_PERSISTENT();
 };
 
 /// The 2D system at \p origin with local X along \p dir and local Y a quarter turn counter-clockwise of it.

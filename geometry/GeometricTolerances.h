@@ -2,10 +2,9 @@
 
 #include "geometry/CadConstants.h"
 #include "platform/Export.h"
+#include "platform/kvarchive/Persistent.h"
 
 namespace Kavrel {
-
-class PersistenceArchiver;
 
 /// The tolerances of a model, each of the five leading ones with a flag that tells whether somebody has set it.
 ///
@@ -48,12 +47,7 @@ public:
   /// Unset values and the smoothness tolerances don't matter.
   bool operator==(const GeometricTolerances& other) const;
 
-  static void serialization_register(void* target);
-
 private:
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-
   double cadTolerance = 0.0;
   double stitchingDistance = 0.0;
   double meshingTolerance = 0.0;
@@ -66,6 +60,8 @@ private:
   bool maxMeshingSideLengthSet = false;
   double g1Tolerance = CadConstants::DefaultG1Tolerance;
   double g2Tolerance = CadConstants::DefaultG2Tolerance;
+
+  KVSHAPES_PERSISTENT();
 };
 
 } // namespace Kavrel
