@@ -49,6 +49,10 @@ public:
   /// True when there is a neighbour that points back, the only kind that walks around vertices cross.
   bool hasTwoWayNeighbour() const { return neighbourEdge && neighbourEdge->neighbourEdge == this; }
 
+  /// True for the remains of a half-edge: a modifier that removes one without closing the gap overwrites it with all
+  /// bits set. Its links lead nowhere.
+  bool isRemoved() const { return index == 0xFFFFFFFF; }
+
   /// Size of the record in bytes.
   std::size_t estimateBytes() const { return sizeof(HalfEdge); }
 

@@ -3,6 +3,7 @@
 #include "geometry/Side.h"
 #include "geometry/mesh/MeshData.h"
 #include "platform/Export.h"
+#include "platform/kvarchive/Persistent.h"
 #include "platform/kvident/Identifier.h"
 
 #include <cstddef>
@@ -16,7 +17,6 @@ namespace Kavrel {
 
 class MeshModifier;
 struct MeshLazyValues;
-class PersistenceArchiver;
 class XiEtaPoint;
 template <class T, unsigned dim>
 class BoundingBox;
@@ -218,9 +218,6 @@ public:
   bool getConstraintOfVertex(unsigned index, int& first, int& second) const;
   bool getNeighbourVertices(const Vertex& vertex, const Vertex*& first, const Vertex*& second) const;
 
-  static void serialization_register(void* target);
-  static bool s_force_serialization_registration;
-
 private:
   friend class MeshModifier;
 
@@ -230,15 +227,17 @@ private:
 
   void copyTopology(const Mesh& source);
   void markHashDirty();
-  void dropConstraints() { data.constraints.reset(); }
-
-  void save(PersistenceArchiver& archiver, unsigned version) const;
-  void load(PersistenceArchiver& archiver, unsigned version);
+  void loadVertices(PersistenceArchiver& archiver);
+  void loadTriangles(PersistenceArchiver& archiver);
+  void saveCachedValues(PersistenceArchiver& archiver) const;
+  void loadCachedValues(PersistenceArchiver& archiver, unsigned version);
 
   MeshData data;
   bool normalsPresent = false;
   Identifier id;
   std::unique_ptr<MeshLazyValues> lazy;
+
+  KVSHAPES_PERSISTENT();
 };
 
 extern template KVSHAPES_EXPORT void Mesh::set<float>(unsigned, const float*, unsigned, const int*, unsigned,

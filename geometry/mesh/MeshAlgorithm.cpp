@@ -1,5 +1,6 @@
 #include "geometry/mesh/MeshAlgorithm.h"
 
+#include "geometry/Plane.h"
 #include "geometry/mesh/Mesh.h"
 #include "platform/kvident/TigerHash.h"
 
@@ -66,6 +67,34 @@ std::string MeshAlgorithm::computeHash(const Mesh& mesh)
   if (mesh.hasNormals()) text << normals;
   text << indices;
   return TigerHash::tHash(text.str());
+}
+
+Side MeshAlgorithm::getSide(const Mesh& mesh, const Plane<double, 3>& plane, double eps, bool* touches)
+{
+  bool ignored = false;
+  bool& touching = touches ? *touches : ignored;
+  touching = false;
+  Side result{};
+  for (const Vertex& vertex : mesh.getVertexCollection()) {
+    const Side side = plane.getSideOfPoint(vertex, eps);
+    if (side == Side::On) {
+      touching = true;
+      if (result == Side{}) result = side;
+      continue;
+    }
+    const bool opposite = (result == Side::Above || result == Side::Below) && result != side;
+    if (opposite) return Side::Both;
+    result = side;
+  }
+  return result;
+}
+
+void MeshAlgorithm::offsetAlongNormals(Mesh& mesh, double distance)
+{
+  mesh.computeNormals(false, false);
+  for (Vertex& vertex : mesh.getVertexCollection())
+    vertex += distance * vertex.getNormal();
+  mesh.clearCachedData();
 }
 
 } // namespace Kavrel

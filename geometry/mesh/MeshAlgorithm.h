@@ -1,6 +1,7 @@
 #pragma once
 
 #include "geometry/Point.h"
+#include "geometry/Side.h"
 #include "platform/Export.h"
 #include "platform/kvmath/Vector.h"
 
@@ -10,9 +11,11 @@ namespace Kavrel {
 
 class Mesh;
 class Triangle;
+template <class T, unsigned dim>
+class Plane;
 
-/// Operations on whole meshes and on pairs of triangles. All of them only read, and sum serially in the order of the
-/// mesh, so that they repeat bit for bit.
+/// Operations on whole meshes and on pairs of triangles. All but the offset only read, and sum serially in the order of
+/// the mesh, so that they repeat bit for bit.
 class KVSHAPES_EXPORT MeshAlgorithm
 {
 public:
@@ -28,6 +31,14 @@ public:
   /// A digest of the sums of the coordinates, of the normals if the mesh has them, and of the corner indices, 48
   /// hexadecimal digits. Different digests mean different meshes, but equal ones prove nothing.
   static std::string computeHash(const Mesh& mesh);
+
+  /// The side of \p plane on which the vertices lie, where up to \p eps beside it counts as on it: On only for a mesh
+  /// wholly on the plane, Both as soon as two vertices lie on opposite sides, no side (0) for an empty mesh. \p
+  /// touches, unless null, tells whether one of the vertices looked at is on the plane.
+  static Side getSide(const Mesh& mesh, const Plane<double, 3>& plane, double eps, bool* touches);
+
+  /// Moves each vertex by \p distance times its normal; a mesh without normals first gets area-weighted ones.
+  static void offsetAlongNormals(Mesh& mesh, double distance);
 
   /// Whether the triangles p1 q1 r1 and p2 q2 r2, with unit normals \p n1 and \p n2, cross, and the ends of the segment
   /// in which they do. Both triangles must have corners strictly on either side of the other one's plane: touching at a

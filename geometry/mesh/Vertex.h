@@ -2,13 +2,13 @@
 
 #include "geometry/Point3N.h"
 #include "platform/Export.h"
+#include "platform/kvarchive/Persistent.h"
 
 #include <cstddef>
 
 namespace Kavrel {
 
 class HalfEdge;
-class PersistenceArchiver;
 class Triangle;
 template <class V>
 class VertexVertexIterator;
@@ -56,6 +56,8 @@ public:
 private:
   HalfEdge* halfEdge = nullptr;
   unsigned index = 0;
+
+  KVSHAPES_PERSISTENT();
 };
 
 } // namespace Kavrel
