@@ -200,7 +200,7 @@ private:
   template <class T>
   PersistenceArchiver& put(T value)
   {
-    if (room() < sizeof value) grow(sizeof value);
+    reserve(sizeof value);
     store(m_cursor, value);
     m_cursor += sizeof value;
     return *this;
@@ -278,7 +278,7 @@ void PersistenceArchiver::putArray(const T* values, std::size_t count)
   if constexpr (std::endian::native == std::endian::little) {
     const std::size_t bytes = count * sizeof(T);
     if (bytes == 0) return;
-    if (room() < bytes) grow(bytes);
+    reserve(bytes);
     std::memcpy(m_cursor, values, bytes);
     m_cursor += bytes;
   } else {

@@ -9,7 +9,7 @@
 
 #include "platform/kvarchive/Persistence.h"
 
-namespace Kavrel::Test {
+namespace Kavrel::Testing {
 
 /// Writes streams by hand: older forms of a class, references out of order, frames of unknown classes.
 ///
@@ -168,4 +168,4 @@ std::string faultsOfDamaged(const std::vector<char>& bytes, Load load)
   return faults;
 }
 
-} // namespace Kavrel::Test
+} // namespace Kavrel::Testing

@@ -1,0 +1,326 @@
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/kvarchive/Persistence.h"
+
+/// Persistent classes of every sort, for the tests of the archive. One source per program includes this.
+namespace Kavrel::Zoo {
+
+/// An abstract base.
+class Shape
+{
+public:
+  virtual ~Shape() = default;
+  virtual std::string kind() const = 0;
+  int tag = 0;
+  KVSHAPES_PERSISTENT();
+};
+
+class Round : public Shape
+{
+public:
+  std::string kind() const override { return "Round"; }
+  double radius = 0;
+  unsigned int loadedVersion = 0xFFFFFFFFu;
+  KVSHAPES_PERSISTENT();
+};
+
+/// Two steps away from Shape: the pair (Shape, Ball) is registered nowhere.
+class Ball : public Round
+{
+public:
+  std::string kind() const override { return "Ball"; }
+  std::string color;
+  KVSHAPES_PERSISTENT();
+};
+
+class Labelled
+{
+public:
+  virtual ~Labelled() = default;
+  std::string label;
+  KVSHAPES_PERSISTENT();
+};
+
+/// Its Shape part doesn't stand at its beginning.
+class Sign : public Labelled, public Shape
+{
+public:
+  std::string kind() const override { return "Sign"; }
+  KVSHAPES_PERSISTENT();
+};
+
+/// Its pair is forced to look unregistered, see below.
+class Orphan : public Shape
+{
+public:
+  std::string kind() const override { return "Orphan"; }
+  KVSHAPES_PERSISTENT();
+};
+
+/// Not registered with the archive at all.
+class Stranger : public Round
+{};
+
+/// History: version 1 stored the weight as an int, version 2 as a double, version 3 added the label.
+class Parcel
+{
+public:
+  double weight = 0;
+  std::string label = "none";
+  KVSHAPES_PERSISTENT();
+};
+
+/// No virtual operations.
+class Corner
+{
+public:
+  Corner() { ++alive; }
+  explicit Corner(double value) : x(value) { ++alive; }
+  Corner(const Corner& other) : x(other.x) { ++alive; }
+  Corner& operator=(const Corner&) = default;
+  ~Corner() { --alive; }
+  static inline int alive = 0;
+  double x = 0;
+  KVSHAPES_PERSISTENT();
+};
+
+class RichCorner : public Corner
+{
+public:
+  double extra = 0;
+  KVSHAPES_PERSISTENT();
+};
+
+/// Refers to corners that belong to a Solid.
+class Face
+{
+public:
+  std::shared_ptr<Corner> first, second;
+  KVSHAPES_PERSISTENT();
+};
+
+/// Its faces stand before the corners that it owns.
+class Solid
+{
+public:
+  std::vector<Face> faces;
+  std::vector<std::shared_ptr<Corner>> corners;
+  KVSHAPES_PERSISTENT();
+};
+
+class Link
+{
+public:
+  std::shared_ptr<Link> next;
+  KVSHAPES_PERSISTENT();
+};
+
+/// Numbers in a row and nothing else.
+struct Triple
+{
+  float values[3] = {};
+  KVSHAPES_PERSISTENT();
+
+public:
+  friend bool operator==(const Triple&, const Triple&) = default;
+};
+
+/// Every kind of value and container.
+class Crate
+{
+public:
+  bool flag = false;
+  int number = 0;
+  unsigned int count = 0;
+  float ratio = 0;
+  double length = 0;
+  unsigned long long big = 0;
+  std::string text;
+  Parcel parcel;
+  std::vector<double> doubles;
+  std::vector<bool> flags;
+  std::vector<std::string> texts;
+  std::deque<int> ints;
+  std::vector<Triple> triples;
+  std::deque<Triple> scattered;
+  std::vector<Parcel> parcels;
+  std::vector<std::pair<Parcel, Triple>> pairs;
+  std::vector<float> manyFloats;
+  std::vector<std::shared_ptr<Shape>> shapes;
+  std::shared_ptr<const Round> round;
+  KVSHAPES_PERSISTENT();
+};
+
+} // namespace Kavrel::Zoo
+
+template <>
+struct Kavrel::PersistentFlat<Kavrel::Zoo::Triple>
+{
+  using Component = float;
+};
+
+template <>
+inline const bool Kavrel::Persistence::ParentRegistration<Kavrel::Zoo::Shape, Kavrel::Zoo::Orphan>::s_save = false;
+template <>
+inline const bool Kavrel::Persistence::ParentRegistration<Kavrel::Zoo::Shape, Kavrel::Zoo::Orphan>::s_load = false;
+
+namespace Kavrel::Zoo {
+
+KVSHAPES_PERSISTENT_CLASS(Shape, "ZooShape", 1)
+KVSHAPES_PERSISTENT_CLASS(Round, "ZooRound", 7)
+KVSHAPES_PERSISTENT_CLASS(Ball, "ZooBall", 1)
+KVSHAPES_PERSISTENT_CLASS(Labelled, "ZooLabelled", 1)
+KVSHAPES_PERSISTENT_CLASS(Sign, "ZooSign", 1)
+KVSHAPES_PERSISTENT_CLASS(Orphan, "ZooOrphan", 1)
+KVSHAPES_PERSISTENT_CLASS(Parcel, "ZooParcel", 3)
+KVSHAPES_PERSISTENT_CLASS(Corner, "ZooCorner", 1)
+KVSHAPES_PERSISTENT_CLASS(RichCorner, "ZooRichCorner", 1)
+KVSHAPES_PERSISTENT_CLASS(Face, "ZooFace", 1)
+KVSHAPES_PERSISTENT_CLASS(Solid, "ZooSolid", 1)
+KVSHAPES_PERSISTENT_CLASS(Link, "ZooLink", 1)
+KVSHAPES_PERSISTENT_CLASS(Triple, "ZooTriple", 1)
+KVSHAPES_PERSISTENT_CLASS(Crate, "ZooCrate", 0xFFFFFFFFu)
+
+void Shape::save(PersistenceArchiver& archiver, unsigned int) const { archiver << tag; }
+void Shape::load(PersistenceArchiver& archiver, unsigned int) { archiver >> tag; }
+
+void Round::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  Persistence::saveParent<Shape>(archiver, *this);
+  archiver << radius;
+}
+void Round::load(PersistenceArchiver& archiver, unsigned int version)
+{
+  loadedVersion = version;
+  Persistence::loadParent<Shape>(archiver, *this);
+  archiver >> radius;
+}
+
+void Ball::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  Persistence::saveParent<Round>(archiver, *this);
+  archiver << color;
+}
+void Ball::load(PersistenceArchiver& archiver, unsigned int)
+{
+  Persistence::loadParent<Round>(archiver, *this);
+  archiver >> color;
+}
+
+void Labelled::save(PersistenceArchiver& archiver, unsigned int) const { archiver << label; }
+void Labelled::load(PersistenceArchiver& archiver, unsigned int) { archiver >> label; }
+
+void Sign::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  Persistence::saveParent<Labelled>(archiver, *this);
+  Persistence::saveParent<Shape>(archiver, *this);
+}
+void Sign::load(PersistenceArchiver& archiver, unsigned int)
+{
+  Persistence::loadParent<Labelled>(archiver, *this);
+  Persistence::loadParent<Shape>(archiver, *this);
+}
+
+void Orphan::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  Persistence::saveParent<Shape>(archiver, *this);
+}
+void Orphan::load(PersistenceArchiver& archiver, unsigned int) { Persistence::loadParent<Shape>(archiver, *this); }
+
+void Parcel::save(PersistenceArchiver& archiver, unsigned int) const { archiver << weight << label; }
+void Parcel::load(PersistenceArchiver& archiver, unsigned int version)
+{
+  int whole = 0;
+  if (version < 2) {
+    archiver >> whole;
+    weight = whole;
+  } else
+    archiver >> weight;
+  if (version >= 3) archiver >> label;
+}
+
+void Corner::save(PersistenceArchiver& archiver, unsigned int) const { archiver << x; }
+void Corner::load(PersistenceArchiver& archiver, unsigned int) { archiver >> x; }
+
+void RichCorner::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  Persistence::saveParent<Corner>(archiver, *this);
+  archiver << extra;
+}
+void RichCorner::load(PersistenceArchiver& archiver, unsigned int)
+{
+  Persistence::loadParent<Corner>(archiver, *this);
+  archiver >> extra;
+}
+
+void Face::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  Persistence::savePointer(archiver, first);
+  Persistence::savePointer(archiver, second);
+}
+void Face::load(PersistenceArchiver& archiver, unsigned int)
+{
+  Persistence::loadPointer(archiver, first, true);
+  Persistence::loadPointer(archiver, second, true);
+}
+
+void Solid::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  Persistence::saveContainer(archiver, faces);
+  Persistence::saveContainer(archiver, corners);
+}
+void Solid::load(PersistenceArchiver& archiver, unsigned int)
+{
+  Persistence::loadContainer(archiver, faces);
+  Persistence::loadContainer(archiver, corners);
+}
+
+void Link::save(PersistenceArchiver& archiver, unsigned int) const { Persistence::savePointer(archiver, next); }
+void Link::load(PersistenceArchiver& archiver, unsigned int) { Persistence::loadPointer(archiver, next); }
+
+void Triple::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  archiver << values[0] << values[1] << values[2];
+}
+void Triple::load(PersistenceArchiver& archiver, unsigned int) { archiver >> values[0] >> values[1] >> values[2]; }
+
+void Crate::save(PersistenceArchiver& archiver, unsigned int) const
+{
+  archiver << flag << number << count << ratio << length << big << text;
+  Persistence::saveObject(archiver, parcel);
+  Persistence::saveContainer(archiver, doubles);
+  Persistence::saveContainer(archiver, flags);
+  Persistence::saveContainer(archiver, texts);
+  Persistence::saveContainer(archiver, ints);
+  Persistence::saveContainer(archiver, triples);
+  Persistence::saveContainer(archiver, scattered);
+  Persistence::saveContainer(archiver, parcels);
+  Persistence::saveContainer(archiver, pairs);
+  Persistence::saveContainer64(archiver, manyFloats);
+  Persistence::saveContainer(archiver, shapes);
+  Persistence::savePointer(archiver, round);
+}
+void Crate::load(PersistenceArchiver& archiver, unsigned int)
+{
+  archiver >> flag >> number >> count >> ratio >> length >> big >> text;
+  Persistence::loadObject(archiver, parcel);
+  Persistence::loadContainer(archiver, doubles);
+  Persistence::loadContainer(archiver, flags);
+  Persistence::loadContainer(archiver, texts);
+  Persistence::loadContainer(archiver, ints);
+  Persistence::loadContainer(archiver, triples);
+  Persistence::loadContainer(archiver, scattered);
+  Persistence::loadContainer(archiver, parcels);
+  Persistence::loadContainer(archiver, pairs);
+  Persistence::loadContainer64(archiver, manyFloats);
+  Persistence::loadContainer(archiver, shapes);
+  Persistence::loadPointer(archiver, round);
+}
+
+} // namespace Kavrel::Zoo

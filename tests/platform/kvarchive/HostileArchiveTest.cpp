@@ -1,0 +1,233 @@
+#include <chrono>
+#include <random>
+
+#include <gmock/gmock.h>
+
+#include "platform/kvarchive/ArchiveZoo.h"
+#include "support/ArchiveWriter.h"
+
+namespace Kavrel {
+namespace {
+
+using namespace Zoo;
+using Testing::ArchiveWriter;
+using Testing::faultsOfDamaged;
+
+std::vector<char> streamOfEverything()
+{
+  Crate crate;
+  crate.text = "text";
+  crate.doubles = {1, 2, 3};
+  crate.flags = {true, false};
+  crate.texts = {"one", "two"};
+  crate.ints = {1, 2};
+  crate.triples.resize(2);
+  crate.parcels.resize(2);
+  crate.pairs.resize(2);
+  crate.manyFloats = {1, 2};
+  const auto ball = std::make_shared<Ball>();
+  ball->color = "red";
+  crate.shapes = {ball, std::make_shared<Sign>(), ball, nullptr};
+  crate.round = ball;
+  Solid solid;
+  solid.corners = {std::make_shared<Corner>(1), std::make_shared<Corner>(2)};
+  solid.faces.resize(1);
+  solid.faces[0] = {solid.corners[1], solid.corners[0]};
+  const auto link = std::make_shared<Link>();
+  link->next = link;
+
+  ArchiveWriter writer;
+  Persistence::saveObject(writer.archive(), crate);
+  Persistence::saveObject(writer.archive(), solid);
+  Persistence::savePointer(writer.archive(), link);
+  link->next.reset();
+  return writer.bytes();
+}
+
+/// Loads the stream and saves what came of it, so that every loaded object is looked at.
+void loadEverything(const std::vector<char>& bytes)
+{
+  PersistenceArchiver archive;
+  archive.openForReading(bytes);
+  Crate crate;
+  Solid solid;
+  std::shared_ptr<Link> link;
+  Persistence::loadObject(archive, crate);
+  Persistence::loadObject(archive, solid);
+  PersistenceArchiver copy;
+  Persistence::saveObject(copy, crate);
+  Persistence::saveObject(copy, solid);
+  Persistence::loadPointer(archive, link);
+  if (link != nullptr) link->next.reset();
+}
+
+TEST(HostileArchive, DamageRaisesOrLoads)
+{
+  const std::vector<char> bytes = streamOfEverything();
+  EXPECT_NO_THROW(loadEverything(bytes));
+  EXPECT_EQ(faultsOfDamaged(bytes, loadEverything), "");
+}
+
+TEST(HostileArchive, RandomDamageRaisesOrLoads)
+{
+  const std::vector<char> bytes = streamOfEverything();
+  std::mt19937 random(20240229);
+  for (int round = 0; round < 3000; ++round) {
+    std::vector<char> damaged = bytes;
+    for (int i = 0; i < 6; ++i) {
+      // Words from elsewhere in the stream make plausible addresses, ends and hashes.
+      const std::size_t from = random() % (bytes.size() - 4), to = random() % (bytes.size() - 4);
+      std::copy_n(bytes.begin() + static_cast<std::ptrdiff_t>(from), 4,
+                  damaged.begin() + static_cast<std::ptrdiff_t>(to));
+    }
+    ASSERT_EQ(Testing::faultOf(damaged, loadEverything), "") << "round " << round;
+  }
+}
+
+TEST(HostileArchive, CountsAreCheckedBeforeAnythingIsAllocated)
+{
+  const auto raises = [](auto container, auto count) {
+    ArchiveWriter writer;
+    writer.object("double", [&] { writer << count << 1.0 << 2.0; });
+    const auto bytes = writer.bytes();
+    PersistenceArchiver archive;
+    archive.openForReading(bytes);
+    try {
+      if constexpr (sizeof count == 8)
+        Persistence::loadContainer64(archive, container);
+      else
+        Persistence::loadContainer(archive, container);
+    } catch (const PersistenceException&) {
+      return container.size() <= 2; // no more than the stream paid for
+    }
+    return false;
+  };
+  for (const unsigned int count : {3u, 17u, 0x7FFFFFFFu, 0xFFFFFFFFu}) {
+    SCOPED_TRACE(count);
+    EXPECT_TRUE(raises(std::vector<double>(), count));
+    EXPECT_TRUE(raises(std::vector<Triple>(), count));
+    EXPECT_TRUE(raises(std::vector<Crate>(), count));
+    EXPECT_TRUE(raises(std::vector<std::shared_ptr<Link>>(), count));
+  }
+  for (const unsigned long long count : {3ull, 0x2000000000000001ull, ~0ull})
+    EXPECT_TRUE(raises(std::vector<double>(), count));
+}
+
+TEST(HostileArchive, FramesMustStandWhereTheySay)
+{
+  // A Round of [address][end][hash][Shape frame][radius] at 16, with one word altered.
+  Round round;
+  const std::vector<char> good = Testing::archiveOf(round);
+  const struct
+  {
+    const char* what;
+    std::size_t at;
+    unsigned int value;
+  } cases[] = {
+      {"address of another frame", 16, 32},    {"end inside the head", 20, 27},  {"end before its content", 20, 44},
+      {"end beyond the data", 20, 0x10000000}, {"a reference", 20, 0},           {"no object", 16, 0},
+      {"child that ends in its head", 32, 39}, {"child that ends late", 32, 56},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::vector<char> bytes = good;
+    for (std::size_t i = 0; i < 4; ++i)
+      bytes[c.at + i] = static_cast<char>(c.value >> (8 * i) & 0xFFu);
+    EXPECT_THROW(Testing::loadFrom(bytes, round), PersistenceException);
+  }
+  EXPECT_NO_THROW(Testing::loadFrom(good, round));
+}
+
+TEST(HostileArchive, ReferencesMustReachAFrameOfTheirClass)
+{
+  const struct
+  {
+    const char* what;
+    unsigned int address;
+    const char* key;
+  } cases[] = {{"the head", 4, "ZooLink"},
+               {"no frame", 24, "ZooLink"},
+               {"another class", 20, "ZooLink"},
+               {"the end", 0xFFFFFFFF, "ZooLink"},
+               {"itself", 48, "ZooLink"},
+               {"class table", 60, "ZooLink"},
+               {"class that doesn't fit", 20, "ZooCorner"}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    ArchiveWriter writer;
+    writer.object("ZooCorner", [&] { writer << 1.0; });
+    writer.reference(c.address, c.key);
+    const auto bytes = writer.bytes();
+    PersistenceArchiver archive;
+    archive.openForReading(bytes);
+    Corner corner;
+    Persistence::loadObject(archive, corner);
+    std::shared_ptr<Link> link;
+    EXPECT_THROW(Persistence::loadPointer(archive, link), PersistenceException);
+  }
+}
+
+TEST(HostileArchive, DeepNestingRaises)
+{
+  // 20000 frames, each in the one before it, closed from the inside.
+  ArchiveWriter writer;
+  PersistenceArchiver& archive = writer.archive();
+  std::vector<unsigned int> open;
+  for (int i = 0; i < 20000; ++i) {
+    open.push_back(static_cast<unsigned int>(archive.tellp()) + 4);
+    archive.mark_object_start(open.back(), PersistenceArchiver::getHashForName("ZooLink"));
+  }
+  archive.mark_null_pointer();
+  for (const unsigned int address : open)
+    archive.mark_object_end(address, static_cast<unsigned int>(archive.tellp()));
+  const auto bytes = writer.bytes();
+  PersistenceArchiver reader;
+  reader.openForReading(bytes);
+  std::shared_ptr<Link> link;
+  EXPECT_THROW(Persistence::loadPointer(reader, link), PersistenceException);
+}
+
+TEST(HostileArchive, OverlappingFramesDoNotCostSquaredTime)
+{
+  // 3000 frames, each with its head inside the body of the one before, all ending together behind a long tail. Whoever
+  // follows the references reads the tail again and again.
+  ArchiveWriter writer;
+  PersistenceArchiver& archive = writer.archive();
+  std::vector<unsigned int> addresses;
+  for (unsigned int i = 0; i < 3000; ++i) {
+    addresses.push_back(static_cast<unsigned int>(archive.tellp()) + 4);
+    archive.mark_object_start(addresses.back(), NO_HASH);
+  }
+  archive << std::string(1u << 20, 'x');
+  const auto end = static_cast<unsigned int>(archive.tellp());
+  for (const unsigned int address : addresses)
+    archive.mark_object_end(address, end);
+  for (const unsigned int address : addresses)
+    archive.mark_pointer(address, NO_HASH);
+  const auto bytes = writer.bytes();
+
+  PersistenceArchiver reader;
+  reader.openForReading(bytes);
+  reader.end_read_to_address(end);
+  std::size_t read = 0;
+  const auto followReference = [&] {
+    unsigned int address, none, hash, saved = 0xFFFFFFFFu;
+    reader.read_to_address_header(address, none);
+    reader >> hash;
+    std::streampos position = reader.tellg();
+    reader.begin_read_pointer(address, saved, position);
+    std::vector<unsigned char> body(end - address - 8);
+    reader.getArray(body.data(), body.size());
+    read += body.size();
+    reader.end_read_pointer(saved, position);
+  };
+  const auto followAll = [&] {
+    for (std::size_t i = 0; i < addresses.size(); ++i)
+      followReference();
+  };
+  EXPECT_THROW(followAll(), PersistenceException);
+  EXPECT_LT(read, 3 * bytes.size());
+}
+
+} // namespace
+} // namespace Kavrel

@@ -1,0 +1,251 @@
+#include "platform/kvarchive/PersistenceArchiver.h"
+
+#include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <limits>
+
+#include <gmock/gmock.h>
+
+#include "support/ArchiveWriter.h"
+
+namespace Kavrel {
+namespace {
+
+using testing::ElementsAreArray;
+
+/// Little-endian bytes of some 32-bit integers.
+std::vector<char> words(std::initializer_list<unsigned int> values)
+{
+  std::vector<char> bytes;
+  for (const unsigned int value : values)
+    for (int shift = 0; shift < 32; shift += 8)
+      bytes.push_back(static_cast<char>(value >> shift & 0xFFu));
+  return bytes;
+}
+
+constexpr unsigned int mark = 0x5241564B; // "KVAR"
+
+unsigned int positionOf(const PersistenceArchiver& archive) { return static_cast<unsigned int>(archive.tellp()); }
+
+TEST(PersistenceArchiver, HashesNamesWithTheKnownFunction)
+{
+  // Published values of 32-bit FNV-1a.
+  EXPECT_EQ(PersistenceArchiver::getHashForName(""), 0x811C9DC5u);
+  EXPECT_EQ(PersistenceArchiver::getHashForName("a"), 0xE40C292Cu);
+  EXPECT_EQ(PersistenceArchiver::getHashForName("foobar"), 0xBF9CF968u);
+  EXPECT_EQ(PersistenceArchiver::getHashForName("\xFF"), (0x811C9DC5u ^ 0xFFu) * 16777619u);
+}
+
+TEST(PersistenceArchiver, RefusesKeysWhoseHashIsTaken)
+{
+  const BaseClassRegister record;
+  const BaseClassRegister* const stored = PersistenceArchiver::registerFactory("costarring", record, 12);
+  EXPECT_EQ(stored->classHash, PersistenceArchiver::getHashForName("costarring"));
+  EXPECT_EQ(stored->saveVersion, 12u);
+  EXPECT_EQ(stored->loadVersion, 12u);
+  // A well-known collision of FNV-1a, the same key again, and a key that hashes to the mark of no class.
+  EXPECT_THROW(PersistenceArchiver::registerFactory("liquid", record, 1), PersistenceException);
+  EXPECT_THROW(PersistenceArchiver::registerFactory("costarring", record, 1), PersistenceException);
+  EXPECT_THROW(PersistenceArchiver::registerFactory("i4GZ9T", record, 1), PersistenceException);
+  EXPECT_EQ(stored->saveVersion, 12u);
+}
+
+TEST(PersistenceArchiver, LinksTypesToOneClassEach)
+{
+  EXPECT_EQ(PersistenceArchiver::getHashForType(4711), NO_HASH);
+  PersistenceArchiver::registerHash(4711, 1);
+  PersistenceArchiver::registerHash(4711, 1);
+  EXPECT_EQ(PersistenceArchiver::getHashForType(4711), 1u);
+  EXPECT_THROW(PersistenceArchiver::registerHash(4711, 2), PersistenceException);
+}
+
+struct Grandparent
+{
+  virtual ~Grandparent() = default;
+  int a = 0;
+};
+struct Aside
+{
+  virtual ~Aside() = default;
+  int b = 0;
+};
+struct Parent : Aside, Grandparent
+{};
+struct Child : Parent
+{};
+
+TEST(PersistenceArchiver, FindsCastersThroughTheClassesInBetween)
+{
+  constexpr unsigned int grandparent = 1001, parent = 1002, child = 1003, aside = 1004;
+  EXPECT_EQ(PersistenceArchiver::getCaster(grandparent, child), nullptr);
+  for (int twice = 0; twice < 2; ++twice) {
+    EXPECT_TRUE(PersistenceArchiver::registerCaster(parent, child, new CasterAccess<Parent, Child, 1, 0>()));
+    EXPECT_TRUE(
+        PersistenceArchiver::registerCaster(grandparent, parent, new CasterAccess<Grandparent, Parent, 1, 0>()));
+    EXPECT_TRUE(PersistenceArchiver::registerCaster(aside, parent, new CasterAccess<Aside, Parent, 1, 0>()));
+  }
+  EXPECT_FALSE(PersistenceArchiver::registerCaster(grandparent, child, nullptr));
+
+  Child object;
+  Caster* const chain = PersistenceArchiver::getCaster(grandparent, child);
+  ASSERT_NE(chain, nullptr);
+  EXPECT_EQ(PersistenceArchiver::getCaster(grandparent, child), chain);
+  Grandparent* const base = &object;
+  EXPECT_NE(static_cast<void*>(base), static_cast<void*>(&object)); // else the casts below prove nothing
+  EXPECT_EQ(chain->toBase(&object), base);
+  EXPECT_EQ(chain->toDerived(base), &object);
+
+  Parent other;
+  EXPECT_EQ(chain->toDerived(static_cast<Grandparent*>(&other)), nullptr);
+  EXPECT_EQ(PersistenceArchiver::getCaster(child, grandparent), nullptr);
+  EXPECT_EQ(PersistenceArchiver::getCaster(aside, grandparent), nullptr);
+}
+
+TEST(PersistenceArchiver, LaysTheStreamOutAsDocumented)
+{
+  const unsigned int key = PersistenceArchiver::registerFactory("layout", BaseClassRegister(), 5)->classHash;
+  PersistenceArchiver archive;
+  archive.openForWriting(77);
+  archive.mark_object_start(20, key);
+  archive << 0x01020304u;
+  archive.mark_object_end(20, 32);
+  archive.mark_pointer(20, key);
+  archive.mark_null_pointer();
+  EXPECT_EQ(positionOf(archive), 52u);
+  const auto expected = words({mark, 1, 77, 52,         // head
+                               20, 32, key, 0x01020304, // frame
+                               20, 0, key,              // reference
+                               0, 0,                    // null reference
+                               1, key, 5});             // class table
+  EXPECT_THAT(archive.close(), ElementsAreArray(expected));
+  EXPECT_THAT(archive.close(), ElementsAreArray(expected));
+}
+
+TEST(PersistenceArchiver, ValuesComeBackBitForBit)
+{
+  Testing::ArchiveWriter writer;
+  const float denormal = std::numeric_limits<float>::denorm_min();
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  writer << true << false << -2 << 0xFFFFFFFEu << denormal << -0.0 << nan << 0x8000000000000001ull;
+  writer << std::string("a\0b", 3) << std::string();
+  const std::vector<char> bytes = writer.bytes();
+  EXPECT_EQ(bytes.size(), 16u + 1 + 1 + 4 + 4 + 4 + 8 + 8 + 8 + (4 + 3) + 4 + 4);
+
+  PersistenceArchiver archive;
+  archive.openForReading(bytes);
+  EXPECT_EQ(archive.getStreamVersion(), PersistenceArchiver::getCurrentVersion(0));
+  bool yes = false, no = true;
+  int negative;
+  unsigned int large;
+  float tiny;
+  double minusZero, notANumber;
+  unsigned long long big;
+  std::string text, empty = "full";
+  archive >> yes >> no >> negative >> large >> tiny >> minusZero >> notANumber >> big >> text >> empty;
+  EXPECT_TRUE(yes && !no);
+  EXPECT_EQ(negative, -2);
+  EXPECT_EQ(large, 0xFFFFFFFEu);
+  EXPECT_EQ(tiny, denormal);
+  EXPECT_TRUE(minusZero == 0 && std::signbit(minusZero));
+  EXPECT_EQ(std::memcmp(&notANumber, &nan, sizeof nan), 0);
+  EXPECT_EQ(big, 0x8000000000000001ull);
+  EXPECT_EQ(text, std::string("a\0b", 3));
+  EXPECT_EQ(empty, "");
+  bool beyond;
+  EXPECT_THROW(archive >> beyond, PersistenceException); // the class table isn't data
+}
+
+TEST(PersistenceArchiver, RefusesWhatIsNoStream)
+{
+  const struct
+  {
+    const char* what;
+    std::vector<char> bytes;
+  } cases[] = {
+      {"nothing", {}},
+      {"half a head", words({mark, 1, 77})},
+      {"another mark", words({mark + 1, 1, 77, 16, 0})},
+      {"another format", words({mark, 2, 77, 16, 0})},
+      {"table within the head", words({mark, 1, 77, 12, 0})},
+      {"table beyond the end", words({mark, 1, 77, 17, 0})},
+      {"table far beyond the end", words({mark, 1, 77, 0xFFFFFFFF, 0})},
+      {"table count too large", words({mark, 1, 77, 16, 0x20000000})},
+      {"table count too small", words({mark, 1, 77, 16, 0, 4711, 1})},
+      {"class twice", words({mark, 1, 77, 16, 2, PersistenceArchiver::getHashForName("double"), 1,
+                             PersistenceArchiver::getHashForName("double"), 2})},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    PersistenceArchiver archive;
+    EXPECT_THROW(archive.openForReading(c.bytes), PersistenceException);
+  }
+  const auto good = words({mark, 1, 77, 16, 1, 4711, 1});
+  PersistenceArchiver archive;
+  EXPECT_NO_THROW(archive.openForReading(good)); // a class that nobody knows does no harm by itself
+}
+
+TEST(PersistenceArchiver, WritesOnlyWhenWritingAndReadsOnlyWhenReading)
+{
+  PersistenceArchiver archive;
+  int value = 0;
+  EXPECT_THROW(archive >> value, PersistenceException);
+  archive << 5;
+  const auto closed = archive.close();
+  const std::vector<char> bytes(closed.begin(), closed.end());
+  EXPECT_THROW(archive << 6, PersistenceException);
+  archive.openForReading(bytes);
+  EXPECT_THROW(archive << 6, PersistenceException);
+  EXPECT_THROW(archive.close(), PersistenceException);
+  archive >> value;
+  EXPECT_EQ(value, 5);
+}
+
+TEST(PersistenceArchiver, RaisesOnceTheStreamPassesItsLimit)
+{
+  PersistenceArchiver archive;
+  archive.openForWriting(1, 32);
+  archive << 1.0;
+  EXPECT_THROW(archive << std::string(9, 'x'), PersistenceException);
+  archive.openForWriting(1, 32);
+  archive << 1.0 << 2 << 3;
+  EXPECT_EQ(positionOf(archive), 32u);
+  EXPECT_THROW(archive << true, PersistenceException);
+  EXPECT_THROW(archive.close(), PersistenceException); // no room for the table
+}
+
+TEST(PersistenceArchiver, RefusesFramesAtWrongAddresses)
+{
+  PersistenceArchiver archive;
+  EXPECT_THROW(archive.mark_object_start(16, NO_HASH), PersistenceException);
+  archive.mark_object_start(20, NO_HASH);
+  EXPECT_THROW(archive.mark_object_end(20, 27), PersistenceException);
+  EXPECT_THROW(archive.mark_object_end(20, 29), PersistenceException);
+  EXPECT_THROW(archive.mark_object_end(12, 28), PersistenceException);
+  EXPECT_NO_THROW(archive.mark_object_end(20, 28));
+}
+
+TEST(PersistenceArchiver, GoesThroughFiles)
+{
+  const std::string path = testing::TempDir() + "kvshapes_archive_test.bin";
+  {
+    PersistenceArchiver archive;
+    archive << std::string("on disk");
+    archive.writeFile(path);
+  }
+  PersistenceArchiver archive;
+  archive.openFile(path);
+  std::string text;
+  archive >> text;
+  EXPECT_EQ(text, "on disk");
+
+  std::ofstream(path, std::ios::trunc) << "short";
+  EXPECT_THROW(archive.openFile(path), PersistenceException);
+  std::remove(path.c_str());
+  EXPECT_THROW(archive.openFile(path), PersistenceException);
+  PersistenceArchiver unwritable;
+  EXPECT_THROW(unwritable.writeFile(path + "/no/such/place"), PersistenceException);
+}
+
+} // namespace
+} // namespace Kavrel

@@ -1,0 +1,496 @@
+#include "platform/kvarchive/Persistence.h"
+
+#include <functional>
+
+#include <gmock/gmock.h>
+
+#include "platform/kvarchive/ArchiveZoo.h"
+#include "support/ArchiveWriter.h"
+
+namespace Kavrel {
+namespace {
+
+using namespace Zoo;
+using Testing::ArchiveWriter;
+using testing::ElementsAre;
+using Testing::loadFrom;
+using Testing::roundTrip;
+using testing::SizeIs;
+
+/// An open stream with its bytes.
+struct Reading
+{
+  explicit Reading(std::vector<char> stream) : bytes(std::move(stream)) { archive.openForReading(bytes); }
+
+  template <class T>
+  std::shared_ptr<T> pointer(bool nonOwning = false)
+  {
+    std::shared_ptr<T> result;
+    Persistence::loadPointer(archive, result, nonOwning);
+    return result;
+  }
+
+  std::vector<char> bytes;
+  PersistenceArchiver archive;
+};
+
+std::shared_ptr<Ball> redBall()
+{
+  auto ball = std::make_shared<Ball>();
+  ball->tag = 3;
+  ball->radius = 1.5;
+  ball->color = "red";
+  return ball;
+}
+
+Crate fullCrate()
+{
+  Crate crate;
+  crate.flag = true;
+  crate.number = -7;
+  crate.count = 8;
+  crate.ratio = 0.1f;
+  crate.length = 0.1;
+  crate.big = ~0ull;
+  crate.text = "text";
+  crate.parcel.weight = 2.5;
+  crate.doubles = {1, -2, 3e300};
+  crate.flags = {true, false, true};
+  crate.texts = {"", "two", "three"};
+  crate.ints = {4, 5};
+  crate.triples = {{{1, 2, 3}}, {{4, 5, 6}}};
+  crate.scattered = {{{7, 8, 9}}};
+  crate.parcels.resize(3);
+  crate.parcels[1].label = "middle";
+  crate.pairs.resize(2);
+  crate.pairs[1].first.weight = 11;
+  crate.pairs[1].second.values[2] = 12;
+  crate.manyFloats = {0.5f, 0.25f};
+  crate.shapes = {redBall(), nullptr, std::make_shared<Sign>()};
+  crate.shapes.push_back(crate.shapes[0]);
+  crate.round = std::static_pointer_cast<Ball>(crate.shapes[0]);
+  return crate;
+}
+
+TEST(Persistence, EveryKindOfMemberComesBack)
+{
+  const Crate saved = fullCrate();
+  Crate loaded;
+  loaded.doubles = {9, 9, 9, 9, 9}; // longer than what is stored
+  loaded.parcels.resize(5);
+  roundTrip(saved, loaded);
+
+  EXPECT_TRUE(loaded.flag);
+  EXPECT_EQ(loaded.number, -7);
+  EXPECT_EQ(loaded.count, 8u);
+  EXPECT_EQ(loaded.ratio, 0.1f);
+  EXPECT_EQ(loaded.length, 0.1);
+  EXPECT_EQ(loaded.big, ~0ull);
+  EXPECT_EQ(loaded.text, "text");
+  EXPECT_EQ(loaded.parcel.weight, 2.5);
+  EXPECT_EQ(loaded.doubles, saved.doubles);
+  EXPECT_EQ(loaded.flags, saved.flags);
+  EXPECT_EQ(loaded.texts, saved.texts);
+  EXPECT_EQ(loaded.ints, saved.ints);
+  EXPECT_EQ(loaded.triples, saved.triples);
+  EXPECT_EQ(loaded.scattered, saved.scattered);
+  ASSERT_THAT(loaded.parcels, SizeIs(3));
+  EXPECT_EQ(loaded.parcels[1].label, "middle");
+  ASSERT_THAT(loaded.pairs, SizeIs(2));
+  EXPECT_EQ(loaded.pairs[1].first.weight, 11);
+  EXPECT_EQ(loaded.pairs[1].second, saved.pairs[1].second);
+  EXPECT_EQ(loaded.manyFloats, saved.manyFloats);
+
+  ASSERT_THAT(loaded.shapes, SizeIs(4));
+  EXPECT_EQ(loaded.shapes[0]->kind(), "Ball");
+  EXPECT_EQ(loaded.shapes[1], nullptr);
+  EXPECT_EQ(loaded.shapes[2]->kind(), "Sign");
+  EXPECT_EQ(loaded.shapes[3], loaded.shapes[0]);
+  EXPECT_EQ(loaded.round, std::dynamic_pointer_cast<Ball>(loaded.shapes[0]));
+  EXPECT_EQ(loaded.round->radius, 1.5);
+}
+
+TEST(Persistence, SavingWhatWasLoadedGivesTheSameBytes)
+{
+  const std::vector<char> bytes = Testing::archiveOf(fullCrate());
+  Crate loaded;
+  loadFrom(bytes, loaded);
+  EXPECT_EQ(Testing::archiveOf(loaded), bytes);
+}
+
+TEST(Persistence, AContainerOfPairsNamesItsSecondHalfFirst)
+{
+  ArchiveWriter writer;
+  Persistence::saveContainer(writer.archive(), std::vector<std::pair<Corner, Triple>>(2));
+  Reading stream(writer.bytes());
+  unsigned int address, end, second, first, count;
+  stream.archive.read_to_address_header(address, end);
+  stream.archive >> second >> first >> count;
+  EXPECT_EQ(second, PersistenceArchiver::getHashForName("ZooTriple"));
+  EXPECT_EQ(first, PersistenceArchiver::getHashForName("ZooCorner"));
+  EXPECT_EQ(count, 2u);
+  // The elements have no frames: 8 bytes for a corner and 12 for a triple.
+  EXPECT_EQ(end, static_cast<unsigned int>(stream.archive.tellg()) + 2 * (8 + 12));
+}
+
+TEST(Persistence, ASharedObjectIsStoredOnceAndSharedAgain)
+{
+  const auto ball = redBall();
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), ball);
+  const auto afterFirst = writer.archive().tellp();
+  Persistence::savePointer(writer.archive(), std::shared_ptr<Shape>(ball));
+  EXPECT_EQ(writer.archive().tellp() - afterFirst, 12); // a reference
+
+  Reading stream(writer.bytes());
+  const auto first = stream.pointer<Ball>();
+  const auto second = stream.pointer<Shape>();
+  EXPECT_EQ(first, second);
+  EXPECT_EQ(first->color, "red");
+  EXPECT_EQ(first->tag, 3);
+}
+
+TEST(Persistence, ABasePartThatStandsInTheMiddleKeepsIdentity)
+{
+  const auto sign = std::make_shared<Sign>();
+  sign->label = "stop";
+  sign->tag = 9;
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), std::shared_ptr<Shape>(sign));
+  Persistence::savePointer(writer.archive(), std::shared_ptr<Labelled>(sign));
+  Persistence::savePointer(writer.archive(), sign);
+
+  Reading stream(writer.bytes());
+  const auto shape = stream.pointer<Shape>();
+  const auto labelled = stream.pointer<Labelled>();
+  const auto whole = stream.pointer<Sign>();
+  EXPECT_EQ(shape, whole);
+  EXPECT_EQ(labelled, whole);
+  EXPECT_EQ(whole->label, "stop");
+  EXPECT_EQ(whole->tag, 9);
+  EXPECT_EQ(whole.use_count() - 3, 1); // these three and the archive's own
+}
+
+TEST(Persistence, TheDynamicClassIsFoundThroughAChainAndWithoutVirtualOperations)
+{
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), std::shared_ptr<Shape>(redBall()));
+  const auto rich = std::make_shared<RichCorner>();
+  rich->x = 1;
+  rich->extra = 2;
+  Persistence::savePointer(writer.archive(), rich);
+  // Without virtual operations the static class is all that is known.
+  Persistence::savePointer(writer.archive(), std::shared_ptr<Corner>(std::make_shared<RichCorner>(*rich)));
+
+  Reading stream(writer.bytes());
+  const auto ball = std::dynamic_pointer_cast<Ball>(stream.pointer<Shape>());
+  ASSERT_NE(ball, nullptr);
+  EXPECT_EQ(ball->color, "red");
+  const auto corner = stream.pointer<Corner>(); // the frame says RichCorner
+  EXPECT_EQ(corner->x, 1);
+  EXPECT_EQ(static_cast<RichCorner&>(*corner).extra, 2);
+  EXPECT_EQ(stream.pointer<Corner>()->x, 1);
+}
+
+TEST(Persistence, CyclesClose)
+{
+  const auto first = std::make_shared<Link>(), second = std::make_shared<Link>();
+  first->next = second;
+  second->next = first;
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), first);
+  first->next.reset();
+
+  Reading stream(writer.bytes());
+  const auto loaded = stream.pointer<Link>();
+  ASSERT_NE(loaded->next, nullptr);
+  EXPECT_NE(loaded->next, loaded);
+  EXPECT_EQ(loaded->next->next, loaded);
+  loaded->next.reset();
+}
+
+TEST(Persistence, ANullReferenceLeavesTheTargetAlone)
+{
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), std::shared_ptr<Shape>());
+  Reading stream(writer.bytes());
+  const std::shared_ptr<Shape> before = redBall();
+  std::shared_ptr<Shape> target = before;
+  Persistence::loadPointer(stream.archive, target);
+  EXPECT_EQ(target, before);
+}
+
+TEST(Persistence, ATargetOfTheStoredClassIsLoadedInPlace)
+{
+  const auto stored = std::make_shared<Round>();
+  stored->radius = 4;
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), stored);
+  Persistence::savePointer(writer.archive(), redBall());
+  Reading stream(writer.bytes());
+
+  const auto owner = std::make_shared<Round>();
+  std::shared_ptr<Round> target = owner;
+  Persistence::loadPointer(stream.archive, target);
+  EXPECT_EQ(target, owner);
+  EXPECT_EQ(owner->radius, 4);
+
+  Persistence::loadPointer(stream.archive, target); // a Ball: the Round is let go
+  EXPECT_NE(target, owner);
+  EXPECT_EQ(target->kind(), "Ball");
+  EXPECT_EQ(owner->radius, 4);
+}
+
+TEST(Persistence, VersionsReachLoad)
+{
+  const struct
+  {
+    unsigned int version;
+    std::function<void(ArchiveWriter&)> body;
+    double weight;
+    std::string label;
+  } cases[] = {
+      {1, [](ArchiveWriter& w) { w << 5; }, 5, "none"},
+      {2, [](ArchiveWriter& w) { w << 5.5; }, 5.5, "none"},
+      {3, [](ArchiveWriter& w) { w << 5.5 << std::string("new"); }, 5.5, "new"},
+      {4, [](ArchiveWriter& w) { w << 5.5 << std::string("new") << 1.0 << 2.0; }, 5.5, "new"}, // skipped
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.version);
+    ArchiveWriter writer;
+    writer.version("ZooParcel", c.version);
+    writer.object("ZooParcel", [&] { c.body(writer); });
+    writer.object("ZooParcel", [&] { c.body(writer); });
+    writer << 42;
+    Reading stream(writer.bytes());
+    for (int i = 0; i < 2; ++i) {
+      Parcel parcel;
+      Persistence::loadObject(stream.archive, parcel);
+      EXPECT_EQ(parcel.weight, c.weight);
+      EXPECT_EQ(parcel.label, c.label);
+    }
+    int behind;
+    stream.archive >> behind;
+    EXPECT_EQ(behind, 42);
+  }
+}
+
+TEST(Persistence, ContainersPassTheVersionOn)
+{
+  ArchiveWriter writer;
+  writer.version("ZooParcel", 1);
+  writer.container("ZooParcel", 2, [&] { writer << 5 << 6; });
+  Reading stream(writer.bytes());
+  std::vector<Parcel> parcels;
+  Persistence::loadContainer(stream.archive, parcels);
+  ASSERT_THAT(parcels, SizeIs(2));
+  EXPECT_EQ(parcels[1].weight, 6);
+}
+
+TEST(Persistence, FramesWithoutClassHaveVersionZero)
+{
+  const auto body = [](ArchiveWriter& w) {
+    return [&w] {
+      w.object("ZooShape", [&] { w << 1; });
+      w << 2.0;
+    };
+  };
+  ArchiveWriter writer;
+  const unsigned int address = writer.objectWithoutClass(body(writer));
+  writer.object("ZooRound", body(writer));
+  writer.objectWithoutClass(body(writer));
+  writer.objectWithoutClass(body(writer));
+  Reading stream(writer.bytes());
+  Round round;
+  Persistence::loadObject(stream.archive, round);
+  EXPECT_EQ(round.loadedVersion, 0u);
+  Persistence::loadObject(stream.archive, round);
+  EXPECT_EQ(round.loadedVersion, 7u);
+  const auto pointer = stream.pointer<Round>();
+  EXPECT_EQ(pointer->loadedVersion, 0u);
+  EXPECT_EQ(pointer->radius, 2.0);
+  EXPECT_THROW(stream.pointer<Shape>(), PersistenceException); // abstract: nothing to create
+  EXPECT_NE(address, 0u);
+}
+
+TEST(Persistence, AnUnregisteredDynamicClassIsStoredAsTheStaticOne)
+{
+  const auto stranger = std::make_shared<Stranger>();
+  stranger->radius = 6;
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), std::shared_ptr<Round>(stranger));
+  Reading stream(writer.bytes());
+  const auto loaded = stream.pointer<Round>();
+  EXPECT_EQ(loaded->kind(), "Round");
+  EXPECT_EQ(loaded->radius, 6);
+}
+
+TEST(Persistence, AnUnregisteredParentRaisesAndWritesNothing)
+{
+  ArchiveWriter writer;
+  const Orphan orphan;
+  const auto frameHead = 12;
+  const auto before = writer.archive().tellp();
+  const auto message = [](const std::function<void()>& action) -> std::string {
+    try {
+      action();
+    } catch (const std::exception& raised) {
+      return raised.what();
+    }
+    return "";
+  };
+  EXPECT_EQ(message([&] { Persistence::saveObject(writer.archive(), orphan); }), "Parent not registered");
+  EXPECT_EQ(writer.archive().tellp() - before, frameHead);
+
+  ArchiveWriter other;
+  other.object("ZooOrphan", [&] { other.object("ZooShape", [&] { other << 1; }); });
+  Orphan loaded;
+  EXPECT_EQ(message([&] { loadFrom(other.bytes(), loaded); }), "Parent not registered");
+  EXPECT_EQ(loaded.tag, 0);
+}
+
+TEST(Persistence, CornersReadThroughFacesEndUpOwnedByTheirSolid)
+{
+  ASSERT_EQ(Corner::alive, 0);
+  Solid solid;
+  {
+    Solid original;
+    for (int i = 0; i < 3; ++i)
+      original.corners.push_back(std::make_shared<Corner>(i));
+    original.faces.resize(2);
+    original.faces[0] = {original.corners[0], original.corners[1]};
+    original.faces[1] = {original.corners[1], original.corners[2]};
+    roundTrip(original, solid); // the archive is gone afterwards
+  }
+  EXPECT_EQ(Corner::alive, 3);
+  ASSERT_THAT(solid.corners, SizeIs(3));
+  EXPECT_EQ(solid.faces[0].first, solid.corners[0]);
+  EXPECT_EQ(solid.faces[0].second, solid.corners[1]);
+  EXPECT_EQ(solid.faces[1].first, solid.corners[1]);
+  EXPECT_EQ(solid.faces[1].second->x, 2);
+  EXPECT_EQ(solid.corners[1].use_count(), 1); // the faces don't own
+  solid.corners.clear();
+  EXPECT_EQ(Corner::alive, 0);
+}
+
+TEST(Persistence, CornersThatNobodyOwnsEndWithTheArchive)
+{
+  ASSERT_EQ(Corner::alive, 0);
+  ArchiveWriter writer;
+  const auto corner = std::make_shared<Corner>(5);
+  Persistence::savePointer(writer.archive(), corner);
+  Persistence::savePointer(writer.archive(), corner);
+  {
+    Reading stream(writer.bytes());
+    const auto first = stream.pointer<Corner>(true), second = stream.pointer<Corner>(true);
+    EXPECT_EQ(first, second);
+    EXPECT_EQ(Corner::alive, 2);
+  }
+  EXPECT_EQ(Corner::alive, 1);
+}
+
+TEST(Persistence, ATargetOfTheCallerIsNeverTakenOver)
+{
+  ArchiveWriter writer;
+  const auto corner = std::make_shared<Corner>(5);
+  Persistence::savePointer(writer.archive(), corner);
+  Persistence::savePointer(writer.archive(), corner);
+  Reading stream(writer.bytes());
+  Corner member;
+  std::shared_ptr<Corner> view(&member, null_deleter());
+  Persistence::loadPointer(stream.archive, view, true);
+  EXPECT_EQ(view.get(), &member);
+  EXPECT_EQ(member.x, 5);
+  const auto other = stream.pointer<Corner>();
+  EXPECT_EQ(other.get(), &member);
+} // freeing `member` would end the program
+
+TEST(Persistence, AReferenceReachesAFrameThatWasSkippedOrIsStillToCome)
+{
+  ArchiveWriter writer;
+  unsigned int skipped = 0;
+  writer.object("ZooCorner", [&] {
+    writer << 1.0;
+    skipped = writer.object("ZooRound", [&] {
+      writer.object("ZooShape", [&] { writer << 8; });
+      writer << 0.5;
+    });
+  });
+  const auto laterFrame = static_cast<unsigned int>(writer.archive().tellp()) + 3 * 12 + 4;
+  writer.reference(skipped, "ZooRound").reference(laterFrame, "ZooRound").reference(skipped, "ZooRound");
+  const unsigned int later = writer.object("ZooRound", [&] {
+    writer.object("ZooShape", [&] { writer << 9; });
+    writer << 0.25;
+  });
+  ASSERT_EQ(later, laterFrame);
+  writer << 42;
+
+  Reading stream(writer.bytes());
+  Corner corner;
+  Persistence::loadObject(stream.archive, corner);
+  const auto first = stream.pointer<Shape>();
+  const auto ahead = stream.pointer<Round>();
+  EXPECT_EQ(first->tag, 8);
+  EXPECT_EQ(stream.pointer<Shape>(), first);
+  EXPECT_EQ(ahead->radius, 0.25);
+  ahead->radius = 1; // shows that the frame isn't read again
+  EXPECT_EQ(stream.pointer<Shape>(), ahead);
+  EXPECT_EQ(ahead->radius, 1);
+  int behind;
+  stream.archive >> behind;
+  EXPECT_EQ(behind, 42);
+}
+
+TEST(Persistence, AnUnknownClassIsReadAsTheOneExpected)
+{
+  const auto write = [](ArchiveWriter& writer) {
+    writer.object("ZooFromTheFuture", [&] {
+      writer.object("ZooShape", [&] { writer << 1; });
+      writer << 3.0;
+    });
+  };
+  ArchiveWriter writer;
+  writer.version("ZooFromTheFuture", 99);
+  write(writer);
+  write(writer);
+  Reading stream(writer.bytes());
+  EXPECT_EQ(stream.pointer<Round>()->radius, 3.0);
+  EXPECT_EQ(stream.archive.numberOfCorruptedObjects(), 1u);
+  EXPECT_EQ(stream.pointer<Round>()->radius, 3.0);
+}
+
+TEST(Persistence, AnObjectOfAClassThatDoesNotFitIsRefused)
+{
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), std::make_shared<Corner>(1));
+  const auto bytes = writer.bytes();
+  EXPECT_EQ(Reading(bytes).pointer<Corner>()->x, 1);
+  EXPECT_THROW(Reading(bytes).pointer<Round>(), PersistenceException);
+  EXPECT_THROW(Reading(bytes).pointer<RichCorner>(), PersistenceException);
+}
+
+TEST(Persistence, LongChainsOfObjectsRaiseInsteadOfExhaustingTheStack)
+{
+  for (const int length : {900, 1100}) {
+    SCOPED_TRACE(length);
+    std::vector<std::shared_ptr<Link>> links(static_cast<std::size_t>(length));
+    for (auto& link : links)
+      link = std::make_shared<Link>();
+    for (std::size_t i = 1; i < links.size(); ++i)
+      links[i - 1]->next = links[i];
+    ArchiveWriter writer;
+    if (length > 1000) {
+      EXPECT_THROW(Persistence::savePointer(writer.archive(), links[0]), PersistenceException);
+      continue;
+    }
+    Persistence::savePointer(writer.archive(), links[0]);
+    Reading stream(writer.bytes());
+    int loaded = 0;
+    for (auto link = stream.pointer<Link>(); link != nullptr; link = link->next)
+      ++loaded;
+    EXPECT_EQ(loaded, length);
+  }
+}
+
+} // namespace
+} // namespace Kavrel
