@@ -1,7 +1,11 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/ElementGeometry.h"
+#include "geometry/BoundingVolumeHierarchy/MedianSelection.h"
+#include "geometry/BoundingVolumeHierarchy/ThreadPool.h"
 #include "platform/kvmath/Vector.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -14,14 +18,37 @@ template <class Element, class Volume, unsigned dim>
 class KdTreeSorter
 {
 public:
-  /// Takes the positions of all elements, on the thread pool where there are very many.
+  /// From this many elements on, their positions are computed on the thread pool, this many a task.
+  static constexpr std::size_t parallelPositionThreshold = 500000;
+  static constexpr std::size_t positionChunk = 100000;
+
+  /// Takes the positions of all elements.
   template <class Hierarchy>
-  explicit KdTreeSorter(const Hierarchy& hierarchy);
+  explicit KdTreeSorter(const Hierarchy& hierarchy) : positionEntries(hierarchy.numberOfElements())
+  {
+    const std::size_t count = positionEntries.size();
+    if (count < parallelPositionThreshold || !ThreadPool::isAvailable()) {
+      fill(hierarchy, 0, count);
+      return;
+    }
+    ThreadPool& pool = ThreadPool::getInstance();
+    for (std::size_t first = 0; first < count; first += positionChunk)
+      pool.enqueue(
+          [this, &hierarchy, first, last = std::min(count, first + positionChunk)] { fill(hierarchy, first, last); });
+    pool.waitUntilIdle();
+  }
 
   /// Splits the elements `[first, last)`: those before the returned place lie below those behind it on the chosen axis,
   /// the lower axis where spreads are equal. Of an odd number the lower part has one more. Elements that are equal on
   /// the axis may come to either side. The depth has no effect.
-  std::uint32_t sort(unsigned first, unsigned last, int depth);
+  std::uint32_t sort(unsigned first, unsigned last, int)
+  {
+    PositionEntry* const entries = positionEntries.data();
+    const unsigned axis = longestAxis(first, last);
+    selectEntry(entries + first, entries + last, entries + ((first + last) >> 1),
+                [axis](const PositionEntry& entry) { return entry.position[axis]; });
+    return (first + last + 1) >> 1;
+  }
 
   /// Where the element that now stands at i stood before.
   std::uint64_t getPosition(std::size_t i) const { return positionEntries[i].index; }
@@ -33,7 +60,30 @@ private:
     std::uint32_t index;
   };
 
-  unsigned longestAxis(unsigned first, unsigned last) const;
+  template <class Hierarchy>
+  void fill(const Hierarchy& hierarchy, std::size_t first, std::size_t last)
+  {
+    for (std::size_t i = first; i < last; ++i) {
+      const auto position = static_cast<std::uint32_t>(i);
+      positionEntries[i] = {positionOf<dim>(hierarchy.getElement(position)), position};
+    }
+  }
+
+  unsigned longestAxis(unsigned first, unsigned last) const
+  {
+    AxisAlignedBox<double, dim> box;
+    for (unsigned i = first; i < last; ++i)
+      box.extend(positionEntries[i].position);
+    const Vector<double, dim> extent = box.max - box.min;
+    unsigned longest = 0;
+    double length = std::max(extent[0], 0.0);
+    for (unsigned axis = 1; axis < dim; ++axis)
+      if (extent[axis] > length) {
+        longest = axis;
+        length = extent[axis];
+      }
+    return longest;
+  }
 
   std::vector<PositionEntry> positionEntries;
 };

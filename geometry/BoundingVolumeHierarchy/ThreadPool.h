@@ -20,6 +20,10 @@ public:
 
   static ThreadPool& getInstance();
 
+  /// Whether a build may spread its work: outside of OpenMP parallel regions, with two OpenMP threads or more, and with
+  /// an idle pool. OpenMP only gives the word; the work runs on the pool.
+  static bool isAvailable();
+
   ThreadPool(const ThreadPool&) = delete;
   ThreadPool& operator=(const ThreadPool&) = delete;
 

@@ -48,8 +48,9 @@ protected:
   void sortSingleThread(SorterType* sorter, unsigned first, unsigned last);
 
 private:
+  template <class AnySorter>
+  void createNodes(AnySorter& sorter, unsigned node, unsigned first, unsigned last, int depth);
   void build(std::uint32_t maxDepth);
-  bool sortsInParallel() const;
   void sortInParallel(SorterType& sorter, unsigned count);
 };
 
