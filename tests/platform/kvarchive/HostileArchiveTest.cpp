@@ -44,6 +44,16 @@ std::vector<char> streamOfEverything()
   return writer.bytes();
 }
 
+/// Takes a ring of links apart, so that it can be freed.
+struct CycleCutter
+{
+  const std::shared_ptr<Link>& link;
+  ~CycleCutter()
+  {
+    if (link != nullptr) link->next.reset();
+  }
+};
+
 /// Loads the stream and saves what came of it, so that every loaded object is looked at.
 void loadEverything(const std::vector<char>& bytes)
 {
@@ -52,13 +62,13 @@ void loadEverything(const std::vector<char>& bytes)
   Crate crate;
   Solid solid;
   std::shared_ptr<Link> link;
+  const CycleCutter cutter{link};
   Persistence::loadObject(archive, crate);
   Persistence::loadObject(archive, solid);
   PersistenceArchiver copy;
   Persistence::saveObject(copy, crate);
   Persistence::saveObject(copy, solid);
   Persistence::loadPointer(archive, link);
-  if (link != nullptr) link->next.reset();
 }
 
 TEST(HostileArchive, DamageRaisesOrLoads)
