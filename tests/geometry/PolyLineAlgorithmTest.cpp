@@ -1,0 +1,146 @@
+#include "geometry/PolyLineAlgorithm.h"
+
+#include "support/PolyLineBuilder.h"
+#include "support/RandomGeometry.h"
+
+#include <gtest/gtest.h>
+#include <limits>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+
+namespace {
+
+using Real = long double;
+using Point2 = Point<double, 2>;
+
+template <class P>
+class PolyLineDistanceOf : public testing::Test
+{};
+using PolyLinePoints = testing::Types<Point<float, 2>, Point<float, 3>, Point<double, 2>, Point<double, 3>, Point3N,
+                                      Point3NT, ProjectionPoint, ConstraintPoint>;
+TYPED_TEST_SUITE(PolyLineDistanceOf, PolyLinePoints);
+
+template <class P>
+Real squareDistanceToSegment(const P& a, const P& b, const Point<typename P::Scalar, P::Dim>& p)
+{
+  Real along = 0, square = 0;
+  for (unsigned i = 0; i < P::Dim; ++i) {
+    along += (Real(p[i]) - a[i]) * (Real(b[i]) - a[i]);
+    square += (Real(b[i]) - a[i]) * (Real(b[i]) - a[i]);
+  }
+  const Real t = square > 0 ? std::clamp(along / square, Real(0), Real(1)) : Real(0);
+  Real sum = 0;
+  for (unsigned i = 0; i < P::Dim; ++i) {
+    const Real difference = a[i] + t * (Real(b[i]) - a[i]) - p[i];
+    sum += difference * difference;
+  }
+  return sum;
+}
+
+TYPED_TEST(PolyLineDistanceOf, AgreesWithBruteForce)
+{
+  using P = TypeParam;
+  using T = typename P::Scalar;
+  constexpr unsigned dim = P::Dim;
+  RandomGeometry random(21);
+  for (int round = 0; round < 300; ++round) {
+    SCOPED_TRACE(round);
+    const double size = random.logUniform(0.01, 100.0);
+    const auto vertex = [&] {
+      Vector<T, dim> v;
+      for (unsigned i = 0; i < dim; ++i)
+        v[i] = static_cast<T>(random.uniform(-size, size));
+      return Point<T, dim>(v);
+    };
+    PolyLine<P> polyline;
+    for (std::size_t i = 1 + random.index(12); i > 0; --i)
+      polyline.addPoint(P(vertex()));
+    if (random.coin()) polyline.addPoint(P(polyline.back()));
+    polyline.setClosed(random.coin());
+    const Point<T, dim> p = random.coin() ? vertex() : polyline[random.index(polyline.numberOfPoints())];
+
+    Real expected = squareDistanceToSegment(polyline[0], polyline[0], p);
+    for (std::size_t i = 0; i < polyline.numberOfSegments(); ++i) {
+      const auto segment = polyline.getSegment(i);
+      expected = std::min(expected, squareDistanceToSegment(*segment.getStart(), *segment.getEnd(), p));
+    }
+
+    double u = -1.0;
+    std::size_t i = 99;
+    const T actual = PolyLineAlgorithm::sqrDist(polyline, p, u, i);
+    const double tolerance = size * size * 64.0 * static_cast<double>(std::numeric_limits<T>::epsilon());
+    EXPECT_NEAR(static_cast<double>(actual), static_cast<double>(expected), tolerance);
+    ASSERT_LT(i, std::max<std::size_t>(polyline.numberOfSegments(), 1));
+    ASSERT_TRUE(u >= 0.0 && u <= 1.0);
+    const auto found = polyline.getSegment(i).getPoint(u);
+    EXPECT_NEAR(static_cast<double>(p.sqrDistance(found)), static_cast<double>(expected), tolerance);
+  }
+}
+
+TEST(PolyLineDistance, ReportsTheFirstOfEqualPlaces)
+{
+  const struct
+  {
+    const char *name, *line, *point;
+    double sqrDistance, u;
+    std::size_t segment;
+  } rows[] = {
+      {"abreast of a shared vertex", "0,0 1,0 2,0", "1,3", 9.0, 1.0, 0},
+      {"outside a corner", "0,0 1,0 1,1", "2,-1", 2.0, 1.0, 0},
+      {"the middle of a square", "0,0 2,0 2,2 0,2 closed", "1,1", 1.0, 0.5, 0},
+      {"at the closing segment", "0,0 2,0 2,2 0,2 closed", "-0.5,1.5", 0.25, 0.25, 3},
+      {"without a closing segment", "0,0 2,0 2,2 0,2", "-0.5,1.5", 0.5, 1.0, 2},
+      {"no length", "5,5 5,5", "6,5", 1.0, 0.0, 0},
+      {"one point", "5,5", "6,5", 1.0, 0.0, 0},
+      {"one point, closed", "5,5 closed", "6,5", 1.0, 0.0, 0},
+      {"a degenerate segment is its start", "0,0 0.0000009,0", "0.0000009,0", 8.1e-13, 0.0, 0},
+      {"a segment at the limit isn't", "0,0 0.0000011,0", "0.0000011,0", 0.0, 1.0, 0},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const auto line = polyLineFrom<Point2>(row.line);
+    double u = -1.0;
+    std::size_t segment = 99;
+    EXPECT_DOUBLE_EQ(PolyLineAlgorithm::sqrDist(line, pointFrom<Point2>(row.point), u, segment), row.sqrDistance);
+    EXPECT_DOUBLE_EQ(u, row.u);
+    EXPECT_EQ(segment, row.segment);
+  }
+}
+
+TEST(PolyLineDistance, SnapsToTheEndsOfASegment)
+{
+  const auto line = polyLineFrom<Point2>("0,0 1,0");
+  const struct
+  {
+    double x, u;
+  } rows[] = {{0.9e-12, 0.0}, {1.1e-12, 1.1e-12}, {1.0 - 0.9e-12, 1.0}, {1.0 - 1.1e-12, 1.0 - 1.1e-12}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.x);
+    double u = -1.0;
+    std::size_t segment = 99;
+    const double sqrDistance = PolyLineAlgorithm::sqrDist(line, Point2(row.x, 0.0), u, segment);
+    EXPECT_EQ(u, row.u);
+    EXPECT_NEAR(std::sqrt(sqrDistance), std::abs(row.x - row.u), 1e-16);
+  }
+}
+
+TEST(PolyLineDistance, HostileInputLeavesTheSoundSegments)
+{
+  constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+  constexpr double inf = std::numeric_limits<double>::infinity();
+  const PolyLine<Point2> empty;
+  double u = 0.25;
+  std::size_t segment = 7;
+  EXPECT_EQ(PolyLineAlgorithm::sqrDist(empty, Point2(), u, segment), std::numeric_limits<double>::max());
+  EXPECT_EQ(u, 0.25);
+  EXPECT_EQ(segment, 7U);
+
+  const PolyLine<Point2> line({{0.0, 0.0}, {nan, 1.0}, {inf, 0.0}, {3.0, 0.0}, {4.0, 0.0}}, 0.1);
+  EXPECT_EQ(PolyLineAlgorithm::sqrDist(line, Point2(3.5, 1.0), u, segment), 1.0);
+  EXPECT_EQ(segment, 3U);
+  EXPECT_EQ(PolyLineAlgorithm::sqrDist(line, Point2(-1.0, 0.0), u, segment), 1.0);
+  EXPECT_EQ(segment, 0U);
+}
+
+} // namespace

@@ -1,0 +1,145 @@
+#include "geometry/PolyLineDump.h"
+
+#include "support/PolyLineBuilder.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <iomanip>
+#include <locale>
+#include <sstream>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+
+namespace {
+
+using Point2 = Point<double, 2>;
+using Point3 = Point<double, 3>;
+using Vector3 = Vector<double, 3>;
+constexpr auto pointsOnly = PolyNormalDumpMode::PointsOnly;
+constexpr auto strokes = PolyNormalDumpMode::NormalStrokes;
+constexpr auto section = PolyNormalDumpMode::NormalsSection;
+
+template <class P>
+std::string dumped(const PolyLine<P>& polyline, PolyNormalDumpMode mode, bool fullPrecision = false,
+                   bool scientific = false)
+{
+  std::ostringstream out;
+  polyline.dump(out, mode, fullPrecision, scientific);
+  return out.str();
+}
+
+TEST(PolyLineDump, RowsByModeAndType)
+{
+  EXPECT_EQ(dumped(PolyLine<Point2>(), section), "Poly3D\n");
+  EXPECT_EQ(dumped(polyLineFrom<Point2>("closed"), pointsOnly), "Poly3D\n");
+  const std::string triangle = "Poly3D\n0 0 0\n1 1 0\n2 1 1\n";
+  EXPECT_EQ(dumped(polyLineFrom<Point2>("0,0 1,0 1,1"), strokes), triangle);
+  EXPECT_EQ(dumped(polyLineFrom<Point2>("0,0 1,0 1,1 closed"), section), triangle + "3 0 0\n");
+
+  const auto open = polyLineFrom<Point3N>("1,0,0/0,0,0.5 2,0,0");
+  const auto ring = polyLineFrom<ConstraintPoint>("1,0,0/0,0,0.5 2,0,0 closed");
+  EXPECT_EQ(dumped(open, pointsOnly), "Poly3D\n0 1 0 0\n1 2 0 0\n");
+  EXPECT_EQ(dumped(open, strokes), "Poly3D\n0 1 0 0\n1 1 0 5\n2 1 0 0\n3 2 0 0\n");
+  EXPECT_EQ(dumped(ring, strokes), "Poly3D\n0 1 0 0\n1 1 0 5\n2 1 0 0\n3 2 0 0\n4 1 0 0\n");
+  EXPECT_EQ(dumped(open, section), "Poly3D\n0 1 0 0\n1 2 0 0\nNormals\n0 0 0 0.5\n1 0 0 0\n");
+  EXPECT_EQ(dumped(ring, section), "Poly3D\n0 1 0 0\n1 2 0 0\n2 1 0 0\nNormals\n0 0 0 0.5\n1 0 0 0\n2 0 0 0.5\n");
+  EXPECT_EQ(dumped(PolyLine<Point3NT>(), section), "Poly3D\nNormals\nBinormals\n");
+  const PolyLine<Point3NT> tangents({Point3NT(Vector3(1, 2, 3), Vector3(0, 0, 1), Vector3(4, 0, 0))}, 0.1);
+  EXPECT_EQ(dumped(tangents, section), "Poly3D\n0 1 2 3\nNormals\n0 0 0 1\nBinormals\n0 4 0 0\n");
+}
+
+TEST(PolyLineDump, FormatCoversThePointsAlone)
+{
+  const auto polyline = polyLineFrom<Point3N>("0.1234567890123456,0,0/0.1234567890123456,0,0");
+  EXPECT_EQ(dumped(polyline, section), "Poly3D\n0 0.123457 0 0\nNormals\n0 0.123457 0 0\n");
+  EXPECT_EQ(dumped(polyline, section, true), "Poly3D\n0 0.123456789012346 0 0\nNormals\n0 0.123457 0 0\n");
+  EXPECT_EQ(dumped(polyline, section, false, true),
+            "Poly3D\n0 1.234568e-01 0.000000e+00 0.000000e+00\nNormals\n0 0.123457 0 0\n");
+  EXPECT_EQ(dumped(polyline, strokes, true, true),
+            "Poly3D\n0 0.123456789012346 0 0\n1 1.3580246791358 0 0\n2 0.123456789012346 0 0\n");
+  EXPECT_EQ(dumped(polyLineFrom<Point2>("0.5,0"), strokes, false, true), "Poly3D\n0 5.000000e-01 0.000000e+00\n");
+}
+
+TEST(PolyLineDump, TakesOverAndKeepsTheFormatOfTheStream)
+{
+  std::ostringstream out;
+  out << std::showpos << std::setprecision(3) << std::setw(8);
+  PolyLineDump::toStream(polyLineFrom<Point2>("1.23456,2"), out, pointsOnly, true, false);
+  EXPECT_EQ(out.str(), "  Poly3D\n0 +1.23456 +2\n");
+  EXPECT_EQ(out.precision(), 3);
+  EXPECT_EQ(out.width(), 8);
+  EXPECT_TRUE(out.flags() & std::ios::showpos);
+}
+
+struct CommaDecimal : std::numpunct<char>
+{
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+TEST(PolyLineDump, NoLocaleReachesTheNumbers)
+{
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
+  const std::string text = dumped(polyLineFrom<Point2>("0.5,123456"), pointsOnly);
+  std::locale::global(before);
+  EXPECT_EQ(text, "Poly3D\n0 0.5 123456\n");
+}
+
+TEST(PolyLineDump, FilesAreNumberedAndAppended)
+{
+  const auto folder = std::filesystem::path(testing::TempDir()) / "PolyLineDumpTest";
+  std::filesystem::remove_all(folder);
+  std::filesystem::create_directory(folder);
+  const std::string name = (folder / "line").string();
+  const auto contentOf = [](const std::string& file) {
+    std::ifstream in(file);
+    return std::string(std::istreambuf_iterator<char>(in), {});
+  };
+  const auto polyline = polyLineFrom<Point2>("1,2");
+  const std::string once = "Poly3D\n0 1 2\n";
+  const struct
+  {
+    int number;
+    bool append;
+    const char* suffix;
+    std::string content;
+  } rows[] = {{-1, false, ".kv", once},
+              {7, true, "_7.kv", once},
+              {0, false, "_0.kv", once},
+              {7, true, "_7.kv", once + once},
+              {7, false, "_7.kv", once}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.suffix);
+    polyline.dump(name, row.number, row.append, pointsOnly);
+    EXPECT_EQ(contentOf(name + row.suffix), row.content);
+  }
+  polyline.dump((folder / "missing" / "line").string(), 1, false, pointsOnly); // nothing is reported
+  std::filesystem::remove_all(folder);
+}
+
+TEST(PolyLineDump, LogicalPositionsShowAsStrokes)
+{
+  PolyLine<ProjectionPoint> polyline;
+  for (int position = 0; position < 7; ++position) {
+    ProjectionPoint point;
+    point.setLogicalPosition(static_cast<ProjectionPoint::PointPosition>(position));
+    polyline.addPoint(point);
+  }
+  const char* const tips[] = {"10 10 0", "0 10 0", "-10 0 0", "0 -10 0", "10 0 0", "10 10 0", "10 10 0"};
+  std::string expected = "Poly3D\n";
+  int row = 0;
+  for (const char* tip : tips) {
+    expected += std::to_string(row++) + " 0 0 0\n";
+    expected += std::to_string(row++) + " " + tip + "\n";
+    expected += std::to_string(row++) + " 0 0 0\n";
+  }
+  polyline.setClosed(true);
+  std::ostringstream out;
+  PolyLineDump::withLogicalPositionsInNormals(polyline, out);
+  EXPECT_EQ(out.str(), expected + "21 0 0 0\n");
+}
+
+} // namespace

@@ -1,0 +1,344 @@
+#include "geometry/PolyLine.h"
+#include "geometry/ShapecoreException.h"
+#include "support/Matchers.h"
+#include "support/PolyLineBuilder.h"
+#include "support/RandomGeometry.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <numbers>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+
+namespace {
+
+using Point2 = Point<double, 2>;
+using Vector2 = Vector<double, 2>;
+using Vector3 = Vector<double, 3>;
+using Line2 = PolyLine<Point2>;
+
+const Interval wide(-10.0, 10.0, false, false);
+
+template <class P>
+class PolyLineEvaluationOf : public testing::Test
+{
+public:
+  using T = typename P::Scalar;
+  static constexpr unsigned dim = P::Dim;
+
+  static PolyLine<P> randomLine(RandomGeometry& random)
+  {
+    PolyLine<P> polyline;
+    const std::size_t count = 2 + random.index(10);
+    for (std::size_t i = 0; i < count; ++i) {
+      Vector<T, dim> v;
+      // Each step advances, so that a point of the line has one parameter.
+      v[0] = static_cast<T>(static_cast<double>(i) + random.uniform(-0.3, 0.3));
+      for (unsigned j = 1; j < dim; ++j)
+        v[j] = static_cast<T>(random.uniform(-0.5, 0.5));
+      polyline.addPoint(P(Point<T, dim>(v)));
+    }
+    return polyline;
+  }
+
+  /// The place at a length from the start, by its own sums.
+  static Vector<T, dim> walk(const PolyLine<P>& polyline, double t)
+  {
+    const std::size_t n = polyline.numberOfPoints();
+    std::vector<double> lengths{0.0};
+    const auto vertex = [&](std::size_t i) {
+      Vector<double, dim> v;
+      for (unsigned j = 0; j < dim; ++j)
+        v[j] = static_cast<double>(polyline[i % n][j]);
+      return v;
+    };
+    for (std::size_t i = 0; i < polyline.numberOfSegments(); ++i)
+      lengths.push_back(lengths.back() + (vertex(i + 1) - vertex(i)).length());
+    const double target = t * lengths.back();
+    std::size_t i = 0;
+    while (i + 2 < lengths.size() && lengths[i + 1] < target)
+      ++i;
+    const auto place =
+        vertex(i) + (vertex(i + 1) - vertex(i)) * ((target - lengths[i]) / (lengths[i + 1] - lengths[i]));
+    Vector<T, dim> rounded;
+    for (unsigned j = 0; j < dim; ++j)
+      rounded[j] = static_cast<T>(place[j]);
+    return rounded;
+  }
+};
+using PolyLinePoints = testing::Types<Point<float, 2>, Point<float, 3>, Point<double, 2>, Point<double, 3>, Point3N,
+                                      Point3NT, ProjectionPoint, ConstraintPoint>;
+TYPED_TEST_SUITE(PolyLineEvaluationOf, PolyLinePoints);
+
+TYPED_TEST(PolyLineEvaluationOf, AllRoutesReachThePlaceAtALength)
+{
+  using P = TypeParam;
+  constexpr double tolerance = std::is_same_v<typename P::Scalar, float> ? 2e-5 : 1e-12;
+  RandomGeometry random(41);
+  for (int round = 0; round < 100; ++round) {
+    SCOPED_TRACE(round);
+    PolyLine<P> polyline = this->randomLine(random);
+    const bool closed = random.coin();
+    polyline.setClosed(closed);
+    std::vector<double> parameters;
+    polyline.getPointParameters(&parameters);
+    for (const double t : {0.0, random.uniform(0.0, 1.0), random.uniform(0.0, 1.0), 1.0}) {
+      SCOPED_TRACE(t);
+      const auto expected = this->walk(polyline, t);
+      EXPECT_THAT(polyline.evaluate(t), IsNear(expected, tolerance));
+      EXPECT_THAT(polyline.getPointAtParam(t, &parameters), IsNear(expected, tolerance));
+      EXPECT_THAT(polyline.getPointAtParam(t, nullptr), IsNear(expected, tolerance));
+      P point;
+      std::size_t segment = 99;
+      ASSERT_TRUE(polyline.evaluateParameterPointAndSegment(t, point, segment));
+      EXPECT_THAT(point, IsNear(expected, tolerance));
+      ASSERT_LT(segment, polyline.numberOfSegments());
+      EXPECT_LE(polyline.getSegment(segment).distance(point), tolerance);
+      EXPECT_EQ(polyline.evaluateDerivation(t), polyline.getSegmentDerivation(segment));
+      if (!closed) {
+        double distance = -1.0;
+        EXPECT_NEAR(polyline.calculateParameter(point, distance, nullptr), t, tolerance);
+        EXPECT_NEAR(polyline.calculateParameter(point, distance, &parameters), t, tolerance);
+        EXPECT_NEAR(distance, 0.0, tolerance);
+      }
+    }
+  }
+}
+
+TYPED_TEST(PolyLineEvaluationOf, ParametersAreLengthFractions)
+{
+  using P = TypeParam;
+  RandomGeometry random(42);
+  PolyLine<P> polyline = this->randomLine(random);
+  for (const bool closed : {false, true}) {
+    SCOPED_TRACE(closed);
+    polyline.setClosed(closed);
+    std::vector<double> parameters(100, 7.0);
+    polyline.getPointParameters(&parameters);
+    ASSERT_EQ(parameters.size(), polyline.numberOfSegments() + 1);
+    EXPECT_EQ(parameters.front(), 0.0);
+    EXPECT_NEAR(parameters.back(), 1.0, 1e-15);
+    for (std::size_t i = 0; i < polyline.numberOfPoints(); ++i)
+      EXPECT_NEAR(parameters[i] * polyline.getTotalLength(), polyline.getPolyLength(i, true), 1e-12);
+    EXPECT_NEAR(polyline.getPolyLength(2, true) + polyline.getPolyLength(2, false), polyline.getTotalLength(), 1e-12);
+  }
+}
+
+TEST(PolyLineEvaluation, DomainClipsAndDoesNotScale)
+{
+  const struct
+  {
+    const char* line;
+    Interval domain;
+    double t;
+    Vector2 expected;
+  } rows[] = {
+      {"0,0 1,0 1,1", {0, 1, false, false}, 1.0, {1, 1}},
+      {"0,0 1,0 1,1", {0, 1, false, false}, 1.0000001, {1, 1}},
+      {"0,0 1,0 1,1", {0, 1, false, false}, -0.1, {0, 0}},
+      {"0,0 1,0 1,1", {0.25, 0.75, false, false}, 0.2, {0, 0}}, // below: the first point, not the clipped end
+      {"0,0 1,0 1,1", {0.25, 0.75, false, false}, 0.8, {1, 1}},
+      {"0,0 1,0 1,1", {0.25, 0.75, false, false}, 0.75, {1, 0.5}},
+      {"0,0 1,0 1,1 0,1 closed", {0, 1, false, false}, 0.5, {1, 1}}, // halfway counts the closing segment
+      {"0,0 1,0 1,1 0,1 closed", {0, 1, false, false}, 0.875, {0, 0.5}},
+      {"0,0 1,0 1,1 0,1 closed", {0, 1, false, false}, 1.0, {0, 0}},
+      {"0,0 1,0 1,1 0,1 closed", {0, 0.5, false, false}, 0.6, {0, 0}},
+      {"0,0 1,0 1,1", wide, 2.0, {1, 1}},   // past the end: its last vertex
+      {"0,0 1,0 1,1", wide, -0.5, {-1, 0}}, // before the start: along the first segment
+      {"3,4", {0, 1, false, false}, 0.5, {3, 4}},
+      {"", {0, 1, false, false}, 0.5, {0, 0}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.line << " at " << row.t);
+    Line2 line = polyLineFrom<Point2>(row.line);
+    line.setDomain(row.domain);
+    EXPECT_THAT(line.evaluate(row.t), IsNear(row.expected, 1e-15));
+  }
+}
+
+TEST(PolyLineEvaluation, EndsAndLengthFollowTheDomain)
+{
+  Line2 line = polyLineFrom<Point2>("0,0 1,0 1,1");
+  EXPECT_EQ(line.getLength(), 2.0);
+  line.setDomain(Interval(0.25, 0.75, false, false));
+  EXPECT_EQ(line.getStart(), Point2(0.5, 0.0));
+  EXPECT_EQ(line.getEnd(), Point2(1.0, 0.5));
+  EXPECT_EQ(line.getLength(), 1.0);
+  EXPECT_EQ(line.getTotalLength(), 2.0);
+
+  const Line2 square = polyLineFrom<Point2>("0,0 1,0 1,1 0,1 closed");
+  EXPECT_EQ(square.getEnd(), Point2(0.0, 1.0)) << "the last stored point, not the first";
+  EXPECT_EQ(square.getTotalLength(), 4.0);
+  EXPECT_EQ(polyLineFrom<Point2>("5,5 closed").getTotalLength(), 0.0);
+}
+
+TEST(PolyLineEvaluation, EndTangentsRunAlongTheEndSegments)
+{
+  const struct
+  {
+    const char* line;
+    Vector2 start, end;
+  } rows[] = {
+      {"0,0 1,0 1,1", {0.02, 0.0}, {0.0, 0.02}},
+      // The first step rounds the corner: its length is kept, the direction is that of the segment.
+      {"0,0 0.01,0 0.01,1.99", {std::hypot(0.01, 0.01), 0.0}, {0.0, 0.02}},
+      // The last stored point lies a segment before the end.
+      {"0,0 1,0 1,1 0,1 closed", {0.04, 0.0}, {0.0, -0.96}},
+      {"0,0 0,0 1,0", {0.01, 0.0}, {0.01, 0.0}}, // no direction: that of the plain curve
+      {"2,2", {0.0, 0.0}, {0.0, 0.0}},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.line);
+    const Line2 line = polyLineFrom<Point2>(row.line);
+    EXPECT_THAT(line.getStartTangent(), IsNear(row.start, 1e-15));
+    EXPECT_THAT(line.getEndTangent(), IsNear(row.end, 1e-15));
+  }
+}
+
+std::string messageOf(const std::function<void()>& action)
+{
+  try {
+    action();
+  } catch (const ShapecoreException& e) {
+    return e.what();
+  }
+  return "";
+}
+
+TEST(PolyLineEvaluation, DerivationNeedsADirection)
+{
+  const std::string noSegments =
+      "PolyLine<PointType>::evaluateDerivation: PolyLine with 0 or 1 points (has no segments)";
+  const std::string noDirection = "PolyLine<PointType>::getSegmentDerivation: Failed to normalize direction vector";
+  for (const char* text : {"", "1,1", "1,1 closed"}) {
+    SCOPED_TRACE(text);
+    const Line2 line = polyLineFrom<Point2>(text);
+    EXPECT_EQ(messageOf([&] { line.evaluateDerivation(0.5); }), noSegments);
+    EXPECT_EQ(messageOf([&] { line.getSegmentDerivation(0); }), noDirection);
+  }
+  EXPECT_EQ(messageOf([] { polyLineFrom<Point2>("0,0 1,0 1,0").getSegmentDerivation(1); }), noDirection);
+  EXPECT_EQ(messageOf([] { polyLineFrom<Point<float, 2>>("0,0 0.000009,0").getSegmentDerivation(0); }), noDirection);
+  EXPECT_EQ(polyLineFrom<Point2>("0,0 0.000009,0").getSegmentDerivation(0), Vector2(1.0, 0.0));
+  EXPECT_EQ(polyLineFrom<Point2>("0,0 1,0 1,1").getSegmentDerivation(2), Vector2(0.0, 1.0)) << "past the open end";
+  EXPECT_EQ(polyLineFrom<Point2>("0,0 1,0 0,0.5 closed").getSegmentDerivation(2), Vector2(0.0, -1.0));
+}
+
+TEST(PolyLineEvaluation, ShortSegmentsGiveTheirStart)
+{
+  // Between 1e-12 and 1e-5 only the form that reports the segment stops at the vertex.
+  auto line = polyLineFrom<Point3N>("0,0,0/0,0,1 0.000001,0,0/1,0,0");
+  EXPECT_NEAR(line.evaluate(0.5).x(), 5e-7, 1e-18);
+  Point3N point;
+  std::size_t segment = 9;
+  EXPECT_TRUE(line.evaluateParameterPointAndSegment(0.5, point, segment));
+  EXPECT_EQ(point.x(), 0.0);
+  EXPECT_EQ(point.getNormal(), Vector3(0.0, 0.0, 1.0));
+  EXPECT_EQ(segment, 0U);
+  line = polyLineFrom<Point3N>("1,0,0/0,0,2 1,0,0/1,0,0");
+  EXPECT_EQ(line.evaluateWithAttributes(0.5).getNormal(), Vector3(0.0, 0.0, 2.0)) << "attributes as they are";
+  EXPECT_FALSE(PolyLine<Point3N>().evaluateParameterPointAndSegment(0.5, point, segment));
+}
+
+TEST(PolyLineEvaluation, ShortLinesKeepLengthsAsParameters)
+{
+  const Line2 open = polyLineFrom<Point2>("0,0 1e-12,0");
+  std::vector<double> parameters;
+  open.getPointParameters(&parameters);
+  EXPECT_EQ(parameters, (std::vector<double>{0.0, 1e-12}));
+  Line2 closed = polyLineFrom<Point2>("0,0 1e-13,0 closed");
+  closed.getPointParameters(&parameters);
+  EXPECT_EQ(parameters, (std::vector<double>{0.0, 1e-13, 1.0}));
+  EXPECT_EQ(closed.getPointAtParam(0.5, nullptr), closed.getPointAtParam(0.5, &parameters));
+  Line2().getPointParameters(&parameters);
+  EXPECT_EQ(parameters.size(), 3U) << "an empty line leaves the vector";
+}
+
+TEST(PolyLineEvaluation, ParametersBeyondTheLineGiveItsEnds)
+{
+  const Line2 line = polyLineFrom<Point2>("0,0 1,0 1,1");
+  std::vector<double> parameters;
+  line.getPointParameters(&parameters);
+  for (const auto* given : {static_cast<const std::vector<double>*>(nullptr), &std::as_const(parameters)}) {
+    EXPECT_EQ(line.getPointAtParam(-3.0, given), Point2(0.0, 0.0));
+    EXPECT_EQ(line.getPointAtParam(3.0, given), Point2(1.0, 1.0));
+    EXPECT_EQ(line.getPointAtParam(0.5, given), Point2(1.0, 0.0));
+  }
+  EXPECT_EQ(polyLineFrom<Point2>("4,5").getPointAtParam(0.5, nullptr), Point2(4.0, 5.0));
+  EXPECT_EQ(polyLineFrom<Point2>("4,5 closed").getPointAtParam(0.5, nullptr), Point2(4.0, 5.0));
+  EXPECT_EQ(Line2().getPointAtParam(0.5, nullptr), Point2());
+}
+
+TEST(PolyLineEvaluation, NearestParameterRecomputesAMisfittingVector)
+{
+  const Line2 square = polyLineFrom<Point2>("0,0 1,0 1,1 0,1 closed");
+  std::vector<double> parameters(4, 9.0);
+  double distance = -1.0;
+  EXPECT_DOUBLE_EQ(square.calculateParameter(Point2(-2.0, 0.5), distance, &parameters), 0.875);
+  EXPECT_DOUBLE_EQ(distance, 2.0);
+  EXPECT_EQ(parameters, (std::vector<double>{0.0, 0.25, 0.5, 0.75, 1.0}));
+  parameters = {0.0, 0.1, 0.2, 0.3, 0.5}; // of the right size: believed
+  EXPECT_DOUBLE_EQ(square.calculateParameter(Point2(-2.0, 0.5), &parameters), 0.4);
+
+  EXPECT_EQ(polyLineFrom<Point2>("3,4").calculateParameter(Point2(), distance, nullptr), 0.0);
+  EXPECT_EQ(distance, 5.0);
+  EXPECT_EQ(Line2().calculateParameter(Point2(), distance, nullptr), 0.0);
+  EXPECT_EQ(distance, 5.0) << "an empty line leaves the distance";
+}
+
+TEST(PolyLineEvaluation, NormalsBlendByTheKindOfEvaluation)
+{
+  const auto both = polyLineFrom<Point3N>("0,0,0/0,0,2 1,0,0/0,2,0");
+  const Vector3 middle(0.0, std::sqrt(0.5), std::sqrt(0.5));
+  EXPECT_THAT(both.evaluateWithAttributes(0.5).getNormal(), IsNear(middle, 1e-15));
+  Point3N located;
+  std::size_t segment = 0;
+  both.evaluateParameterPointAndSegment(0.5, located, segment);
+  EXPECT_EQ(located.getNormal(), Vector3(0.0, 0.0, 2.0)) << "that of the start";
+
+  // At a third of the way the normalised chord and the arc part company.
+  const auto units = polyLineFrom<Point3N>("0,0,0/0,0,1 1,0,0/0,1,0");
+  const double third = std::numbers::pi / 6.0;
+  EXPECT_THAT(units.getPointAtParam(1.0 / 3.0, nullptr).getNormal(),
+              IsNear(Vector3(0.0, std::sin(third), std::cos(third)), 1e-14));
+  EXPECT_THAT(units.evaluateWithAttributes(1.0 / 3.0).getNormal(),
+              IsNear(Vector3(0.0, 1.0, 2.0) / std::sqrt(5.0), 1e-15));
+
+  const auto one = polyLineFrom<Point3N>("0,0,0/0,0,1 1,0,0");
+  EXPECT_FALSE(one.evaluateWithAttributes(0.5).hasNormal());
+  EXPECT_FALSE(one.getPointAtParam(0.5, nullptr).hasNormal());
+}
+
+TEST(PolyLineEvaluation, OtherAttributesByPointType)
+{
+  PolyLine<Point3NT> tangents({Point3NT(Vector3(), Vector3(0, 0, 1), Vector3(4, 0, 0)),
+                               Point3NT(Vector3(1, 0, 0), Vector3(0, 0, 1), Vector3(0, 2, 0))},
+                              0.1);
+  EXPECT_THAT(tangents.evaluateWithAttributes(0.5).getTangent(), IsNear(Vector3(2, 1, 0), 1e-15));
+  Point3NT located;
+  std::size_t segment = 0;
+  tangents.evaluateParameterPointAndSegment(0.5, located, segment);
+  EXPECT_EQ(located.getTangent(), Vector3(4, 0, 0));
+
+  PolyLine<ConstraintPoint> constraints({ConstraintPoint(Vector3(), Vector3(0, 0, 1), ConstraintPoint::Free),
+                                         ConstraintPoint(Vector3(1, 0, 0), Vector3(0, 0, 1), ConstraintPoint::Free)},
+                                        0.1);
+  EXPECT_EQ(constraints.evaluateWithAttributes(0.5).getConstraint(), ConstraintPoint::Fixed);
+  EXPECT_TRUE(constraints.evaluateWithAttributes(0.5).hasNormal());
+  ConstraintPoint clamped;
+  constraints.evaluateParameterPointAndSegment(0.5, clamped, segment);
+  EXPECT_EQ(clamped.getConstraint(), ConstraintPoint::Clamped);
+  EXPECT_FALSE(clamped.hasNormal());
+
+  auto projections = polyLineFrom<ProjectionPoint>("0,0,0/0,0,1 1,0,0/0,0,1");
+  for (auto& point : projections)
+    point.setTriangleIndex(5);
+  ProjectionPoint projected = projections.evaluateWithAttributes(0.5);
+  EXPECT_EQ(projected.getTriangleIndex(), -2);
+  EXPECT_TRUE(projected.hasNormal());
+  projections.evaluateParameterPointAndSegment(0.5, projected, segment);
+  EXPECT_EQ(projected.getTriangleIndex(), -2);
+  EXPECT_FALSE(projected.hasNormal());
+}
+
+} // namespace

@@ -1,0 +1,239 @@
+#include "geometry/StraightLine.h"
+
+#include "geometry/CoordinateSystem.h"
+#include "geometry/Plane.h"
+#include "geometry/PolyLine.h"
+#include "support/ArchiveWriter.h"
+#include "support/Matchers.h"
+#include "support/RandomGeometry.h"
+
+#include <gtest/gtest.h>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+
+namespace {
+
+using Line = StraightLine<double, 3>;
+using Line2 = StraightLine<double, 2>;
+using Point2 = Point<double, 2>;
+using Point3 = Point<double, 3>;
+using Vector3 = Vector<double, 3>;
+
+TEST(StraightLine, DirectionFollowsEndsThatAreApart)
+{
+  const struct
+  {
+    const char* name;
+    Point3 end;
+    bool follows;
+  } rows[] = {{"apart", {2.0, 0.0, 0.0}, true},
+              {"just apart", {1.1e-12, 0.0, 0.0}, true},
+              {"too close", {0.9e-12, 0.0, 0.0}, false},
+              {"equal", {0.0, 0.0, 0.0}, false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Line line(Point3(0.0, 0.0, 0.0), Point3(0.0, 3.0, 0.0), 0.1);
+    line.setEnd(row.end);
+    EXPECT_EQ(line.getDirection(), row.follows ? row.end - line.getStart() : Vector3(0.0, 3.0, 0.0));
+    line.setTangent(Vector3(7.0, 7.0, 7.0));
+    EXPECT_EQ(line.getDirection() == Vector3(7.0, 7.0, 7.0), !row.follows);
+  }
+  Line point(Point3(1.0, 2.0, 3.0), Point3(1.0, 2.0, 3.0), 0.1);
+  double t = 5.0;
+  EXPECT_EQ(point.project(Point3(9.0, 9.0, 9.0), &t), point.getStart());
+  EXPECT_EQ(t, 0.0);
+  EXPECT_EQ(point.getLength(), 0.0);
+}
+
+TEST(StraightLine, ParameterCountsFromZeroWhateverTheDomain)
+{
+  Line line(Point3(1.0, 1.0, 1.0), Vector3(4.0, 0.0, 0.0), 0.1);
+  line.setDomain(Interval(2.0, 4.0, false, false));
+  EXPECT_EQ(line.evaluate(0.0), line.getStart());
+  EXPECT_EQ(line.evaluate(2.0), line.getEnd());
+  EXPECT_EQ(line.evaluate(1.0), Point3(3.0, 1.0, 1.0));
+}
+
+TEST(StraightLine, DiscretisationIsItsTwoEnds)
+{
+  const Line line(Point3(0.0, 0.0, 0.0), Point3(3.0, 4.0, 0.0), 1e-9);
+  PolyLine<Point3> polyline;
+  line.calcPolyLine(polyline);
+  EXPECT_EQ(polyline.getPointCollection(), (std::vector<Point3>{line.getStart(), line.getEnd()}));
+  EXPECT_EQ(line.getLength(), 5.0);
+}
+
+TEST(StraightLine, ProjectionIsPerpendicular)
+{
+  RandomGeometry random(31);
+  for (int round = 0; round < 200; ++round) {
+    SCOPED_TRACE(round);
+    const Line line(Point3(random.inCube<3>(10.0)), random.ofAnySize<3>(1e-3, 1e3), 0.1);
+    const Point3 p(random.inCube<3>(10.0));
+    double t = 0.0;
+    const Point3 foot = line.project(p, &t);
+    EXPECT_NEAR((p - foot).dot(line.getDirection().getNormalized()), 0.0, 1e-12);
+    EXPECT_THAT(foot, IsNear(line.getStart() + line.getDirection() * t, 1e-12));
+    EXPECT_NEAR(line.getDistance(p), line.getDirection().getNormalized().cross(p - line.getStart()).length(), 1e-12);
+    EXPECT_NEAR(line.getSqrDistance(p), (p - foot).sqrLength(), 1e-12);
+  }
+}
+
+TEST(StraightLine, IntersectsInThePlane)
+{
+  RandomGeometry random(32);
+  for (int round = 0; round < 200; ++round) {
+    SCOPED_TRACE(round);
+    const Point2 cross(random.inCube<2>(10.0));
+    const auto a = random.direction<2>(), b = random.direction<2>();
+    const Line2 first(Point2(cross + a * random.uniform(-5.0, 5.0)), a * random.logUniform(0.01, 10.0), 0.1);
+    const Line2 second(Point2(cross + b * random.uniform(-5.0, 5.0)), b * random.logUniform(0.01, 10.0), 0.1);
+    const double sine = std::abs(a.cross(b));
+    Point2 hit;
+    ASSERT_EQ(first.getIntersection(second, hit, 0.01), sine > 0.01);
+    if (sine > 0.01) {
+      EXPECT_THAT(hit, IsNear(cross, 1e-13 / sine));
+    }
+  }
+  Point3 untouched(5.0, 5.0, 5.0);
+  EXPECT_FALSE(Line(Point3(), Vector3(1.0, 0.0, 0.0), 0.1)
+                   .getIntersection(Line(Point3(), Vector3(0.0, 1.0, 0.0), 0.1), untouched, 0.01));
+  EXPECT_EQ(untouched, Point3(5.0, 5.0, 5.0));
+}
+
+TEST(StraightLine, ClosestPointsStandAcrossBothLines)
+{
+  RandomGeometry random(33);
+  for (int round = 0; round < 200; ++round) {
+    SCOPED_TRACE(round);
+    const Line a(Point3(random.inCube<3>(10.0)), random.direction<3>() * random.uniform(1.0, 5.0), 0.1);
+    const Line b(Point3(random.inCube<3>(10.0)), random.direction<3>() * random.uniform(1.0, 5.0), 0.1);
+    if (a.getDirection().cross(b.getDirection()).length() < 0.1) continue;
+    Point3 onA, onB;
+    ASSERT_TRUE(computeClosestPoints(a, b, onA, onB));
+    EXPECT_NEAR(a.getDistance(onA), 0.0, 1e-10);
+    EXPECT_NEAR(b.getDistance(onB), 0.0, 1e-10);
+    EXPECT_NEAR((onA - onB).dot(a.getDirection()), 0.0, 1e-9);
+    EXPECT_NEAR((onA - onB).dot(b.getDirection()), 0.0, 1e-9);
+  }
+  Point3 onA, onB;
+  const Line along(Point3(), Vector3(1.0, 0.0, 0.0), 0.1);
+  EXPECT_FALSE(computeClosestPoints(along, Line(Point3(0.0, 1.0, 0.0), Vector3(-2.0, 0.0, 0.0), 0.1), onA, onB));
+  EXPECT_FALSE(computeClosestPoints(along, Line(Point3(0.0, 1.0, 0.0), Vector3(), 0.1), onA, onB));
+  // The plane intersection doesn't resolve a direction as short as this.
+  EXPECT_FALSE(computeClosestPoints(along, Line(Point3(0.0, 0.0, 1.0), Vector3(0.0, 0.9e-4, 0.0), 0.1), onA, onB));
+}
+
+TEST(StraightLine, MovesKeepDirectionAndEndsTogether)
+{
+  RandomGeometry random(34);
+  for (int round = 0; round < 50; ++round) {
+    SCOPED_TRACE(round);
+    Line line(Point3(random.inCube<3>(5.0)), Point3(random.inCube<3>(5.0)), 0.7);
+    line.setDomain(Interval(0.0, 3.0, false, false));
+    const Plane<double, 3> plane(random.direction<3>(), random.uniform(-2.0, 2.0));
+
+    const auto image = std::dynamic_pointer_cast<Line>(line.mirror(plane));
+    ASSERT_TRUE(image);
+    EXPECT_THAT(image->getDirection(), IsNear(image->getEnd() - image->getStart(), 1e-12));
+    EXPECT_NEAR(plane.getDistanceOfPoint(image->getStart()), -plane.getDistanceOfPoint(line.getStart()), 1e-12);
+    EXPECT_FALSE(image->getId() == line.getId());
+    EXPECT_EQ(image->getDomain(), line.getDomain());
+    EXPECT_EQ(image->getTolerance(), 0.7);
+    EXPECT_THAT(image->mirrorStraightLine(plane).getEnd(), IsNear(line.getEnd(), 1e-12));
+
+    Line moved(line);
+    CoordinateSystem<double, 3> system;
+    system.setUpMirror(plane);
+    moved.transform(system);
+    EXPECT_THAT(moved.getDirection(), IsNear(moved.getEnd() - moved.getStart(), 1e-12));
+    EXPECT_THAT(moved.evaluate(1.0), IsNear(plane.getMirroredPoint(line.evaluate(1.0)), 1e-12));
+
+    Line turned(line);
+    turned.reverse();
+    EXPECT_THAT(turned.evaluate(1.0), IsNear(line.evaluate(2.0), 1e-12));
+    EXPECT_EQ(turned.getDirection(), -line.getDirection());
+
+    Line symmetrical(line);
+    symmetrical.setSymmetricalEnd(true, plane);
+    EXPECT_EQ(symmetrical.getStart(), plane.getMirroredPoint(line.getEnd()));
+    EXPECT_EQ(symmetrical.getEnd(), line.getEnd());
+    symmetrical = line;
+    symmetrical.setSymmetricalEnd(false, plane);
+    EXPECT_EQ(symmetrical.getEnd(), plane.getMirroredPoint(line.getStart()));
+
+    // A vector and its reflection at the line add up to twice the part along the line.
+    const Vector3 v = random.inCube<3>(3.0);
+    Vector3 reflected = v;
+    line.mirrorVector(reflected);
+    const Vector3 unit = line.getDirection().getNormalized();
+    EXPECT_THAT(reflected + v, IsNear(unit * (2.0 * v.dot(unit)), 1e-12));
+  }
+}
+
+TEST(StraightLine, CopiesTakeEverythingButTheIdentifier)
+{
+  Line line(Point3(1.0, 2.0, 3.0), Point3(4.0, 5.0, 6.0), 0.5);
+  line.setDomain(Interval(1.0, 2.0, false, false));
+  const Line twin(line);
+  EXPECT_TRUE(twin == line);
+  EXPECT_EQ(twin.getTolerance(), 0.5);
+  EXPECT_EQ(twin.getDomain(), line.getDomain());
+  EXPECT_FALSE(twin.getId() == line.getId());
+
+  const auto deep = line.create();
+  EXPECT_EQ(deep->getTolerance(), 0.1);
+  const Identifier own = deep->getId();
+  deep->copy(line);
+  EXPECT_TRUE(dynamic_cast<const Line&>(*deep) == line);
+  EXPECT_TRUE(deep->getId() == own);
+  EXPECT_THROW(deep->copy(PolyLine<Point3>()), std::bad_cast);
+
+  Line other(line.getStart(), line.getEnd(), 99.0);
+  EXPECT_TRUE(other == line);
+  other.setEnd(Point3(4.0, 5.0, 6.0 + 1e-15));
+  EXPECT_TRUE(other != line);
+  other.setEnd(Point3(std::nan(""), 0.0, 0.0));
+  EXPECT_FALSE(other == other);
+}
+
+template <class T>
+class StraightLineArchive : public testing::Test
+{};
+using Lines =
+    testing::Types<StraightLine<float, 2>, StraightLine<float, 3>, StraightLine<double, 2>, StraightLine<double, 3>>;
+TYPED_TEST_SUITE(StraightLineArchive, Lines);
+
+TYPED_TEST(StraightLineArchive, RoundTripThroughASharedCurve)
+{
+  using LineType = TypeParam;
+  using T = decltype(LineType().getTolerance());
+  using CurveType = Curve<T, LineType::dimension>;
+  auto line = std::make_shared<LineType>(T(0.25));
+  auto end = line->getEnd();
+  end[1] = T(3);
+  line->setEnd(end);
+  line->setDomain(Interval(-1.0, 2.0, false, false));
+
+  ArchiveWriter writer;
+  Persistence::savePointer(writer.archive(), std::shared_ptr<CurveType>(line));
+  Persistence::savePointer(writer.archive(), std::shared_ptr<CurveType>(line));
+  const auto bytes = writer.bytes();
+  PersistenceArchiver archive;
+  archive.openForReading(bytes);
+  std::shared_ptr<CurveType> first, second;
+  Persistence::loadPointer(archive, first);
+  Persistence::loadPointer(archive, second);
+
+  const auto loaded = std::dynamic_pointer_cast<LineType>(first);
+  ASSERT_TRUE(loaded);
+  EXPECT_EQ(first, second);
+  EXPECT_TRUE(*loaded == *line);
+  EXPECT_EQ(loaded->getDirection(), line->getDirection());
+  EXPECT_EQ(loaded->getDomain(), line->getDomain());
+  EXPECT_EQ(loaded->getTolerance(), line->getTolerance());
+  EXPECT_TRUE(loaded->getId() == line->getId());
+}
+
+} // namespace
