@@ -1,0 +1,123 @@
+#include "Command.h"
+
+#include "geometry/KvFileParser.h"
+#include "geometry/ShapecoreIO.h"
+#include "platform/kvfile/FileName.h"
+#include "platform/kvfile/KvIfstream.h"
+
+#include <fmt/core.h>
+
+#include <charconv>
+#include <cmath>
+#include <filesystem>
+
+namespace Kavrel::Tool {
+
+namespace {
+
+constexpr unsigned leafSize = 8;
+constexpr unsigned maxDepth = 64;
+
+[[noreturn]] void fail(const std::string& file, std::size_t line, const std::string& message)
+{
+  throw std::runtime_error(line > 0 ? fmt::format("{}:{}: {}", file, line, message)
+                                    : fmt::format("{}: {}", file, message));
+}
+
+// Runs a read that fills the status; a raise or an early end becomes one message with file and line.
+template <class Read>
+auto readWhole(const std::string& file, Read read)
+{
+  if (std::filesystem::is_directory(file)) fail(file, 0, "is a directory, not a file");
+  TextImportStatus status;
+  try {
+    auto result = read(status);
+    if (!status.complete) fail(file, status.line, "a row that can't be read ends the file here");
+    return result;
+  } catch (const std::exception& error) {
+    if (std::string(error.what()).starts_with(file)) throw;
+    fail(file, status.line, error.what());
+  }
+}
+
+bool isFinite(const Vector<double, 3>& v)
+{
+  return std::isfinite(v.x()) && std::isfinite(v.y()) && std::isfinite(v.z());
+}
+
+} // namespace
+
+std::shared_ptr<Mesh> readMesh(const std::string& file)
+{
+  auto mesh =
+      readWhole(file, [&](TextImportStatus& status) { return ShapecoreIO::importMesh(FileName(file), &status); });
+  if (mesh->numberOfTriangles() == 0)
+    fail(file, 0, "holds no mesh: \"points\" and \"facets\" with their rows are needed");
+  for (auto vertex = mesh->beginVertex(); vertex != mesh->endVertex(); ++vertex)
+    if (!isFinite(*vertex))
+      fail(file, 0, fmt::format("vertex {} has a coordinate that isn't finite", vertex->getIndex()));
+  return mesh;
+}
+
+std::vector<Point3N> readPoints(const std::string& file)
+{
+  return readWhole(file, [&](TextImportStatus& status) {
+    KvIfstream stream{FileName(file)};
+    if (!stream.is_open()) fail(file, 0, "could not be opened");
+    KvFileParser parser(stream);
+    std::vector<Point3N> points;
+    try {
+      for (const auto& collection : parser.readPoints())
+        points.insert(points.end(), collection->begin(), collection->end());
+    } catch (...) {
+      status = parser.getStatus();
+      throw;
+    }
+    status = parser.getStatus();
+    if (points.empty()) fail(file, 0, "holds no points: \"poly3d\" or \"projpoints\" with their rows are needed");
+    for (const Point3N& point : points)
+      if (!isFinite(point)) fail(file, 0, "has a coordinate that isn't finite");
+    return points;
+  });
+}
+
+MeshSearchTree makeTree(const std::shared_ptr<const Mesh>& mesh)
+{
+  return MeshSearchTree(mesh, true, leafSize, maxDepth);
+}
+
+std::vector<double> parseNumbers(const std::string& option, const std::string& text, std::size_t count)
+{
+  std::vector<double> numbers;
+  const char* position = text.data();
+  const char* const end = position + text.size();
+  while (numbers.size() < count) {
+    double number = 0.0;
+    const auto [rest, error] = std::from_chars(position, end, number);
+    if (error != std::errc() || !std::isfinite(number)) break;
+    numbers.push_back(number);
+    position = rest;
+    if (numbers.size() < count && (position == end || *position++ != ',')) break;
+  }
+  if (numbers.size() != count || position != end)
+    throw UsageError(fmt::format("{}: {} numbers separated by commas are needed, not \"{}\"", option, count, text));
+  return numbers;
+}
+
+Vector<double, 3> parseVector(const std::string& option, const std::string& text)
+{
+  const std::vector<double> numbers = parseNumbers(option, text, 3);
+  return {numbers[0], numbers[1], numbers[2]};
+}
+
+Json toJson(const Vector<double, 3>& v) { return Json::array({v.x(), v.y(), v.z()}); }
+
+Json toJson(const XiEtaPoint& place, const Vector<double, 3>& position)
+{
+  return {{"position", toJson(position)},
+          {"triangle", place.getElementIdx()},
+          {"xi", place.getXi()},
+          {"eta", place.getEta()}};
+}
+
+} // namespace Kavrel::Tool
