@@ -11,6 +11,7 @@
 #include <random>
 
 using namespace Kavrel;
+using BoundingVolumeHierarchy::MeshSearchTree;
 using Position = Point<double, 3>;
 using Direction = Vector<double, 3>;
 

@@ -16,7 +16,7 @@ int main()
   mesh->addVertex(1.0, 0.0, 0.0);
   mesh->addVertex(0.0, 1.0, 0.0);
   mesh->addTriangle(0, 1, 2);
-  const MeshSearchTree tree(std::shared_ptr<const Mesh>(mesh), true, 8, 64);
+  const BoundingVolumeHierarchy::MeshSearchTree tree(std::shared_ptr<const Mesh>(mesh), true, 8, 64);
   Point3N nearest;
   if (!tree.getNearestPoint(Point<double, 3>(Vector<double, 3>(0.25, 0.25, 2.0)), nearest)) return 1;
   if (std::abs(nearest.z()) > 1e-12) return 2;

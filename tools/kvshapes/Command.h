@@ -15,6 +15,7 @@
 
 namespace Kavrel::Tool {
 
+using BoundingVolumeHierarchy::MeshSearchTree;
 using Json = nlohmann::ordered_json;
 
 /// What the user asked for can't be done as asked: exit code 2.
