@@ -13,7 +13,7 @@ class Mesh;
 ///
 /// Each triangle counts with its area, or with its interior angle at the vertex. A vertex without usable triangles, or
 /// whose triangles cancel, gets the normal of its first triangle that has one, else (0, 0, 1). Triangles without three
-/// defined corner angles are left out of the weighting by angles. Lengths below 1e-12 count as zero.
+/// defined corner angles are left out of the weighting by angles.
 class KVSHAPES_EXPORT MeshNormalCalculator
 {
 public:

@@ -1,0 +1,506 @@
+#include "geometry/mesh/Mesh.h"
+
+#include "geometry/BoundingBox.h"
+#include "geometry/CoordinateSystem.h"
+#include "geometry/Plane.h"
+#include "geometry/ShapecoreException.h"
+#include "geometry/XiEtaPoint.h"
+#include "platform/kvlog/Logging.h"
+#include "platform/kvmath/MatrixFunctions.h"
+#include "support/Matchers.h"
+#include "support/MeshBuilder.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <sstream>
+#include <thread>
+
+namespace Kavrel::Testing {
+namespace {
+
+using V = Vector<double, 3>;
+
+constexpr const char* corrupted = "Mesh: Facet data is corrupted.";
+
+/// The message that \p action raises as E, "" if it raises nothing.
+template <class E>
+std::string messageOf(const std::function<void()>& action)
+{
+  try {
+    action();
+  } catch (const E& e) {
+    return e.what();
+  }
+  return "";
+}
+
+std::string text(const Mesh& mesh)
+{
+  std::ostringstream out;
+  mesh.dump(out, true, true);
+  return out.str();
+}
+
+/// Every link of the mesh stays in it, and every element knows its position.
+void expectSelfContained(const Mesh& mesh)
+{
+  const auto isOwn = [](const auto& collection, const auto* element, bool mayBeNull) {
+    if (!element) return mayBeNull;
+    return element->getIndex() < collection.size() && &collection[element->getIndex()] == element;
+  };
+  const auto& vertices = mesh.getVertexCollection();
+  const auto& edges = mesh.getHalfEdgeCollection();
+  const auto& triangles = mesh.getTriangleCollection();
+  for (const Vertex& vertex : vertices)
+    ASSERT_TRUE(isOwn(vertices, &vertex, false) && isOwn(edges, vertex.getHalfEdge(), true));
+  for (const Triangle& triangle : triangles) {
+    ASSERT_TRUE(isOwn(triangles, &triangle, false) && isOwn(edges, triangle.getHalfEdge(), !mesh.hasTopology()));
+    for (unsigned i = 0; i < 3; ++i)
+      ASSERT_TRUE(isOwn(vertices, triangle.getVertex(i), false));
+  }
+  for (const HalfEdge& edge : edges)
+    ASSERT_TRUE(isOwn(edges, &edge, false) && isOwn(edges, edge.getNextEdge(), false) &&
+                isOwn(edges, edge.getNeighbourEdge(), true) && isOwn(vertices, edge.getVertex(), false) &&
+                isOwn(triangles, edge.getTriangle(), false));
+}
+
+CoordinateSystem<double, 3> someSystem()
+{
+  CoordinateSystem<double, 3> system;
+  system.setOrientation(MatrixFunctions::makeRotationMatrix(0.7, V(1, 2, -1)).second).setOrigin(V(3, -2, 5));
+  return system;
+}
+
+TEST(Mesh, KnowsWhetherItHasNormals)
+{
+  Vertex plain(1, 2, 3), withNormal(4, 5, 6);
+  withNormal.setNormal(0, 0, 1);
+  struct Row
+  {
+    const char* order; // n: with normal, p: without, c: by coordinates, s: hasNormals set by hand
+    bool expected;
+  } const rows[] = {{"", false},   {"n", true},    {"p", false},  {"c", false},  {"nn", true},  {"np", false},
+                    {"pn", false}, {"npn", false}, {"nc", false}, {"psn", true}, {"psp", false}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.order);
+    Mesh mesh;
+    for (const char c : std::string(row.order)) {
+      if (c == 'n') mesh.addVertex(withNormal);
+      if (c == 'p') mesh.addVertex(plain);
+      if (c == 'c') mesh.addVertex(1, 2, 3);
+      if (c == 's') mesh.setHasNormals(true);
+    }
+    EXPECT_EQ(mesh.hasNormals(), row.expected);
+  }
+}
+
+TEST(Mesh, ElementsStayWhereTheyAre)
+{
+  Mesh mesh;
+  std::vector<const Vertex*> vertices;
+  std::vector<const Triangle*> triangles;
+  for (unsigned i = 0; i < 5000; ++i) {
+    vertices.push_back(&mesh.addVertex(i, 0, 0));
+    triangles.push_back(&mesh.addTriangle(i, i / 2, 0));
+  }
+  for (unsigned i = 0; i < 5000; ++i) {
+    ASSERT_EQ(mesh.getVertex(i), vertices[i]);
+    ASSERT_EQ(mesh.getTriangle(i), triangles[i]);
+  }
+  expectSelfContained(mesh);
+}
+
+TEST(Mesh, RejectsCornersThatDoNotExist)
+{
+  Mesh mesh = tetrahedron();
+  const std::string before = text(mesh);
+  const std::uint64_t far = std::uint64_t{1} << 32; // 0 in 32 bits
+  const std::uint64_t rows[][3] = {{4, 0, 1}, {0, 4, 1}, {0, 1, 4}, {far, 0, 1}, {0, 1, ~std::uint64_t{0}}};
+  for (const auto& row : rows)
+    EXPECT_EQ(messageOf<ShapecoreException>([&] { mesh.addTriangle(row[0], row[1], row[2]); }), corrupted);
+  EXPECT_EQ(text(mesh), before);
+
+  std::vector<Vertex> vertices(3), others(3);
+  const std::vector<Triangle> good{{vertices[0], vertices[2], vertices[1], 0}};
+  EXPECT_EQ(Mesh::create(vertices, good)->getTriangleRef(0).getVertex(1)->getIndex(), 2u);
+  EXPECT_EQ(messageOf<ShapecoreException>([&] { Mesh::create(others, good); }), corrupted);
+}
+
+template <class T>
+void checkBulkLoad()
+{
+  const T coordinates[] = {0, 0, 0, 1, 0, 0, 0, 0, 1};
+  const T normals[] = {0, -1, 0, 0, 0, 0, 1, 0, 0};
+  const int good[] = {0, 1, 2, 2, 1, 0};
+  Mesh mesh = cube();
+  mesh.computeTopology();
+  mesh.getArea();
+  ASSERT_FALSE(mesh.getConstraints()->empty());
+  mesh.set(3, coordinates, 1, good, 0, normals);
+  expectSelfContained(mesh);
+  EXPECT_FALSE(mesh.hasTopology());
+  EXPECT_EQ(mesh.getConstraints()->size(), 3u);
+  EXPECT_EQ(mesh.getArea(), 0.5);
+  EXPECT_TRUE(mesh.hasNormals());
+  for (const Vertex& vertex : mesh.getVertexCollection())
+    EXPECT_EQ(vertex.getNormal(), V(0, -1, 0));
+
+  // A zero among the normals leaves its vertex without one, and the mesh in need of a check.
+  mesh.set(3, coordinates, 2, good, 3, normals);
+  EXPECT_EQ(mesh.numberOfTriangles(), 2u);
+  EXPECT_TRUE(mesh.hasNormals());
+  EXPECT_FALSE(mesh.getVertexRef(1).hasNormal());
+  EXPECT_EQ(mesh.getVertexRef(2).getNormal(), V(1, 0, 0));
+  EXPECT_EQ(messageOf<ShapecoreException>([&] { mesh.check(); }), "Mesh: Wrong number of normals.");
+
+  for (const int bad : {3, -1, std::numeric_limits<int>::min()}) {
+    const int indices[] = {0, 1, 2, 0, 1, bad};
+    Mesh target = cube();
+    EXPECT_EQ(messageOf<ShapecoreException>([&] { target.set(3, coordinates, 2, indices, 0, normals); }), corrupted);
+    EXPECT_EQ(target.numberOfVertices(), 3u);
+    expectSelfContained(target);
+  }
+
+  std::vector<std::string> messages;
+  const LogLevel level = Logging::setLevel(LogLevel::Debug);
+  const Logging::Sink sink = Logging::setSink([&](const LogRecord& record) { messages.push_back(record.message); });
+  const std::string before = text(mesh);
+  mesh.set(0, coordinates, 1, good, 0, normals);
+  mesh.set(3, coordinates, 0, good, 0, normals);
+  Logging::setSink(sink);
+  Logging::setLevel(level);
+  EXPECT_THAT(messages, testing::ElementsAre("Corrupted mesh.", "Corrupted mesh."));
+  EXPECT_EQ(text(mesh), before);
+}
+
+TEST(Mesh, LoadsArrays)
+{
+  checkBulkLoad<float>();
+  checkBulkLoad<double>();
+}
+
+TEST(Mesh, CopiesAndMoves)
+{
+  RandomGeometry random(5111);
+  for (const bool withTopology : {false, true}) {
+    SCOPED_TRACE(withTopology);
+    Mesh source = shuffled(stripWithHoles(40), random);
+    source.recomputeNormals(false, true);
+    if (withTopology) source.computeTopology();
+    const std::string original = text(source), hash = source.getHash();
+    const double area = source.getArea();
+
+    const Mesh constructed(source);
+    Mesh assigned = cube();
+    assigned.computeTopology();
+    const Identifier id = assigned.getId();
+    assigned = source;
+    EXPECT_EQ(assigned.getId(), id);
+    for (const Mesh* copy : {&constructed, static_cast<const Mesh*>(&assigned)}) {
+      expectSelfContained(*copy);
+      EXPECT_EQ(text(*copy), original);
+      EXPECT_EQ(copy->getHash(), hash);
+      EXPECT_EQ(copy->getArea(), area);
+      EXPECT_EQ(copy->hasNormals(), true);
+      EXPECT_NE(copy->getId(), source.getId());
+      ASSERT_EQ(copy->numberOfHalfEdges(), source.numberOfHalfEdges());
+      for (unsigned i = 0; i < source.numberOfHalfEdges(); ++i) {
+        const HalfEdge *own = copy->getHalfEdge(i)->getNeighbourEdge(),
+                       *foreign = source.getHalfEdge(i)->getNeighbourEdge();
+        ASSERT_EQ(own ? own->getIndex() : i, foreign ? foreign->getIndex() : i);
+      }
+    }
+
+    const Identifier sourceId = source.getId();
+    Mesh moved(std::move(source));
+    EXPECT_EQ(moved.getId(), sourceId);
+    EXPECT_TRUE(source.isEmpty() && !source.hasTopology() && !source.hasNormals() && source.numberOfTriangles() == 0);
+    EXPECT_EQ(source.getArea(), 0.0);
+    assigned = std::move(moved);
+    EXPECT_EQ(assigned.getId(), sourceId);
+    EXPECT_EQ(text(assigned), original);
+    expectSelfContained(assigned);
+
+    Mesh& same = assigned;
+    assigned = same;
+    EXPECT_EQ(text(assigned), original);
+    assigned = std::move(same);
+    EXPECT_EQ(text(assigned), original);
+    EXPECT_EQ(assigned.hasTopology(), withTopology);
+    expectSelfContained(assigned);
+  }
+}
+
+TEST(Mesh, CopiesDropWhatIsForeign)
+{
+  Mesh source = cube();
+  source.computeTopology();
+  Mesh target;
+  EXPECT_EQ(target.addVertex(source.getVertexRef(3)).getHalfEdge(), nullptr);
+  target.copyGeometry(source);
+  expectSelfContained(target);
+  EXPECT_FALSE(target.hasTopology());
+
+  // A half-edge taken out of a mesh leaves its record behind, all bits set.
+  HalfEdge& removed = source.getHalfEdgeRef(5);
+  HalfEdge* const neighbour = removed.getNeighbourEdge();
+  neighbour->setNeighbourEdge(nullptr);
+  std::fill_n(reinterpret_cast<unsigned char*>(&removed), sizeof removed, static_cast<unsigned char>(0xFF));
+  const Mesh copy(source);
+  EXPECT_TRUE(source.isTopologyConsistent() && copy.isTopologyConsistent());
+  EXPECT_TRUE(copy.getHalfEdge(5)->isRemoved());
+  EXPECT_EQ(copy.getHalfEdge(neighbour->getIndex())->getNeighbourEdge(), nullptr);
+}
+
+TEST(Mesh, AppendsItself)
+{
+  Mesh mesh = cube();
+  mesh.computeTopology();
+  const V shift(10, 0, 0);
+  CoordinateSystem<double, 3> system;
+  system.setOrigin(shift);
+  mesh.appendMesh(mesh, &system);
+  expectSelfContained(mesh);
+  ASSERT_EQ(mesh.numberOfVertices(), 16u);
+  ASSERT_EQ(mesh.numberOfTriangles(), 24u);
+  for (unsigned i = 0; i < 8; ++i)
+    EXPECT_EQ(mesh.getVertexRef(8 + i), mesh.getVertexRef(i) + shift);
+  EXPECT_EQ(mesh.numberOfHalfEdges(), 72u);
+  EXPECT_EQ(mesh.getArea(), 12.0);
+}
+
+TEST(Mesh, MeasuresKnownBodies)
+{
+  struct Row
+  {
+    const char* name;
+    Mesh mesh;
+    double area;
+    V weightedNormal, center;
+  } const rows[] = {
+      {"empty", Mesh(), 0, V(), V()},
+      {"cube", cube(), 6, V(), V(0.5, 0.5, 0.5)},
+      {"grid", grid(4, 2), 8, V(0, 0, 8), V(2, 1, 0)},
+      {"tetrahedron", tetrahedron(), 1.5 + std::sqrt(0.75), V(),
+       // Each face's centre, weighted by its area.
+       V(1, 1, 1) * ((0.5 / 3 * 2 + std::sqrt(0.75) / 3) / (1.5 + std::sqrt(0.75)))},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_NEAR(row.mesh.getArea(), row.area, 1e-14);
+    EXPECT_THAT(row.mesh.getAreaWeightedNormal(), IsNear(row.weightedNormal, 1e-14));
+    EXPECT_THAT(row.mesh.getCenterOfGravity(), IsNear(row.center, 1e-14));
+    EXPECT_EQ(row.mesh.getCurvedArea(), 0.0);
+  }
+  EXPECT_EQ(grid(4, 2).getAverageNormal(), V(0, 0, 1));
+  EXPECT_LT(Mesh(cube()).getAverageNormal().length(), 1e-12);
+
+  // A sphere of radius r has the curvature 1/r everywhere: all of it is curved up to a radius of 10.
+  for (const double radius : {1.0, 9.0, 11.0}) {
+    Mesh ball = sphere(2000, radius);
+    EXPECT_EQ(ball.getCurvedArea(), 0.0);
+    ball.computeNormals(false, true);
+    EXPECT_NEAR(ball.getCurvedArea() / ball.getArea(), radius < 10 ? 1 : 0, 0.05) << radius;
+  }
+}
+
+TEST(Mesh, RemembersMeasuresUntilTold)
+{
+  Mesh mesh = grid(1, 1);
+  EXPECT_EQ(mesh.getArea(), 1.0);
+  const V center = mesh.getCenterOfGravity();
+  const std::string hash = mesh.getHash();
+  mesh.addVertex(3, 0, 0);
+  mesh.addTriangle(1, 4, 3);
+  EXPECT_EQ(mesh.getArea(), 1.0);
+  EXPECT_EQ(mesh.getCenterOfGravity(), center);
+  EXPECT_NE(mesh.getHash(), hash);
+  mesh.clearCachedData();
+  EXPECT_EQ(mesh.getArea(), 2.0);
+  EXPECT_NE(mesh.getCenterOfGravity(), center);
+  // The centre of gravity brings the area along.
+  mesh.clearCachedData();
+  mesh.getCenterOfGravity();
+  mesh.addTriangle(1, 4, 3);
+  EXPECT_EQ(mesh.getArea(), 2.0);
+}
+
+TEST(Mesh, PlacementsCarryMeasuresAlong)
+{
+  const Plane<double, 3> plane(V(2, -1, 1), 0.75);
+  const auto system = someSystem();
+  const struct
+  {
+    const char* name;
+    std::function<void(Mesh&)> change;
+  } rows[] = {
+      {"move", [](Mesh& mesh) { mesh.move(V(1, 2, 3)); }}, {"transform", [&](Mesh& mesh) { mesh.transform(system); }},
+      {"mirror", [&](Mesh& mesh) { mesh.mirror(plane); }}, {"invert", [](Mesh& mesh) { mesh.invertOrientation(); }},
+      {"offset", [](Mesh& mesh) { mesh.offSet(0.25); }},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    Mesh mesh = hills(6, 4);
+    mesh.computeNormals(false, true);
+    mesh.computeTopology();
+    const Mesh before(mesh);
+    mesh.getAreaWeightedNormal();
+    mesh.getCenterOfGravity();
+    mesh.getHash();
+    row.change(mesh);
+    expectSelfContained(mesh);
+    Mesh fresh(mesh);
+    fresh.clearCachedData();
+    EXPECT_THAT(mesh.getAreaWeightedNormal(), IsNear(fresh.getAreaWeightedNormal(), 1e-12));
+    EXPECT_THAT(mesh.getCenterOfGravity(), IsNear(fresh.getCenterOfGravity(), 1e-12));
+    EXPECT_NEAR(mesh.getArea(), fresh.getArea(), 1e-12);
+    EXPECT_EQ(mesh.getHash(), fresh.getHash());
+    EXPECT_NE(mesh.getHash(), before.getHash());
+    // The normals stay on the side of the triangles.
+    for (const Triangle& triangle : mesh.getTriangleCollection())
+      for (unsigned i = 0; i < 3; ++i)
+        ASSERT_GT(triangle.getNormal().dot(triangle.getVertexRef(i).getNormal()), 0.2);
+  }
+}
+
+TEST(Mesh, OffsetGrowsASphere)
+{
+  Mesh ball = sphere(5000, 2.0);
+  EXPECT_TRUE(ball.offSet(0.5));
+  for (const Vertex& vertex : ball.getVertexCollection())
+    ASSERT_NEAR(vertex.length(), 2.5, 1e-3);
+}
+
+TEST(Mesh, BoxesItsPlacedVertices)
+{
+  EXPECT_FALSE(Mesh().calculateBoundingBox().isValid());
+  const Mesh mesh = sphere(600);
+  const auto system = someSystem();
+  Mesh placed(mesh);
+  placed.transform(system);
+  const auto box = mesh.calculateBoundingBox(&system), expected = placed.calculateBoundingBox();
+  EXPECT_EQ(box.getMin(), expected.getMin());
+  EXPECT_EQ(box.getMax(), expected.getMax());
+  const auto own = mesh.calculateBoundingBox(&CoordinateSystem<double, 3>::getIdentity());
+  EXPECT_EQ(own.getMin().z(), -1.0);
+  EXPECT_EQ(own.getMax().z(), 1.0);
+}
+
+TEST(Mesh, TellsTheSideOfAPlane)
+{
+  const Mesh mesh = cube();
+  const struct
+  {
+    double z, eps;
+    Side side;
+    bool touches;
+  } rows[] = {{-1, 0.1, Side::Above, false}, {2, 0.1, Side::Below, false}, {0.5, 0.1, Side::Both, false},
+              {0, 0, Side::Above, true},     {1, 0, Side::Below, true},    {0.5, 0.5, Side::On, true},
+              {-0.1, 0.2, Side::Above, true}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.z);
+    bool touches = !row.touches;
+    EXPECT_EQ(mesh.getSide(Plane<double, 3>(V(0, 0, 1), row.z), row.eps, &touches), row.side);
+    EXPECT_EQ(touches, row.touches);
+    EXPECT_EQ(mesh.getSide(Plane<double, 3>(V(0, 0, 1), row.z), row.eps, nullptr), row.side);
+  }
+  EXPECT_EQ(static_cast<int>(Mesh().getSide(Plane<double, 3>(), 0, nullptr)), 0);
+}
+
+TEST(Mesh, ChecksAndPoints)
+{
+  Mesh mesh;
+  EXPECT_EQ(messageOf<KvException>([&] { mesh.check(); }), "Mesh contains no points.");
+  mesh.addVertex(0, 0, 0);
+  EXPECT_EQ(messageOf<KvException>([&] { mesh.check(); }), "Mesh contains no facets.");
+  mesh.addTriangle(0, 0, 0);
+  EXPECT_NO_THROW(mesh.check());
+
+  const Mesh solid = cube();
+  XiEtaPoint place(0.25, 0.5);
+  const auto outside = "Mesh::getPoint: XiEtaPoint index out of bounds";
+  EXPECT_EQ(messageOf<ShapecoreException>([&] { solid.getPoint(place); }), outside);
+  place.setElementIdx(12);
+  EXPECT_EQ(messageOf<ShapecoreException>([&] { solid.getPoint(place); }), outside);
+  place.setElementIdx(2); // 4 5 6 at the top
+  EXPECT_EQ(solid.getPoint(place), V(0.75, 0.5, 1));
+  EXPECT_EQ(solid.getPoint(place).getNormal(), V(0, 0, 1));
+}
+
+TEST(Mesh, DumpsText)
+{
+  Mesh mesh = meshFromText("0 0 0.123456789, 1e20 0 0, 0 -1 0 | 0 1 2, 2 1 0");
+  std::ostringstream out;
+  out << std::showpos;
+  out.precision(3);
+  mesh.dump(out, true, true);
+  EXPECT_EQ(out.str(), "#Mesh\nPoints\n0 +0 +0 +0.123456789\n1 +1e+20 +0 +0\n2 +0 -1 +0\n\nFacets\n0 0 1 2\n1 2 1 0\n");
+
+  for (Vertex& vertex : mesh.getVertexCollection())
+    vertex.setNormal(0, 0.123456789, 1);
+  mesh.setHasNormals(true);
+  std::ostringstream three;
+  three.precision(3);
+  mesh.dump(three, true, true);
+  EXPECT_THAT(three.str(), testing::HasSubstr("\n\nNormals\n0 0 0.123 1\n1 0 0.123 1\n2 0 0.123 1\n\nFacets\n"));
+  std::ostringstream brief;
+  brief.precision(2);
+  mesh.dump(brief, false, false);
+  EXPECT_EQ(brief.str(), "#Mesh\nPoints\n0 0 0 0.12\n1 1e+20 0 0\n2 0 -1 0\n\nFacets\n0 0 1 2\n1 2 1 0\n");
+}
+
+/// Vertex 4 hangs on the edge from 0 to 1.
+Mesh hanging() { return meshFromText("0 0 0, 0 2 0, -1 1 0, 1 1 0, 0 1 0 | 0 1 2, 0 3 4, 4 3 1"); }
+
+TEST(Mesh, FindsHangingNodesOnDemand)
+{
+  Mesh mesh = hanging();
+  int first = -1, second = -1;
+  EXPECT_FALSE(mesh.getConstraintOfVertex(3, first, second));
+  EXPECT_FALSE(mesh.getConstraintOfVertex(99, first, second));
+  EXPECT_EQ(first, -1);
+  ASSERT_TRUE(mesh.getConstraintOfVertex(4, first, second));
+  EXPECT_THAT((std::vector{first, second}), testing::UnorderedElementsAre(0, 1));
+  const Vertex *a = nullptr, *b = nullptr;
+  EXPECT_TRUE(mesh.getNeighbourVertices(mesh.getVertexRef(4), a, b));
+  EXPECT_EQ(a, mesh.getVertex(static_cast<unsigned>(first)));
+  EXPECT_EQ(b, mesh.getVertex(static_cast<unsigned>(second)));
+  EXPECT_FALSE(mesh.isConstraintVertex(mesh.getVertex(0)));
+
+  // A list of free vertices is a list; only an empty mesh has none.
+  EXPECT_TRUE(cube().ensureHasConstraints());
+  EXPECT_FALSE(Mesh().ensureHasConstraints());
+  mesh.setConstraints(std::make_unique<std::vector<MeshConstraint>>(5));
+  EXPECT_FALSE(mesh.isConstraintVertex(4));
+  // Growing the mesh makes the list stale: this triangle closes the gap.
+  mesh.addTriangle(0, 4, 1);
+  mesh.addVertex(9, 9, 9);
+  EXPECT_EQ(mesh.getConstraints()->size(), 6u);
+}
+
+TEST(Mesh, ReadersShareLazyValues)
+{
+  const Mesh reference = sphere(4000, 3.0);
+  for (int round = 0; round < 20; ++round) {
+    const Mesh mesh(reference);
+    std::vector<std::string> answers(4);
+    std::vector<std::thread> readers;
+    for (std::string& answer : answers)
+      readers.emplace_back([&mesh, &answer] {
+        std::ostringstream out;
+        out << mesh.getHash() << mesh.getCenterOfGravity() << ' ' << mesh.getArea() << ' ' << mesh.getCurvedArea()
+            << ' ' << mesh.getAreaWeightedNormal() << ' ' << mesh.getConstraints();
+        answer = out.str();
+      });
+    for (std::thread& reader : readers)
+      reader.join();
+    EXPECT_THAT(answers, testing::Each(answers[0]));
+  }
+}
+
+} // namespace
+} // namespace Kavrel::Testing
