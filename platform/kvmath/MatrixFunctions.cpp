@@ -57,10 +57,10 @@ std::pair<bool, Matrix<T, 3, 3>> MatrixFunctions::makeRotateSourceToTarget(Vecto
   Vector<T, 3> axis = a.cross(b);
   const T sine = axis.length();
   const T cosine = a.dot(b);
-  if (sine > T(0))
-    axis /= sine;
-  else
-    axis = a.getOrthoNormal();
+  // Next to parallel the cross product is mostly rounding: its part along a would turn a away from b.
+  if (!axis.normalize(T(0))) axis = a.getOrthoNormal();
+  axis -= a * a.dot(axis);
+  if (!axis.normalize(T(0.1))) axis = a.getOrthoNormal();
   return {true, rotation(cosine, sine, axis)};
 }
 

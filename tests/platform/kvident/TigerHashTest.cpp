@@ -1,0 +1,41 @@
+#include "platform/kvident/TigerHash.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace Kavrel {
+namespace {
+
+// The digests that the designers of the function published.
+TEST(TigerHashTest, PublishedDigests)
+{
+  struct Row
+  {
+    std::string text;
+    const char* digest;
+  };
+  const Row rows[] = {
+      {"", "3293ac630c13f0245f92bbb1766e16167a4e58492dde73f3"},
+      {"abc", "2aab1484e8c158f2bfb8c5ff41b57a525129131c957b5f93"},
+      {"Tiger", "dd00230799f5009fec6debc838bb6a27df2b9d6f110c7937"},
+      {"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+-",
+       "f71c8583902afb879edfe610f82c0d4786a3a534504486b5"},
+      {"Tiger - A Fast New Hash Function, by Ross Anderson and Eli Biham",
+       "8a866829040a410c729ad23f5ada711603b3cdd357e4c15e"},
+  };
+  for (const Row& row : rows)
+    EXPECT_EQ(TigerHash::tHash(row.text), row.digest) << row.text;
+}
+
+TEST(TigerHashTest, EveryByteCounts)
+{
+  const std::string text(1000, '\0');
+  std::string other = text;
+  other[999] = 1;
+  EXPECT_NE(TigerHash::tHash(text), TigerHash::tHash(other));
+  EXPECT_NE(TigerHash::tHash(text), TigerHash::tHash(text.substr(1)));
+}
+
+} // namespace
+} // namespace Kavrel

@@ -1,0 +1,233 @@
+#include "platform/kvmath/Vector.h"
+#include "platform/kvmath/VectorFunction.h"
+#include "support/CommaLocale.h"
+#include "support/RandomGeometry.h"
+
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cmath>
+#include <limits>
+#include <numbers>
+#include <sstream>
+#include <type_traits>
+#include <vector>
+
+namespace Kavrel {
+namespace {
+
+using V2 = Vector<double, 2>;
+using V3 = Vector<double, 3>;
+using V3f = Vector<float, 3>;
+
+constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double largestFloat = 3.4028234663852886e38;
+
+static_assert(std::is_trivially_copyable_v<V2> && std::is_standard_layout_v<V3f>);
+static_assert(sizeof(Vector<double, 1>) == sizeof(double) && sizeof(V3f) == 3 * sizeof(float));
+
+TEST(VectorTest, AnArrayOfVectorsIsAFlatArray)
+{
+  const std::vector<V3> vectors = {{1, 2, 3}, {4, 5, 6}};
+  const double* flat = vectors.front().data();
+  for (int i = 0; i < 6; ++i)
+    EXPECT_EQ(flat[i], i + 1);
+}
+
+TEST(VectorTest, NormalizeComparesTheLengthStrictly)
+{
+  struct Row
+  {
+    const char* name;
+    V3 vector;
+    double eps;
+    bool succeeds;
+  };
+  const Row rows[] = {
+      {"zero", {}, 1e-12, false},
+      {"zero, no eps", {}, 0.0, false},
+      {"below", {0, 9e-13, 0}, 1e-12, false},
+      {"at eps", {0.5, 0, 0}, 0.5, true},
+      {"just below eps", {0.5, 0, 0}, std::nextafter(0.5, 1.0), false},
+      {"short, no eps", {3e-200, 0, 4e-200}, 0.0, true},
+      {"square overflows", {3e200, 0, 4e200}, 1e-12, true},
+      {"NaN", {1, nan, 0}, 1e-12, false},
+      {"infinite", {infinity, 1, 0}, 1e-12, false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    V3 v = row.vector;
+    EXPECT_EQ(v.normalize(row.eps), row.succeeds);
+    for (unsigned i = 0; i < 3 && !row.succeeds; ++i)
+      EXPECT_TRUE(v[i] == row.vector[i] || std::isnan(row.vector[i]));
+    if (row.succeeds) {
+      EXPECT_NEAR(v.length(), 1.0, 1e-15);
+    }
+    if (row.eps == 1e-12) {
+      EXPECT_EQ(row.vector.isNormalizable(), row.succeeds);
+    }
+  }
+  EXPECT_FALSE(V3f(0.9e-5F, 0, 0).isNormalizable());
+  EXPECT_TRUE(V3f(1.1e-5F, 0, 0).isNormalizable());
+}
+
+// Both directions are built from a known angle in a random plane.
+TEST(VectorTest, AngleOfVectorsOfAnySize)
+{
+  Testing::RandomGeometry random(11);
+  for (int i = 0; i < 300; ++i) {
+    const V3 u = random.direction<3>();
+    const V3 w = u.getOrthoNormal();
+    const double angle = i % 3 == 0 ? random.logUniform(1e-9, 3) : std::numbers::pi - random.logUniform(1e-9, 3);
+    SCOPED_TRACE(angle);
+    const double scale = random.logUniform(1e-150, 1e150);
+    const V3 a = u * scale;
+    const V3 b = (u * std::cos(angle) + w * std::sin(angle)) * random.logUniform(1e-150, 1e150);
+    EXPECT_NEAR(a.angle(b), angle, 1e-15 + 2e-15 * angle);
+    EXPECT_EQ(a.angle(b), b.angle(a));
+  }
+  EXPECT_EQ(V3().angle({1, 0, 0}), 0.0);
+  EXPECT_EQ(V3(2, 0, 0).angle({7, 0, 0}), 0.0);
+  EXPECT_EQ(V2(1e200, 1e200).angle({-1e200, -1e200}), std::numbers::pi);
+  EXPECT_NEAR(V3f(1e-12F, 0, 0).angle({0, 1e-12F, 0}), std::numbers::pi_v<float> / 2, 1e-6F);
+}
+
+template <class V>
+void expectOrthoNormal(const V& v)
+{
+  const V across = v.getOrthoNormal();
+  EXPECT_NEAR(across.length(), 1.0, 1e-6);
+  EXPECT_NEAR(across.dot(v) / v.length(), 0.0, 1e-6);
+}
+
+TEST(VectorTest, OrthoNormalIsPerpendicular)
+{
+  Testing::RandomGeometry random(12);
+  std::vector<V3> directions = {{1, 0, 0}, {0, -1, 0}, {0, 0, 1}, {1, 1, 0}, {1, 1, 1}, {0, 1e-100, 1e-100}};
+  for (int i = 0; i < 100; ++i)
+    directions.push_back(random.ofAnySize<3>(1e-140, 1e140));
+  for (const V3& v : directions) {
+    SCOPED_TRACE(testing::Message() << v);
+    const V3 across = v.getOrthoNormal();
+    EXPECT_NEAR(across.length(), 1.0, 1e-15);
+    EXPECT_LE(std::abs(across.dot(v)), 1e-15 * v.length());
+    const V2 flat(v.x() + v.y(), v.z());
+    if (flat.length() == 0.0) continue;
+    EXPECT_GT(flat.cross(flat.getOrthoNormal()), 0.99 * flat.length()) << "counter-clockwise";
+  }
+  expectOrthoNormal(V3f(1, 2, 3));
+  expectOrthoNormal(Vector<float, 2>(1, 2));
+  EXPECT_EQ(V2().getOrthoNormal(), V2());
+  EXPECT_EQ(V3().getOrthoNormal().length(), 1.0);
+}
+
+TEST(VectorTest, GramSchmidtSplitsAVector)
+{
+  Testing::RandomGeometry random(13);
+  for (int i = 0; i < 100; ++i) {
+    const V3 a = random.ofAnySize<3>(1e-3, 1e3), b = random.ofAnySize<3>(1e-3, 1e3);
+    const V3 across = a.gramSchmidt(b);
+    EXPECT_NEAR(across.dot(a), 0.0, 1e-14 * a.length() * b.length());
+    EXPECT_NEAR((b - across).cross(a).length(), 0.0, 1e-14 * a.length() * b.length());
+    EXPECT_NEAR(across.sqrLength() + (b - across).sqrLength(), b.sqrLength(), 1e-13 * b.sqrLength());
+  }
+  EXPECT_EQ(V3(1, 2, 2).gramSchmidt(V3(1, 2, 2)), V3());
+}
+
+TEST(VectorTest, CrossProductIsRightHanded)
+{
+  EXPECT_EQ(V3(1, 0, 0).cross({0, 1, 0}), V3(0, 0, 1));
+  EXPECT_EQ(V3(0, 1, 0).cross({0, 0, 1}), V3(1, 0, 0));
+  EXPECT_EQ(V2(1, 0).cross({0, 1}), 1.0);
+}
+
+TEST(VectorTest, InterpolationIsExactAtBothEnds)
+{
+  const V3 a(0.1, 1e16, -3), b(0.7, 1.0, 1e-9);
+  EXPECT_EQ(a.linearInterpolation(0.0, b), a);
+  EXPECT_EQ(a.linearInterpolation(1.0, b), b);
+  EXPECT_EQ(V3(1, 2, 3).linearInterpolation(-1.0, V3(2, 2, 5)), V3(0, 2, 1));
+}
+
+TEST(VectorTest, UndefinedComponents)
+{
+  struct Row
+  {
+    double component;
+    bool defined;
+  };
+  for (const Row& row : {Row{0, true}, Row{std::nextafter(largestFloat, 0), true}, Row{largestFloat, false},
+                         Row{-largestFloat, false}, Row{infinity, false}, Row{nan, false}}) {
+    SCOPED_TRACE(row.component);
+    for (unsigned i = 0; i < 3; ++i) {
+      V3 v;
+      v[i] = row.component;
+      EXPECT_EQ(v.isDefined(), row.defined);
+    }
+  }
+  EXPECT_FALSE(V3f(0, std::numeric_limits<float>::max(), 0).isDefined());
+}
+
+TEST(VectorTest, ClosenessIsByComponent)
+{
+  const V3 v(1, 2, 3);
+  EXPECT_TRUE(v.isApproximatelyEqualTo(v + V3(0.5, -0.5, 0.5), 0.5));
+  EXPECT_FALSE(v.isApproximatelyEqualTo(v + V3(0, 0, 0.75), 0.5));
+  EXPECT_FALSE(v.isApproximatelyEqualTo(V3(1, nan, 3), 0.5));
+}
+
+TEST(VectorTest, TextReadsBackInAnyLocale)
+{
+  const V3 v(1234567.125, -0.1, 1e-300);
+  const Testing::CommaLocale host;
+  std::stringstream text;
+  text.precision(17);
+  text << v << '\n' << V2(0.5, 1500);
+  EXPECT_NE(text.str().find("\n0.5 1500"), std::string::npos) << text.str();
+  V3 back;
+  V2 flat;
+  text >> back >> flat;
+  EXPECT_TRUE(text);
+  EXPECT_EQ(back, v);
+  EXPECT_EQ(flat, V2(0.5, 1500));
+  text.clear();
+  text << 1.5;
+  EXPECT_EQ(text.str().substr(text.str().size() - 3), "1,5") << "the stream keeps its own locale";
+  std::ostringstream list;
+  VectorFunction::dumpAsPyArray(V2(0.5, -2500), list);
+  EXPECT_EQ(list.str(), "[0.5, -2500]");
+}
+
+TEST(VectorTest, MorphingFollowsTheGreatCircle)
+{
+  Testing::RandomGeometry random(14);
+  for (int i = 0; i < 200; ++i) {
+    const V3 a = random.direction<3>();
+    const V3 w = a.getOrthoNormal();
+    const double angle = i % 2 == 0 ? random.logUniform(1e-12, 3.0) : std::numbers::pi - random.logUniform(1e-6, 1);
+    const V3 b = a * std::cos(angle) + w * std::sin(angle);
+    const double t = random.uniform(0, 1);
+    SCOPED_TRACE(testing::Message() << "angle " << angle << " t " << t);
+    const V3 expected = a * std::cos(t * angle) + w * std::sin(t * angle);
+    const double accuracy = 1e-15 * (4 + 1 / std::sin(angle));
+    EXPECT_LE((VectorFunction::unitVectorLinearMorphing(t, a, b) - expected).length(), accuracy + 4e-16);
+  }
+  const V3 x(1, 0, 0);
+  EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.5, x, -x), V3());
+  EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.5, V3f(0, 1, 0), V3f(0, -1, 0)), V3f());
+  EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.3, x, x), x);
+}
+
+TEST(VectorTest, CopyRangeFillsTheLeadingComponents)
+{
+  constexpr std::array<double, 5> source = {7, 8, 9, 10, 11};
+  V3 v(1, 2, 3);
+  VectorFunction::copyRangeTo(v, source.data(), source.data() + 2);
+  EXPECT_EQ(v, V3(7, 8, 3));
+  VectorFunction::copyRangeTo(v, source.data() + 1, source.data() + 5);
+  EXPECT_EQ(v, V3(8, 9, 10));
+}
+
+} // namespace
+} // namespace Kavrel
