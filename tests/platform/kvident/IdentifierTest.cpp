@@ -73,11 +73,11 @@ TEST(IdentifierTest, ArchiveKeepsTheValue)
 {
   const Identifier id;
   Identifier loaded;
-  Kavrel::Test::roundTrip(id, loaded);
+  Testing::roundTrip(id, loaded);
   EXPECT_EQ(loaded, id);
   const GUIdentifier global;
   GUIdentifier loadedGlobal;
-  Kavrel::Test::roundTrip(global, loadedGlobal);
+  Testing::roundTrip(global, loadedGlobal);
   EXPECT_EQ(loadedGlobal, global);
 }
 
