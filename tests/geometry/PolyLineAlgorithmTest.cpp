@@ -108,6 +108,45 @@ TEST(PolyLineDistance, ReportsTheFirstOfEqualPlaces)
   }
 }
 
+/// The first of the nearest segments, each measured as a line of its own.
+template <class T>
+void expectTheBestSegment(double offset)
+{
+  using P = Point<T, 3>;
+  RandomGeometry random(22);
+  PolyLine<P> polyline;
+  for (const auto& v : random.walk<3>(400, 1.0))
+    polyline.addPoint(P(static_cast<T>(v.x() + offset), static_cast<T>(v.y()), static_cast<T>(v.z())));
+  for (int query = 0; query < 100; ++query) {
+    SCOPED_TRACE(query);
+    P p = polyline[random.index(400)];
+    p[1] += static_cast<T>(random.coin() ? random.logUniform(1e-9, 1e3) : 0.0);
+    T best = std::numeric_limits<T>::max();
+    double expectedU = -1.0, u = -1.0;
+    std::size_t expectedSegment = 999, segment = 999;
+    for (std::size_t i = 0; i < polyline.numberOfSegments(); ++i) {
+      const PolyLine<P> alone({polyline[i], polyline[i + 1]}, 0.1);
+      if (const T distance = PolyLineAlgorithm::sqrDist(alone, p, u, segment); distance < best) {
+        best = distance;
+        expectedU = u;
+        expectedSegment = i;
+      }
+    }
+    EXPECT_EQ(PolyLineAlgorithm::sqrDist(polyline, p, u, segment), best);
+    EXPECT_EQ(u, expectedU);
+    EXPECT_EQ(segment, expectedSegment);
+  }
+}
+
+TEST(PolyLineDistance, NoSegmentIsPassedOver)
+{
+  for (const double offset : {0.0, 1e3, 1e6}) {
+    SCOPED_TRACE(offset);
+    expectTheBestSegment<double>(offset);
+    expectTheBestSegment<float>(offset);
+  }
+}
+
 TEST(PolyLineDistance, SnapsToTheEndsOfASegment)
 {
   const auto line = polyLineFrom<Point2>("0,0 1,0");
