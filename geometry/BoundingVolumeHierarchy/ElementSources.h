@@ -1,6 +1,7 @@
 #pragma once
 
 #include "geometry/Instantiations.h"
+#include "platform/Export.h"
 #include "platform/kvmath/Vector.h"
 
 #include <memory>
@@ -11,7 +12,7 @@ template <class PointType>
 class Segment;
 template <class PointType>
 class PolyLine;
-class Mesh;
+class KVSHAPES_EXPORT Mesh;
 class Triangle;
 } // namespace Kavrel
 

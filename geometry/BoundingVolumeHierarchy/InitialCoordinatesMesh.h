@@ -7,7 +7,7 @@
 #include <vector>
 
 namespace Kavrel {
-class Mesh;
+class KVSHAPES_EXPORT Mesh;
 }
 
 namespace Kavrel::BoundingVolumeHierarchy {

@@ -116,16 +116,32 @@ void closestPair(const HierarchyA& treeA, const HierarchyB& treeB, Result& resul
       NearestLeafPair{treeA, treeB, result});
 }
 
-/// All pairs of elements that `test(positionA, positionB)` wants to see: those in leaves whose volumes overlap. Neither
-/// hierarchy is empty.
-template <class HierarchyA, class HierarchyB, class Overlaps, class Test>
-void overlappingPairs(const HierarchyA& treeA, const HierarchyB& treeB, const Overlaps& overlaps, const Test& test)
+/// Hands all pairs of element positions to `test(positionA, positionB)` that stand in leaves whose volumes, and those
+/// of all nodes above, `accepts(volumeA, volumeB)` lets pass, in traversal order. Neither hierarchy is empty.
+template <class HierarchyA, class HierarchyB, class Accepts, class Test>
+void overlappingPairs(const HierarchyA& treeA, const HierarchyB& treeB, const Accepts& accepts, const Test& test)
 {
-  visitAllPairs(treeA, treeB, 0, 0, overlaps, [&test](const auto& a, const auto& b) {
+  visitAllPairs(treeA, treeB, 0, 0, accepts, [&test](const auto& a, const auto& b) {
     for (std::uint32_t i = a.firstElement(); i < a.endElement(); ++i)
       for (std::uint32_t j = b.firstElement(); j < b.endElement(); ++j)
         test(i, j);
   });
+}
+
+/// All pairs of elements of two hierarchies that cross, in traversal order: `sink(result)` for each, with the positions
+/// in `firstIndex` and `secondIndex`. Neither hierarchy is empty.
+template <class HierarchyA, class HierarchyB, class Sink>
+void crossingPairs(const HierarchyA& treeA, const HierarchyB& treeB, const Sink& sink)
+{
+  overlappingPairs(
+      treeA, treeB, [](const auto& a, const auto& b) { return overlaps(a, b); },
+      [&](std::uint32_t i, std::uint32_t j) {
+        IntersectionQueryResult<typename HierarchyA::Element, typename HierarchyB::Element> result;
+        if (!intersect(treeA.getElement(i), treeB.getElement(j), result)) return;
+        result.firstIndex = i;
+        result.secondIndex = j;
+        sink(result);
+      });
 }
 
 /// All pairs of elements within a squared distance of each other, the bound included, in traversal order:

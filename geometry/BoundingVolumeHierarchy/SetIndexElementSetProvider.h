@@ -5,13 +5,14 @@
 #include "geometry/BoundingVolumeHierarchy/PackedElements.h"
 #include "geometry/BoundingVolumeHierarchy/SetIndexElement.h"
 #include "geometry/mesh/Triangle.h"
+#include "platform/Export.h"
 
 #include <cstddef>
 #include <cstdint>
 #include <vector>
 
 namespace Kavrel {
-class Mesh;
+class KVSHAPES_EXPORT Mesh;
 }
 
 namespace Kavrel::BoundingVolumeHierarchy {
