@@ -28,20 +28,20 @@ std::atomic<std::size_t> allocations = 0;
 
 } // namespace
 
-void* operator new(std::size_t size)
+[[gnu::noinline]] void* operator new(std::size_t size)
 {
   ++allocations;
   if (void* block = std::malloc(size)) return block;
   throw std::bad_alloc();
 }
-void operator delete(void* block) noexcept { std::free(block); }
-void operator delete(void* block, std::size_t) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block) noexcept { std::free(block); }
+[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept { std::free(block); }
 
 namespace {
 
 using Vector3 = Vector<double, 3>;
 using MeshTree = ElementTree<Triangle, 3>;
-using PointerTree = ElementTree<Triangle*, 3>;
+using HalfLine = BoundingVolumeHierarchy::Ray;
 using Pair = std::pair<std::uint32_t, std::uint32_t>;
 
 /// Calls with a name, a mesh and queries that suit it: near it, on it, inside and far away.
@@ -177,7 +177,6 @@ TEST(Queries, ClosestIsTheFirstNearestInTraversalOrder)
     SCOPED_TRACE(name);
     for (const unsigned leafSize : {1U, 4U, 8U, 13U}) {
       const MeshTree tree(mesh, leafSize, 30);
-      const PointerTree pointers(mesh, leafSize, 30);
       for (const Vector3& query : queries) {
         const auto expected = closestByRecursion<Result>(tree, query);
         Result actual;
@@ -186,9 +185,6 @@ TEST(Queries, ClosestIsTheFirstNearestInTraversalOrder)
         ASSERT_EQ(actual.secondIndex, expected.secondIndex) << query;
         ASSERT_EQ(actual.xi, expected.xi) << query;
         ASSERT_EQ(actual.point, expected.point) << query;
-        Result same;
-        closest(pointers, query, same);
-        ASSERT_EQ(same.secondIndex, expected.secondIndex) << query;
       }
     }
   });
@@ -243,7 +239,6 @@ TEST(Queries, LinesHitWhatAScanHits)
   forEachMesh([&random](const char* name, const Mesh& mesh, const std::vector<Vector3>& queries) {
     SCOPED_TRACE(name);
     const MeshTree tree(mesh, 8, 30);
-    const PointerTree pointers(mesh, 3, 30);
     for (std::size_t i = 0; i < queries.size(); i += 2) {
       std::vector<Vector3> ways = directions(random);
       const Triangle& aim = mesh.getTriangleRef(static_cast<unsigned>(random.index(mesh.numberOfTriangles())));
@@ -254,8 +249,7 @@ TEST(Queries, LinesHitWhatAScanHits)
       for (const Vector3& direction : ways) {
         SCOPED_TRACE(testing::Message() << queries[i] << " along " << direction);
         ASSERT_NO_FATAL_FAILURE(checkLine(tree, Line(queries[i], direction)));
-        ASSERT_NO_FATAL_FAILURE(checkLine(tree, Ray(queries[i], direction)));
-        ASSERT_NO_FATAL_FAILURE(checkLine(pointers, Ray(queries[i], direction)));
+        ASSERT_NO_FATAL_FAILURE(checkLine(tree, HalfLine(queries[i], direction)));
         ASSERT_NO_FATAL_FAILURE(checkLine(tree, LegacyLine(queries[i], direction, 1e-3)));
       }
     }
@@ -433,8 +427,8 @@ TEST(Queries, AllocateNothing)
   const Vector3 origin(0.1, 0.2, 0.3), up(0, 0, 1);
   DistanceQueryResult<Vector3, Triangle> nearest;
   closest(tree, origin, nearest);
-  IntersectionQueryResult<Ray, Triangle> ray;
-  firstHit(tree, Ray(origin, up), ray);
+  IntersectionQueryResult<HalfLine, Triangle> ray;
+  firstHit(tree, HalfLine(origin, up), ray);
   allHits<IntersectionQueryResult<Line, Triangle>>(tree, Line(origin, up), count);
   allHits<IntersectionQueryResult<Plane<double, 3>, Triangle>>(tree, Plane<double, 3>(up, 0.3), count);
   withinRadius<DistanceQueryResult<Vector3, Triangle>>(tree, origin, 0.7, count);
