@@ -1,0 +1,360 @@
+#include "geometry/BoundingVolumeHierarchy/PointSearchTreeT.h"
+
+#include "geometry/ConstraintPoint.h"
+#include "geometry/Point3N.h"
+#include "geometry/Point3NT.h"
+#include "geometry/ProjectionPoint.h"
+#include "geometry/mesh/Mesh.h"
+#include "support/BruteForce.h"
+#include "support/RandomGeometry.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <limits>
+#include <numeric>
+
+using namespace Kavrel;
+using namespace Kavrel::BoundingVolumeHierarchy;
+using Testing::RandomGeometry;
+namespace Brute = Testing::BruteForce;
+
+namespace {
+
+constexpr double largest = std::numeric_limits<double>::max();
+
+template <unsigned dim>
+struct Cloud
+{
+  const char* name;
+  std::vector<Vector<double, dim>> points;
+};
+
+/// Clouds that hurt: spread over many sizes, on a grid full of ties, along a line, far from the origin.
+template <unsigned dim>
+std::vector<Cloud<dim>> clouds()
+{
+  RandomGeometry random(101);
+  std::vector<Cloud<dim>> all = {{"cube", {}}, {"any size", {}}, {"grid", {}},
+                                 {"line", {}}, {"far off", {}},  {"one", {}}};
+  for (int i = 0; i < 700; ++i) {
+    all[0].points.push_back(random.inCube<dim>(10));
+    all[1].points.push_back(random.ofAnySize<dim>(1e-9, 1e9));
+    auto grid = random.inCube<dim>(4);
+    for (unsigned axis = 0; axis < dim; ++axis)
+      grid[axis] = std::floor(grid[axis]);
+    all[2].points.push_back(grid);
+    Vector<double, dim> onLine;
+    onLine[1] = random.uniform(-5, 5);
+    all[3].points.push_back(onLine);
+    auto far = random.inCube<dim>(1e-3);
+    far[0] += 1e8;
+    all[4].points.push_back(far);
+  }
+  all[5].points.push_back(random.inCube<dim>(1));
+  return all;
+}
+
+/// Points of the cloud themselves, points near it and points far away.
+template <unsigned dim>
+std::vector<Vector<double, dim>> queriesFor(const std::vector<Vector<double, dim>>& points)
+{
+  RandomGeometry random(102);
+  std::vector<Vector<double, dim>> queries;
+  for (int i = 0; i < 25; ++i) {
+    const auto& at = points[random.index(points.size())];
+    queries.push_back(at);
+    queries.push_back(at + random.ofAnySize<dim>(1e-6, 1e3));
+  }
+  queries.push_back(random.ofAnySize<dim>(1e12, 1e13));
+  return queries;
+}
+
+template <unsigned dim>
+std::vector<double> distancesTo(const std::vector<Vector<double, dim>>& points, const Vector<double, dim>& query)
+{
+  std::vector<double> distances;
+  for (const auto& point : points)
+    distances.push_back(Brute::squareDistance(point, query));
+  return distances;
+}
+
+constexpr double rounding = 1e-14;
+
+template <class Dimension>
+class PointSearchTree : public testing::Test
+{};
+using Dimensions = testing::Types<std::integral_constant<unsigned, 2>, std::integral_constant<unsigned, 3>>;
+TYPED_TEST_SUITE(PointSearchTree, Dimensions);
+
+TYPED_TEST(PointSearchTree, FindsTheNearestPointWhateverTheLeafSize)
+{
+  constexpr unsigned dim = TypeParam::value;
+  for (const auto& cloud : clouds<dim>())
+    for (const unsigned leafSize : {1U, 4U, 1000U}) {
+      SCOPED_TRACE(testing::Message() << cloud.name << ", leaf " << leafSize);
+      const PointSearchTreeT<dim> tree(cloud.points, leafSize);
+      for (const auto& query : queriesFor<dim>(cloud.points)) {
+        const auto distances = distancesTo<dim>(cloud.points, query);
+        const double expected = *std::min_element(distances.begin(), distances.end());
+        std::uint64_t id = 0, sameId = 0;
+        Point<double, dim> nearest;
+        ASSERT_TRUE(tree.selectClosest(query, id));
+        ASSERT_TRUE(tree.getNearestPoint(query, nearest));
+        EXPECT_NEAR(distances[id], expected, rounding * expected);
+        EXPECT_EQ(nearest, cloud.points[id]);
+        EXPECT_DOUBLE_EQ(tree.squareDistance(query), distances[id]);
+        EXPECT_EQ(tree.squareDistance(query, sameId), tree.squareDistance(query));
+        EXPECT_EQ(sameId, id);
+      }
+    }
+}
+
+TYPED_TEST(PointSearchTree, ListsTheNearestPoints)
+{
+  constexpr unsigned dim = TypeParam::value;
+  for (const auto& cloud : clouds<dim>()) {
+    SCOPED_TRACE(cloud.name);
+    const PointSearchTreeT<dim> tree(cloud.points, 6);
+    for (const auto& query : queriesFor<dim>(cloud.points)) {
+      auto expected = distancesTo<dim>(cloud.points, query);
+      const auto distanceOf = expected;
+      std::sort(expected.begin(), expected.end());
+      for (const int k : {1, 2, 7, 64, 1000})
+        for (const bool sorted : {true, false}) {
+          std::vector<int> ids = {-7};
+          std::vector<double> found = {-7.0, 3.0};
+          ASSERT_TRUE(tree.nearestPointIndices(query, k, ids, found, sorted));
+          const auto count = std::min<std::size_t>(static_cast<std::size_t>(k), expected.size());
+          ASSERT_EQ(ids.size(), count);
+          ASSERT_EQ(found.size(), count);
+          for (std::size_t i = 0; i < count; ++i)
+            EXPECT_DOUBLE_EQ(found[i], distanceOf[static_cast<std::size_t>(ids[i])]);
+          EXPECT_TRUE(!sorted || std::is_sorted(found.begin(), found.end()));
+          EXPECT_EQ(*std::max_element(found.begin(), found.end()), sorted ? found.back() : found.front());
+          std::sort(found.begin(), found.end());
+          for (std::size_t i = 0; i < count; ++i)
+            EXPECT_NEAR(found[i], expected[i], rounding * expected[i]);
+          std::sort(ids.begin(), ids.end());
+          EXPECT_EQ(std::adjacent_find(ids.begin(), ids.end()), ids.end());
+        }
+    }
+  }
+}
+
+TYPED_TEST(PointSearchTree, SelectsWithinARadius)
+{
+  constexpr unsigned dim = TypeParam::value;
+  for (const auto& cloud : clouds<dim>()) {
+    SCOPED_TRACE(cloud.name);
+    const PointSearchTreeT<dim> tree(cloud.points, 5);
+    for (const auto& query : queriesFor<dim>(cloud.points)) {
+      const auto distances = distancesTo<dim>(cloud.points, query);
+      const double nearest = *std::min_element(distances.begin(), distances.end());
+      for (const double radius : {0.0, 0.3, 2.0, 1e5, std::sqrt(nearest) * 0.99}) {
+        const auto expected =
+            Brute::selected(distances.size(), [&](std::size_t i) { return distances[i] <= radius * radius; });
+        std::vector<int> ids = {1, 2};
+        EXPECT_EQ(tree.sphereSelectAll(query, radius, ids), !expected.empty());
+        std::sort(ids.begin(), ids.end());
+        EXPECT_EQ(ids, expected);
+        std::uint64_t id = 99;
+        ASSERT_EQ(tree.sphereSelectFirst(query, radius, id), !expected.empty());
+        if (expected.empty())
+          EXPECT_EQ(id, 0U);
+        else
+          EXPECT_NEAR(distances[id], nearest, rounding * nearest);
+      }
+    }
+  }
+}
+
+TYPED_TEST(PointSearchTree, LeavesOutTheExcludedId)
+{
+  constexpr unsigned dim = TypeParam::value;
+  for (const auto& cloud : clouds<dim>()) {
+    SCOPED_TRACE(cloud.name);
+    const PointSearchTreeT<dim> tree(cloud.points, 3);
+    for (std::size_t excluded = 0; excluded < cloud.points.size(); excluded += 37) {
+      auto distances = distancesTo<dim>(cloud.points, cloud.points[excluded]);
+      distances[excluded] = largest;
+      const double expected = *std::min_element(distances.begin(), distances.end());
+      std::uint64_t id = 99;
+      ASSERT_EQ(tree.nearestPointIndexExcluded(cloud.points[excluded], excluded, id), cloud.points.size() > 1);
+      if (cloud.points.size() == 1) {
+        EXPECT_EQ(id, 0U);
+        continue;
+      }
+      EXPECT_NE(id, excluded);
+      EXPECT_NEAR(distances[id], expected, rounding * expected);
+    }
+  }
+}
+
+TYPED_TEST(PointSearchTree, AnswersAllTheSameWhenEmpty)
+{
+  constexpr unsigned dim = TypeParam::value;
+  const PointSearchTreeT<dim> trees[] = {PointSearchTreeT<dim>(),
+                                         PointSearchTreeT<dim>(std::vector<Point<float, dim>>(), 4)};
+  const Vector<double, dim> query;
+  for (const auto& tree : trees) {
+    std::uint64_t id = 5;
+    EXPECT_FALSE(tree.selectClosest(query, id));
+    EXPECT_EQ(id, 0U);
+    id = 5;
+    EXPECT_FALSE(tree.nearestPointIndexExcluded(query, 3, id));
+    EXPECT_EQ(id, 0U);
+    id = 5;
+    EXPECT_EQ(tree.squareDistance(query, id), largest);
+    EXPECT_EQ(id, 0U);
+    id = 5;
+    EXPECT_FALSE(tree.sphereSelectFirst(query, 10, id));
+    EXPECT_EQ(id, 0U);
+    Point<double, dim> nearest;
+    nearest[0] = 42;
+    EXPECT_FALSE(tree.getNearestPoint(query, nearest));
+    EXPECT_EQ(nearest[0], 42);
+    std::vector<int> ids = {1};
+    std::vector<double> distances = {1};
+    EXPECT_FALSE(tree.sphereSelectAll(query, 10, ids));
+    EXPECT_TRUE(ids.empty());
+    EXPECT_FALSE(tree.nearestPointIndices(query, 4, ids, distances, true));
+    EXPECT_TRUE(ids.empty() && distances.empty());
+    double distance = 7;
+    id = 5;
+    EXPECT_FALSE(tree.minimumSignedPlaneDistance(Vector<double, 3>(0, 0, 1), 0, id, distance));
+    EXPECT_EQ(distance, 7);
+  }
+}
+
+TYPED_TEST(PointSearchTree, TheOrderOfTheListDoesNotMatter)
+{
+  constexpr unsigned dim = TypeParam::value;
+  RandomGeometry random(103);
+  const auto points = clouds<dim>()[0].points;
+  const auto order = random.permutation(points.size());
+  std::vector<Point<double, dim>> shuffled;
+  for (const auto i : order)
+    shuffled.push_back(points[i]);
+  const PointSearchTreeT<dim> tree(points, 4), other(shuffled, 9);
+  for (const auto& query : queriesFor<dim>(points)) {
+    std::vector<int> ids, otherIds;
+    std::vector<double> distances, otherDistances;
+    tree.nearestPointIndices(query, 12, ids, distances, true);
+    other.nearestPointIndices(query, 12, otherIds, otherDistances, true);
+    EXPECT_EQ(distances, otherDistances);
+    for (int& id : otherIds)
+      id = static_cast<int>(order[static_cast<std::size_t>(id)]);
+    EXPECT_EQ(ids, otherIds);
+  }
+}
+
+TYPED_TEST(PointSearchTree, SurvivesBadNumbers)
+{
+  constexpr unsigned dim = TypeParam::value;
+  const double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
+  std::vector<Vector<double, dim>> points = clouds<dim>()[0].points;
+  Vector<double, dim> bad;
+  for (const double value : {nan, infinity, -infinity, 1e300, 5e-324}) {
+    bad[0] = value;
+    std::uint64_t id = 0;
+    std::vector<int> ids;
+    std::vector<double> distances;
+    const PointSearchTreeT<dim> sound(points, 4);
+    sound.selectClosest(bad, id);
+    EXPECT_LT(id, points.size());
+    sound.nearestPointIndices(bad, 5, ids, distances, true);
+    EXPECT_LE(ids.size(), 5U);
+    sound.sphereSelectAll(points[0], value, ids);
+    auto withBad = points;
+    withBad.insert(withBad.begin() + 3, bad);
+    const PointSearchTreeT<dim> tree(withBad, 4);
+    EXPECT_EQ(tree.getBvh().numberOfElements(), withBad.size());
+    ASSERT_TRUE(tree.selectClosest(points[0], id));
+    EXPECT_LT(id, withBad.size());
+  }
+  const PointSearchTreeT<dim> same(std::vector<Vector<double, dim>>(500), 2);
+  std::vector<int> ids;
+  EXPECT_TRUE(same.sphereSelectAll(Vector<double, dim>(), 0, ids));
+  EXPECT_EQ(ids.size(), 500U);
+  std::vector<double> distances;
+  EXPECT_FALSE(same.nearestPointIndices(Vector<double, dim>(), 0, ids, distances, true));
+  EXPECT_FALSE(same.nearestPointIndices(Vector<double, dim>(), -3, ids, distances, true));
+}
+
+TEST(PointSearchTree3, FindsTheLowestPointOverAPlane)
+{
+  RandomGeometry random(104);
+  for (const auto& cloud : clouds<3>()) {
+    SCOPED_TRACE(cloud.name);
+    const PointSearchTreeT<3> tree(cloud.points, 4);
+    for (int i = 0; i < 50; ++i) {
+      const auto normal = random.ofAnySize<3>(1e-3, 1e3);
+      const double offset = random.uniform(-20, 20);
+      const auto lowest =
+          Brute::nearest(cloud.points.size(), [&](std::size_t k) { return normal.dot(cloud.points[k]) - offset; });
+      std::uint64_t id = 0;
+      double distance = 0;
+      ASSERT_TRUE(tree.minimumSignedPlaneDistance(normal, offset, id, distance));
+      EXPECT_EQ(distance, lowest.value);
+      EXPECT_EQ(normal.dot(cloud.points[id]) - offset, lowest.value);
+    }
+  }
+}
+
+TEST(PointSearchTree2, HasNoPlaneQuery)
+{
+  const PointSearchTreeT<2> tree(clouds<2>()[0].points, 4);
+  std::uint64_t id = 11;
+  double distance = 12;
+  EXPECT_FALSE(tree.minimumSignedPlaneDistance(Vector<double, 3>(0, 1, 0), 0, id, distance));
+  EXPECT_EQ(id, 11U);
+  EXPECT_EQ(distance, 12);
+}
+
+template <class PointType>
+void expectSameTree(const std::vector<Vector<double, 3>>& points)
+{
+  std::vector<PointType> list;
+  for (const auto& p : points) {
+    using Scalar = typename PointType::Scalar;
+    list.emplace_back(
+        Point<Scalar, 3>(static_cast<Scalar>(p[0]), static_cast<Scalar>(p[1]), static_cast<Scalar>(p[2])));
+  }
+  const PointSearchTreeT<3> tree(list, 4);
+  ASSERT_EQ(tree.getBvh().numberOfElements(), list.size());
+  for (std::size_t i = 0; i < list.size(); ++i) {
+    std::uint64_t id = 0;
+    const Vector<double, 3> query(list[i][0], list[i][1], list[i][2]);
+    EXPECT_EQ(tree.squareDistance(query, id), 0);
+    EXPECT_EQ(id, i);
+  }
+}
+
+TEST(PointSearchTree3, TakesEveryPointType)
+{
+  const auto points = clouds<3>()[0].points;
+  expectSameTree<Point<float, 3>>(points);
+  expectSameTree<Point<double, 3>>(points);
+  expectSameTree<ConstraintPoint>(points);
+  expectSameTree<Point3N>(points);
+  expectSameTree<Point3NT>(points);
+  expectSameTree<ProjectionPoint>(points);
+}
+
+TEST(PointSearchTree3, CopiesShareTheHierarchyAndOutliveTheOriginal)
+{
+  const auto points = clouds<3>()[0].points;
+  auto original = std::make_unique<PointSearchTreeT<3>>(points, 4);
+  const PointSearchTreeT<3> copy(*original);
+  PointSearchTreeT<3> assigned;
+  assigned = *original;
+  EXPECT_EQ(&copy.getBvh(), &original->getBvh());
+  EXPECT_EQ(&assigned.getBvh(), &original->getBvh());
+  original.reset();
+  EXPECT_EQ(copy.squareDistance(points[17]), 0);
+  EXPECT_EQ(assigned.squareDistance(points[18]), 0);
+}
+
+} // namespace
