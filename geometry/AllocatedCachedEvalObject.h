@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Export.h"
 #include "platform/kvappcache/EvalCache.h"
 
 #include <atomic>
@@ -9,7 +10,7 @@
 
 namespace Kavrel {
 
-class Mesh;
+class KVSHAPES_EXPORT Mesh;
 
 /// One recomputable value in the process-wide evaluation cache: a mesh, or a vector of int or float.
 ///

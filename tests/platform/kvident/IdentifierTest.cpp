@@ -1,6 +1,5 @@
 #include "platform/kvident/Identifier.h"
 #include "platform/kvident/GUIdentifier.h"
-#include "support/ArchiveWriter.h"
 
 #include <gtest/gtest.h>
 
@@ -67,18 +66,6 @@ TEST(IdentifierTest, GlobalOnesUseAllBits)
   }
   for (const int count : counts)
     EXPECT_NEAR(count, 2000, 160);
-}
-
-TEST(IdentifierTest, ArchiveKeepsTheValue)
-{
-  const Identifier id;
-  Identifier loaded;
-  Testing::roundTrip(id, loaded);
-  EXPECT_EQ(loaded, id);
-  const GUIdentifier global;
-  GUIdentifier loadedGlobal;
-  Testing::roundTrip(global, loadedGlobal);
-  EXPECT_EQ(loadedGlobal, global);
 }
 
 TEST(IdentifierTest, GlobalOnesOrderByTheirHighPartFirst)

@@ -1,0 +1,150 @@
+#include "geometry/CombinedEulerAnglesCoordinateSystem.h"
+#include "geometry/CombinedEulerAnglesOrthMatrix.h"
+#include "platform/kvmath/EulerToMatrixComposer.h"
+#include "support/RandomGeometry.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+
+namespace Kavrel {
+namespace {
+
+using CS = CoordinateSystem<double, 3>;
+using P3 = Point<double, 3>;
+using R3 = OrthMatrix<double, 3>;
+using Order = EulerRotationOrder;
+using CombinedMatrix = CombinedEulerAnglesOrthMatrix;
+using CombinedSystem = CombinedEulerAnglesCoordinateSystem;
+
+constexpr double pi = std::numbers::pi;
+
+R3 compose(const EulerAngleSet& set) { return EulerToMatrixComposer().getComposedMatrix(set); }
+
+double largestStep(const EulerAngleSet& a, const EulerAngleSet& b)
+{
+  double largest = 0;
+  for (unsigned i = 0; i < 3; ++i)
+    largest = std::max(largest, std::abs(std::remainder(a.getAngle(i) - b.getAngle(i), 2 * pi)));
+  return largest;
+}
+
+TEST(CombinedEulerAnglesTest, DefaultOrdersDiffer)
+{
+  EXPECT_EQ(CombinedMatrix().getEulerAngles(), EulerAngleSet(static_cast<Order::Enum>(12)));
+  EXPECT_EQ(CombinedSystem().getEulerAngles(), EulerAngleSet(static_cast<Order::Enum>(3)));
+  EXPECT_EQ(CombinedMatrix().getMatrix(), R3());
+  EXPECT_EQ(CombinedSystem().getCoordinateSystem(), CS());
+}
+
+TEST(CombinedEulerAnglesTest, MatrixAndAnglesStayInStep)
+{
+  Testing::RandomGeometry random(81);
+  CombinedMatrix matrix;
+  CombinedSystem system(EulerAngleSet(Order::ZXZ), P3(1, 2, 3));
+  for (int i = 0; i < 200; ++i) {
+    const auto order = static_cast<Order::Enum>(random.index(Order::count));
+    const EulerAngleSet set(order, random.uniform(-3, 3), random.uniform(-3, 3), random.uniform(-3, 3));
+    if (random.coin()) {
+      matrix.setEulerAngles(set);
+      system.setEulerAngles(set);
+      EXPECT_EQ(matrix.getEulerAngles(), set);
+    } else {
+      matrix.setMatrix(compose(set));
+      system.setOrientation(compose(set));
+      EXPECT_EQ(matrix.getMatrix(), compose(set));
+    }
+    EXPECT_TRUE(compose(matrix.getEulerAngles()).isEqual(matrix.getMatrix(), 1e-12));
+    EXPECT_TRUE(compose(system.getEulerAngles()).isEqual(system.getOrientation(), 1e-12));
+    EXPECT_EQ(system.getOrigin(), P3(1, 2, 3));
+    const CombinedMatrix rebuilt(matrix.getMatrix(), order);
+    EXPECT_EQ(rebuilt.getEulerAngles().getOrder(), order);
+    EXPECT_TRUE(compose(rebuilt.getEulerAngles()).isEqual(matrix.getMatrix(), 1e-12));
+  }
+}
+
+// A slow turn must not make the angles jump to the other solution, although its middle angle leaves the principal
+// range.
+TEST(CombinedEulerAnglesTest, AnglesFollowASlowTurn)
+{
+  for (const auto order : {Order::XYZ, Order::FixedXYZ, Order::ZXZ}) {
+    SCOPED_TRACE(Order::getName(order));
+    const auto at = [&](int i) { return EulerAngleSet(order, 0.3, 0.105 + 0.03 * i, -0.4); };
+    CombinedMatrix matrix(at(0));
+    CombinedSystem system(at(0), P3());
+    CombinedSystem placed(at(0), P3());
+    for (int i = 1; i < 190; ++i) {
+      matrix.setMatrix(compose(at(i)));
+      system.setOrientation(compose(at(i)));
+      placed.setCoordinateSystem(CS(compose(at(i)), P3()));
+      EXPECT_LE(largestStep(matrix.getEulerAngles(), at(i)), 1e-12) << i;
+      EXPECT_LE(largestStep(system.getEulerAngles(), at(i)), 1e-12) << i;
+      EXPECT_LE(largestStep(placed.getEulerAngles(), at(i)), 1e-12) << i;
+    }
+  }
+}
+
+TEST(CombinedEulerAnglesTest, OtherAnglesOfTheSameMatrix)
+{
+  const EulerAngleSet set(Order::XYZ, 0, 0, 0.5);
+  const EulerAngleSet same(Order::ZYX, 0.5, 0, 0);
+  ASSERT_EQ(compose(set), compose(same));
+  CombinedMatrix matrix(set);
+  matrix.setEulerAngles(same);
+  EXPECT_EQ(matrix.getEulerAngles(), set) << "the matrix class keeps its angles";
+  CombinedSystem system(set, P3());
+  system.setEulerAngles(same);
+  EXPECT_EQ(system.getEulerAngles(), same) << "the system takes them";
+}
+
+TEST(CombinedEulerAnglesTest, TooSmallChangesAreNotTaken)
+{
+  const EulerAngleSet set(Order::XYZ, 0.1, 0.2, 0.3);
+  R3 near = compose(set);
+  near(0, 1) += 5e-13;
+  CombinedMatrix matrix(set);
+  matrix.setMatrix(near);
+  EXPECT_EQ(matrix.getMatrix(), near) << "the matrix class compares exactly";
+
+  CombinedSystem system(set, P3(1, 2, 3));
+  system.setOrientation(near);
+  EXPECT_EQ(system.getOrientation(), compose(set));
+  system.setOrientation(CombinedMatrix(near, Order::ZYX));
+  EXPECT_EQ(system.getEulerAngles(), set);
+  system.setCoordinateSystem(CS(compose(set), P3(1, 2, 3 + 5e-13)));
+  EXPECT_EQ(system.getOrigin(), P3(1, 2, 3));
+  system.setOrigin(P3(1, 2, 3 + 5e-13));
+  EXPECT_NE(system.getOrigin(), P3(1, 2, 3));
+  EXPECT_EQ(system.getEulerAngles(), set);
+}
+
+TEST(CombinedEulerAnglesTest, TheTwoClassesExchangeTheirValues)
+{
+  const EulerAngleSet set(Order::ZXZ, 4.0, -5.0, 6.0); // not what a decomposition would give
+  const CombinedMatrix matrix(set);
+  const CombinedSystem system(matrix, P3(1, 2, 3));
+  EXPECT_EQ(system.getEulerAngles(), set);
+  EXPECT_EQ(system.getOrientation(), compose(set));
+  EXPECT_EQ(CombinedMatrix(system).getEulerAngles(), set);
+  CombinedMatrix assigned;
+  assigned = system;
+  EXPECT_EQ(assigned.getEulerAngles(), set);
+  EXPECT_EQ(assigned.getMatrix(), compose(set));
+  CombinedSystem other;
+  other.setOrientation(matrix);
+  EXPECT_EQ(other.getEulerAngles(), set);
+  const CombinedSystem fresh(CS(compose(set), P3()), Order::ZXZ);
+  EXPECT_LE(std::abs(fresh.getEulerAngles().getAngle(0)), pi);
+  EXPECT_TRUE(compose(fresh.getEulerAngles()).isEqual(compose(set), 1e-12));
+}
+
+TEST(CombinedEulerAnglesTest, DumpHoldsSystemAndAngles)
+{
+  const CombinedSystem system(EulerAngleSet(Order::XYZ), P3(0.5, 1, 2));
+  EXPECT_EQ(system.toStringPyDict(true, 3), "{'coordinateSystem':" + system.getCoordinateSystem().toStringPyDict(3) +
+                                                ", 'eulerAngles':{'order':'XYZ', 'angles':[0, 0, 0]}}");
+}
+
+} // namespace
+} // namespace Kavrel

@@ -1,0 +1,384 @@
+#include "geometry/CoordinateSystem.h"
+#include "geometry/CoordinateSystemHelper.h"
+#include "geometry/Plane.h"
+#include "geometry/StraightLine.h"
+#include "platform/kvmath/MathException.h"
+#include "platform/kvmath/MatrixFunctions.h"
+#include "support/ArchiveWriter.h"
+#include "support/CommaLocale.h"
+#include "support/RandomGeometry.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <string>
+#include <vector>
+
+namespace Kavrel {
+namespace {
+
+using CS = CoordinateSystem<double, 3>;
+using P3 = Point<double, 3>;
+using V3 = Vector<double, 3>;
+using R3 = OrthMatrix<double, 3>;
+
+constexpr double pi = std::numbers::pi;
+
+R3 rotation(double angle, const V3& axis) { return R3(MatrixFunctions::makeRotationMatrix(angle, axis).second); }
+
+CS randomSystem(Testing::RandomGeometry& random)
+{
+  return CS(rotation(random.uniform(-3, 3), random.direction<3>()), random.inCube<3>(10));
+}
+
+P3 moved(P3 p, const CS& cs) { return p.transform(cs); }
+
+double gap(const V3& a, const V3& b) { return (a - b).length(); }
+
+// Whether two placements move points alike.
+void expectSameMap(const CS& a, const CS& b, double eps = 1e-13)
+{
+  for (const P3& p : {P3(0, 0, 0), P3(1, 0, 0), P3(0, 1, 0), P3(0, 0, 1)})
+    EXPECT_LE(gap(moved(p, a), moved(p, b)), eps);
+}
+
+TEST(CoordinateSystemTest, PlacesPointsAndTurnsVectors)
+{
+  const CS cs(rotation(pi / 2, {0, 0, 1}), P3(10, 20, 30));
+  EXPECT_LE(gap(moved({1, 2, 3}, cs), {8, 21, 33}), 1e-14);
+  V3 v(1, 2, 3);
+  cs.transformVector(v);
+  EXPECT_LE(gap(v, {-2, 1, 3}), 1e-15);
+  EXPECT_EQ(cs.transformVectorCopy({1, 2, 3}), v);
+  EXPECT_LE(gap(cs.getLocalX(), {0, 1, 0}), 1e-15);
+  EXPECT_LE(gap(cs.getLocalY(), {-1, 0, 0}), 1e-15);
+  EXPECT_LE(gap(cs.getTranslatedAlongLocalX(2).getOrigin(), {10, 22, 30}), 1e-14);
+  EXPECT_LE(gap(CS(cs).translateAlongLocalY(-3).getOrigin(), {13, 20, 30}), 1e-14);
+}
+
+TEST(CoordinateSystemTest, CompositionFollowsThePoints)
+{
+  Testing::RandomGeometry random(71);
+  for (int i = 0; i < 100; ++i) {
+    const CS a = randomSystem(random), b = randomSystem(random);
+    const P3 p = random.inCube<3>(10);
+    EXPECT_LE(gap(moved(p, a.getTransformed(b)), moved(moved(p, a), b)), 1e-13);
+    EXPECT_LE(gap(moved(p, a * b), moved(moved(p, b), a)), 1e-13);
+    EXPECT_LE(gap(moved(moved(p, a), a.getInverse()), p), 1e-13);
+    EXPECT_LE(gap(moved(moved(p, a), CS::getRelativeTransformationFromAtoB(a, b)), moved(p, b)), 1e-13);
+    expectSameMap(b * a.getRelativeCoordinateSystem(b), a);
+    expectSameMap(CS().setTransformation(a.getTransformation()), a, 0.0);
+    // The homogeneous matrices multiply like the systems.
+    EXPECT_TRUE((a.getTransformation() * b.getTransformation()).isEqual((a * b).getTransformation(), 1e-13));
+  }
+  const CoordinateSystem<double, 2> flat(OrthMatrix<double, 2>(MatrixFunctions::makeRotationMatrix(pi / 2)), {5, 6});
+  auto there = Point<double, 2>(1, 2);
+  EXPECT_LE((there.transform(flat) - Vector<double, 2>(3, 7)).length(), 1e-15);
+  EXPECT_LE((there.transform(flat.getInverse()) - Vector<double, 2>(1, 2)).length(), 1e-15);
+}
+
+TEST(CoordinateSystemTest, LastRowOfAHomogeneousMatrixIsIgnored)
+{
+  SquareMatrix<double, 4> m = CS().translateBy({1, 2, 3}).getTransformation();
+  for (unsigned j = 0; j < 4; ++j)
+    m(3, j) = 99.0;
+  EXPECT_EQ(CS().setTransformation(m), CS().translateBy({1, 2, 3}));
+}
+
+TEST(CoordinateSystemTest, IdentityIsAskedWithTolerance)
+{
+  struct Row
+  {
+    const char* name;
+    CS cs;
+    bool identity;
+  };
+  const Row rows[] = {
+      {"default", CS(), true},
+      {"built", CS(R3(), P3()), true},
+      {"origin within", CS(R3(), P3(0.9e-12, 0, 0)), true},
+      {"origin beyond", CS(R3(), P3(0.9e-12, 0.9e-12, 0)), false},
+      {"turned within", CS(rotation(1.6e-6, {0, 0, 1}), P3()), true},
+      {"turned beyond", CS(rotation(1.8e-6, {0, 0, 1}), P3()), false},
+      {"NaN", CS(R3(), P3(std::nan(""), 0, 0)), false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(row.cs.isIdentity(), row.identity);
+    EXPECT_EQ(row.cs.isEqualTo(CS::getIdentity()), row.identity);
+  }
+}
+
+// The memo must not survive a change: each row changes a system that has answered before.
+TEST(CoordinateSystemTest, EveryChangeDropsTheMemo)
+{
+  const V3 shift(1, 0, 0);
+  const R3 turn = rotation(1, {0, 0, 1});
+  const std::vector<std::pair<const char*, void (*)(CS&)>> changes = {
+      {"origin",
+       [](CS& cs) {
+         cs.setOrigin({1, 0, 0});
+       }},
+      {"translate",
+       [](CS& cs) {
+         cs.translateBy({1, 0, 0});
+       }},
+      {"matrix",
+       [](CS& cs) {
+         cs.setOrientation(Matrix<double, 3, 3>(rotation(1, {0, 0, 1})));
+       }},
+      {"square matrix",
+       [](CS& cs) {
+         cs.setOrientation(SquareMatrix<double, 3>(rotation(1, {0, 0, 1})));
+       }},
+      {"orth matrix",
+       [](CS& cs) {
+         cs.setOrientation(rotation(1, {0, 0, 1}));
+       }},
+      {"mirror", [](CS& cs) { cs.setUpMirror(V3(0, 0, 1), 0.0); }},
+      {"rotation",
+       [](CS& cs) {
+         cs.setUpRotation(P3(), rotation(1, {1, 0, 0}));
+       }},
+      {"homogeneous",
+       [](CS& cs) {
+         cs.setTransformation(CS().translateBy({0, 1, 0}).getTransformation());
+       }},
+      {"transform",
+       [](CS& cs) {
+         cs.transform(CS().translateBy({0, 1, 0}));
+       }},
+  };
+  for (const auto& [name, change] : changes) {
+    SCOPED_TRACE(name);
+    CS cs;
+    ASSERT_TRUE(cs.isIdentity());
+    change(cs);
+    EXPECT_FALSE(cs.isIdentity());
+    EXPECT_TRUE(cs.setIdentity().isIdentity());
+    CS other = CS().translateBy(shift).setOrientation(turn);
+    ASSERT_FALSE(other.isIdentity());
+    other.setOrigin(P3()).setOrientation(R3());
+    EXPECT_TRUE(other.isIdentity());
+  }
+}
+
+// What counts as the identity takes no part in arithmetic, so a tiny offset vanishes or stays whole.
+TEST(CoordinateSystemTest, NearIdentitiesShortCut)
+{
+  const CS near(R3(), P3(5e-13, 0, 0));
+  const CS shift = CS().translateBy({1, 2, 3});
+  EXPECT_EQ(near.getTransformed(shift), shift);
+  EXPECT_EQ(shift.getTransformed(near), shift);
+  EXPECT_EQ(near.getInverse(), near);
+  EXPECT_EQ(shift.getInverse().getOrigin(), P3(-1, -2, -3));
+  EXPECT_EQ(CS().getInverse(), CS());
+}
+
+TEST(CoordinateSystemTest, EqualityBounds)
+{
+  const CS cs(rotation(0.5, {1, 2, 3}), P3(1, 2, 3));
+  const CS turned(rotation(0.01, cs.getLocalX()) * cs.getOrientation(), P3(1, 2, 3.5));
+  EXPECT_TRUE(cs.isEqualTo(turned, 0.5, 0.0101));
+  EXPECT_FALSE(cs.isEqualTo(turned, 0.5, 0.0099));
+  EXPECT_FALSE(cs.isEqualTo(turned, 0.499, 0.0101));
+  EXPECT_TRUE(cs.isEqualOrientation(turned, std::cos(0.0101)));
+  EXPECT_FALSE(cs.isEqualOrientation(turned, std::cos(0.0099)));
+  EXPECT_TRUE(cs.isEqualOrigin(turned, 0.5));
+  EXPECT_FALSE(cs.isEqualOrigin(turned, 0.499));
+  EXPECT_NE(cs, CS(cs).translateBy({0, 0, 1e-15}));
+  EXPECT_TRUE(cs.isEqualTo(CS(cs).translateBy({0, 0, 1e-15})));
+
+  EXPECT_EQ((CoordinateSystem<float, 3>::getDirectionEps()), 1.0F);
+  EXPECT_LT((CoordinateSystem<double, 2>::getDirectionEps()), 1.0);
+  // In float an axis at 45 degrees has a squared length next to 1: the system is not even equal to itself.
+  const auto eighth = MatrixFunctions::makeRotationMatrix(std::numbers::pi_v<float> / 4);
+  const CoordinateSystem<float, 2> skew(OrthMatrix<float, 2>(eighth), {});
+  const bool unit = skew.getLocalX().sqrLength() >= 1.0F && skew.getLocalY().sqrLength() >= 1.0F;
+  EXPECT_EQ(skew.isEqualTo(skew), unit);
+  EXPECT_EQ(skew, skew);
+}
+
+TEST(CoordinateSystemTest, MirrorsLikeThePlane)
+{
+  const CS atOne = CS::createMirrorTransformation(Plane<double, 3>(V3(0, 0, 1), 1.0));
+  EXPECT_EQ(atOne.getOrigin(), P3(0, 0, 2));
+  EXPECT_EQ(atOne.getOrientation().determinant(), -1.0);
+  Testing::RandomGeometry random(72);
+  for (int i = 0; i < 50; ++i) {
+    const Plane<double, 3> plane(random.direction<3>(), random.uniform(-5, 5));
+    const CS mirror = CS::createMirrorTransformation(plane);
+    const P3 p = random.inCube<3>(10);
+    EXPECT_LE(gap(moved(p, mirror), plane.getMirroredPoint(p)), 1e-13);
+    EXPECT_LE(gap(mirror.transformVectorCopy(p), plane.getMirroredVector(p)), 1e-13);
+
+    const CS frame = randomSystem(random);
+    const CS right = CoordinateSystemHelper::createRightHandedMirrorOf(frame, plane);
+    EXPECT_NEAR(right.getOrientation().determinant(), 1.0, 1e-14);
+    EXPECT_LE(gap(right.getOrigin(), plane.getMirroredPoint(frame.getOrigin())), 1e-13);
+    EXPECT_LE(gap(right.getLocalX(), -plane.getMirroredVector(frame.getLocalX())), 1e-13);
+    EXPECT_LE(gap(right.getLocalY(), plane.getMirroredVector(frame.getLocalY())), 1e-13);
+  }
+  const auto flat = CoordinateSystem<double, 2>::createMirrorTransformation(Plane<double, 2>({1, 0}, 3.0));
+  EXPECT_EQ((Point<double, 2>(1, 5).transform(flat)), (Point<double, 2>(5, 5)));
+}
+
+TEST(CoordinateSystemTest, HalfTurnAboutALine)
+{
+  const StraightLine<double, 3> upright(P3(1, 0, 0), P3(1, 0, 5), 0.1);
+  EXPECT_LE(gap(moved({2, 0, 0}, CS::createMirrorTransformation(upright)), {0, 0, 0}), 1e-15);
+  Testing::RandomGeometry random(73);
+  for (int i = 0; i < 50; ++i) {
+    const P3 start = random.inCube<3>(5);
+    const StraightLine<double, 3> line(start, start + random.ofAnySize<3>(1e-3, 1e3), 0.1);
+    const P3 p = random.inCube<3>(10);
+    EXPECT_LE(gap(moved(p, CS::createMirrorTransformation(line)), P3(p).mirror(line)), 1e-12);
+  }
+  EXPECT_EQ(CS::createMirrorTransformation(StraightLine<double, 3>(P3(1, 2, 3), P3(1, 2, 3), 0.1)), CS());
+  try {
+    CoordinateSystem<double, 2>::createMirrorTransformation(upright);
+    FAIL();
+  } catch (const MathException& failure) {
+    EXPECT_STREQ(failure.what(), "CoordinateSystem<T, dim>::createMirrorTransformation: dim == 3 expected");
+  }
+}
+
+TEST(CoordinateSystemTest, RotatesAboutAFixedPoint)
+{
+  Testing::RandomGeometry random(74);
+  for (int i = 0; i < 50; ++i) {
+    const P3 centre = random.inCube<3>(5);
+    const R3 r = rotation(random.uniform(-3, 3), random.direction<3>());
+    const CS cs = CS().setUpRotation(centre, r);
+    const P3 p = random.inCube<3>(10);
+    EXPECT_LE(gap(moved(centre, cs), centre), 1e-14);
+    EXPECT_LE(gap(moved(p, cs) - centre, r * (p - centre)), 1e-13);
+    EXPECT_EQ(CS().setUpRotation(centre, Matrix<double, 3, 3>(r)), cs);
+    EXPECT_EQ(CS().setUpRotation(centre, SquareMatrix<double, 3>(r)), cs);
+  }
+}
+
+void expectRightHandedFrame(const CS& cs)
+{
+  const auto& m = cs.getOrientation();
+  EXPECT_TRUE((m * m.getTranspose()).isEqual(R3(), 1e-14));
+  EXPECT_NEAR(m.determinant(), 1.0, 1e-14);
+}
+
+TEST(CoordinateSystemTest, FrameFromDirections)
+{
+  struct Row
+  {
+    const char* name;
+    V3 a, b, x, z;
+  };
+  const Row rows[] = {
+      {"plain", {2, 0, 0}, {3, 4, 0}, {1, 0, 0}, {0, 0, 1}},
+      {"none", {}, {}, {1, 0, 0}, {0, -1, 0}},
+      {"too short", {0, 0, 9e-13}, {0, 5e-13, 0}, {1, 0, 0}, {0, -1, 0}},
+      {"only a", {0, 3, 0}, {}, {0, 1, 0}, V3(0, 1, 0).cross(V3(0, 1, 0).getOrthoNormal())},
+      {"only b", {}, {0, 0, 2}, V3(0, 0, 1).getOrthoNormal(), V3(0, 0, 1).getOrthoNormal().cross({0, 0, 1})},
+      {"parallel", {1, 0, 0}, {-2, 0, 0}, {1, 0, 0}, V3(1, 0, 0).getOrthoNormal()},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    const CS cs = createCoordinateSystemFrom(P3(7, 8, 9), row.a, row.b);
+    expectRightHandedFrame(cs);
+    EXPECT_EQ(cs.getOrigin(), P3(7, 8, 9));
+    EXPECT_LE(gap(cs.getLocalX(), row.x), 1e-15);
+    EXPECT_LE(gap(cs.getOrientation().column(2), row.z), 1e-15);
+  }
+  EXPECT_EQ(createCoordinateSystemFrom(P3(), V3(), V3()).getLocalY(), V3(0, 0, 1));
+}
+
+TEST(CoordinateSystemTest, FrameInThePlane)
+{
+  using V2 = Vector<double, 2>;
+  for (const V2& direction : {V2(3, 4), V2(-1, 0), V2(0, -2), V2(1e-11, 1e-11)}) {
+    const auto cs = createCoordinateSystemFrom(Point<double, 2>(1, 2), direction);
+    EXPECT_LE((cs.getLocalX() - direction / direction.length()).length(), 1e-15);
+    EXPECT_NEAR(cs.getOrientation().determinant(), 1.0, 1e-15);
+    EXPECT_NEAR(cs.getLocalX().dot(cs.getLocalY()), 0.0, 1e-15);
+  }
+  EXPECT_TRUE(createCoordinateSystemFrom(Point<double, 2>(), V2(1e-13, 0)).isIdentity());
+  EXPECT_FALSE(createCoordinateSystemFrom(Point<float, 2>(), Vector<float, 2>(0, 1e-9F)).isIdentity());
+}
+
+TEST(CoordinateSystemTest, FrameFromThreePoints)
+{
+  Testing::RandomGeometry random(75);
+  for (int i = 0; i < 100; ++i) {
+    const P3 p0 = random.inCube<3>(5);
+    const P3 p1 = p0 + random.ofAnySize<3>(1e-6, 1e3), p2 = p0 + random.ofAnySize<3>(1e-6, 1e3);
+    const CS cs = calcCoordinateSystemFromPoints(p0, p1, p2);
+    expectRightHandedFrame(cs);
+    const P3 local1 = moved(p1, cs.getInverse()), local2 = moved(p2, cs.getInverse());
+    EXPECT_LE(std::hypot(local1.y(), local1.z()), 1e-12 * (1 + p1.length()));
+    EXPECT_GT(local1.x(), 0.0);
+    EXPECT_GT(local2.y(), 0.0);
+    EXPECT_LE(std::abs(local2.z()), 1e-12 * (1 + p2.length()));
+  }
+  try {
+    calcCoordinateSystemFromPoints({1, 1, 1}, {2, 2, 2}, {4, 4, 4});
+    FAIL();
+  } catch (const MathException& failure) {
+    EXPECT_STREQ(failure.what(), "calcCoordinateSystemFromPoints: the given 3 Points are laying on a line and do not "
+                                 "define a plane!");
+  }
+}
+
+TEST(CoordinateSystemTest, DumpIsADictInAnyLocale)
+{
+  const Testing::CommaLocale host;
+  EXPECT_EQ(CS(R3(), P3(0.123456, -2000, 3)).toStringPyDict(4),
+            "{'origin':[0.1235, -2000, 3], 'orientation':[[1, 0, 0], [0, 1, 0], [0, 0, 1]]}");
+  EXPECT_EQ((CoordinateSystem<float, 2>().toStringPyDict(6)), "{'origin':[0, 0], 'orientation':[[1, 0], [0, 1]]}");
+}
+
+TEST(CoordinateSystemTest, ArchiveKeepsThePlacementAndNotTheMemo)
+{
+  Testing::RandomGeometry random(76);
+  const CS source = randomSystem(random);
+  CS loaded;
+  Testing::roundTrip(source, loaded);
+  EXPECT_EQ(loaded, source);
+  EXPECT_FALSE(loaded.isIdentity());
+  Testing::roundTrip(CS(), loaded);
+  EXPECT_TRUE(loaded.isIdentity());
+  const CoordinateSystem<float, 2> flat = createCoordinateSystemFrom(Point<float, 2>(1, 2), Vector<float, 2>(3, 4));
+  CoordinateSystem<float, 2> flatLoaded;
+  Testing::roundTrip(flat, flatLoaded);
+  EXPECT_EQ(flatLoaded, flat);
+}
+
+TEST(CoordinateSystemTest, OldStreamsHoldOneMoreFlag)
+{
+  const char* key = "BoostExportCoordinateSystem3";
+  Testing::RandomGeometry random(77);
+  const CS source = randomSystem(random);
+  for (const unsigned version : {0U, 500001U, 500002U}) {
+    SCOPED_TRACE(version);
+    Testing::ArchiveWriter stream;
+    stream.version(key, version);
+    const auto write = [&] {
+      Persistence::saveObject(stream.archive(), source.getOrientation());
+      Persistence::saveObject(stream.archive(), source.getOrigin());
+      if (version < 500002) stream << true;
+    };
+    // As elements of a container, without frames of their own, a wrong length shows in the second one.
+    stream.container(key, 2, [&] {
+      write();
+      write();
+    });
+    PersistenceArchiver archive;
+    const auto bytes = stream.bytes();
+    archive.openForReading(bytes);
+    std::vector<CS> loaded;
+    Persistence::loadContainer(archive, loaded);
+    EXPECT_EQ(loaded, (std::vector<CS>{source, source}));
+  }
+}
+
+} // namespace
+} // namespace Kavrel
