@@ -2,6 +2,7 @@
 
 #include "platform/Export.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstddef>
 #include <iosfwd>
@@ -48,7 +49,7 @@ public:
     if (error == std::errc::result_out_of_range && !readOutOfRange(first, stop, value)) return fail();
     if (error == std::errc::invalid_argument) return fail();
     // Formatted input takes an exponent without digits as part of the number and then rejects the whole.
-    if (stop != end && (*stop == 'e' || *stop == 'E')) return fail();
+    if (stop != end && isExponent(*stop) && std::none_of(first, stop, isExponent)) return fail();
     position = stop;
     return true;
   }
@@ -82,6 +83,7 @@ private:
   static bool isSeparator(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
   static bool endsWord(char c) { return isSeparator(c) || c == '#'; }
   static bool isSpace(char c) { return isSeparator(c) || c == '\v' || c == '\f'; }
+  static bool isExponent(char c) { return c == 'e' || c == 'E'; }
   static bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
   bool fail()

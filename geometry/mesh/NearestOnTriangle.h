@@ -15,8 +15,8 @@ struct TrianglePlace
 };
 
 /// The place in the triangle p0 p1 p2, border included, that is nearest to \p point. Beyond a corner it is exactly
-/// (0, 0), (1, 0) or (0, 1); on an edge it lies exactly on that edge. A triangle without area gives a place on one of
-/// its edges, or its first corner; a NaN coordinate gives some place. Allocates nothing.
+/// (0, 0), (1, 0) or (0, 1); on an edge it lies exactly on that edge. A triangle without area gives one of its
+/// points, not always the nearest; a NaN coordinate gives some place. Allocates nothing.
 ///
 /// Classifies the point against the Voronoi regions of corners, edges and face, by dot products alone.
 /// (Ericson, Real-Time Collision Detection, section 5.1.5)

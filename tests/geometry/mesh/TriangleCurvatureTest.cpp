@@ -88,11 +88,10 @@ TEST(TriangleCurvature, diagonalFormsHaveTheBasisAsDirections)
     double xx, yy, k1, k2;
     Vector3 dir1, dir2;
   };
-  const Row rows[] = {{2, 2, 2, 2, {2, 0, 0}, {0, 2, 0}},     {2, -2, -2, 2, {0, -2, 0}, {2, 0, 0}},
-                      {-2, 2, -2, 2, {-2, 0, 0}, {0, 2, 0}},  {3, 1, 3, 1, {3, 0, 0}, {0, 1, 0}},
-                      {1, 3, 3, 1, {0, 3, 0}, {1, 0, 0}},     {-3, 1, -3, 1, {-3, 0, 0}, {0, 1, 0}},
-                      {0, 2, 2, 0, {0, 2, 0}, {0, 0, 0}},     {-2, 0, -2, 0, {-2, 0, 0}, {0, 0, 0}},
-                      {0, 0, 0, 0, {0, 0, 0}, {0, 0, 0}}};
+  const Row rows[] = {
+      {2, 2, 2, 2, {2, 0, 0}, {0, 2, 0}}, {2, -2, -2, 2, {0, -2, 0}, {2, 0, 0}}, {-2, 2, -2, 2, {-2, 0, 0}, {0, 2, 0}},
+      {3, 1, 3, 1, {3, 0, 0}, {0, 1, 0}}, {1, 3, 3, 1, {0, 3, 0}, {1, 0, 0}},    {-3, 1, -3, 1, {-3, 0, 0}, {0, 1, 0}},
+      {0, 2, 2, 0, {0, 2, 0}, {0, 0, 0}}, {-2, 0, -2, 0, {-2, 0, 0}, {0, 0, 0}}, {0, 0, 0, 0, {0, 0, 0}, {0, 0, 0}}};
   for (const Row& row : rows) {
     SCOPED_TRACE(testing::Message() << row.xx << ", " << row.yy);
     OwnTriangle t({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
@@ -110,7 +109,8 @@ TEST(TriangleCurvature, nearlyDiagonalFormsStayFinite)
 {
   for (const double off : {1e-3, 1e-9, 1e-20, 1e-160, 1e-300})
     for (const double sign : {1.0, -1.0})
-      for (const auto& [xx, yy] : {std::pair(1.0, 3.0), std::pair(3.0, 1.0), std::pair(-3.0, 1.0), std::pair(2.0, 2.0)}) {
+      for (const auto& [xx, yy] :
+           {std::pair(1.0, 3.0), std::pair(3.0, 1.0), std::pair(-3.0, 1.0), std::pair(2.0, 2.0)}) {
         SCOPED_TRACE(testing::Message() << off * sign << ": " << xx << ", " << yy);
         OwnTriangle t({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
         setTurningNormals(t, xx, sign * off, yy);
@@ -129,7 +129,8 @@ TEST(TriangleCurvature, sphereHasTheInverseRadiusEverywhere)
     const Vector3 n[3] = {random.direction<3>(), random.direction<3>(), random.direction<3>()};
     if ((n[1] - n[0]).cross(n[2] - n[0]).length() < 0.1) continue;
     OwnTriangle t(radius * n[0], radius * n[1], radius * n[2]);
-    for (unsigned corner = 0; corner < 3; ++corner) t.corners[corner].setNormal(n[corner]);
+    for (unsigned corner = 0; corner < 3; ++corner)
+      t.corners[corner].setNormal(n[corner]);
     const Curvature c(t.triangle);
     EXPECT_NEAR(c.k1 * radius, 1, 1e-8);
     EXPECT_NEAR(c.k2 * radius, 1, 1e-8);
@@ -169,7 +170,8 @@ TEST(TriangleVoronoiArea, isTheCircumcentricCellAndAddsUp)
     const OwnTriangle t(p[0], p[1], p[2]);
     double sum = 0;
     bool obtuse = false;
-    for (unsigned k = 0; k < 3; ++k) obtuse |= (p[(k + 1) % 3] - p[k]).dot(p[(k + 2) % 3] - p[k]) < 0;
+    for (unsigned k = 0; k < 3; ++k)
+      obtuse |= (p[(k + 1) % 3] - p[k]).dot(p[(k + 2) % 3] - p[k]) < 0;
     for (unsigned k = 0; k < 3; ++k) {
       const auto area = TriangleUtilities::computeVoronoiAreaForVertexOfTriangle(t.triangle, k);
       ASSERT_TRUE(area);

@@ -79,8 +79,8 @@ TEST(TriangleTriangleIntersection, givesTheTwoPiercingPoints)
     EXPECT_LT(distanceOfPairs(result.source, result.target, expected[0], expected[1]), 1e-8 * size);
 
     // Any first corner, either orientation, either order: the same segment.
-    const Crossing variants[] = {cross({a[1], a[2], a[0]}, b), cross(a, {b[2], b[0], b[1]}), cross({a[0], a[2], a[1]}, b),
-                                 cross(a, {b[1], b[0], b[2]}), cross(b, a)};
+    const Crossing variants[] = {cross({a[1], a[2], a[0]}, b), cross(a, {b[2], b[0], b[1]}),
+                                 cross({a[0], a[2], a[1]}, b), cross(a, {b[1], b[0], b[2]}), cross(b, a)};
     for (const Crossing& variant : variants) {
       ASSERT_TRUE(variant.found);
       EXPECT_LT(distanceOfPairs(result.source, result.target, variant.source, variant.target), 1e-8 * size);

@@ -1,0 +1,289 @@
+#include "geometry/KvTextScanner.h"
+#include "support/RandomGeometry.h"
+
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <locale>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace Kavrel {
+namespace {
+
+using namespace Testing;
+
+/// Reads numbers until one fails, then says which and, word by word, what is left behind the good ones.
+template <class T>
+std::string readByScanner(const std::string& text)
+{
+  KvTextScanner scanner(text);
+  std::ostringstream out;
+  out.precision(17);
+  T value{};
+  while (scanner.read(value))
+    out << value << ' ';
+  return out.str();
+}
+
+template <class T>
+std::string readByStream(const std::string& text)
+{
+  std::istringstream stream(text);
+  stream.imbue(std::locale::classic());
+  std::ostringstream out;
+  out.precision(17);
+  T value{};
+  while (stream >> value)
+    out << value << ' ';
+  return out.str();
+}
+
+const std::vector<std::string> numbers = {"",
+                                          "0",
+                                          "-0",
+                                          "+0",
+                                          "1",
+                                          "-1",
+                                          "+1",
+                                          "++1",
+                                          "+-1",
+                                          "-+1",
+                                          "--1",
+                                          "- 1",
+                                          "+",
+                                          "-",
+                                          ".",
+                                          "-.",
+                                          "1.",
+                                          ".5",
+                                          "-.5",
+                                          "+.5",
+                                          "1.5.5",
+                                          "1..5",
+                                          "1e3",
+                                          "1E3",
+                                          "1e+3",
+                                          "1e-3",
+                                          "1e",
+                                          "1e+",
+                                          "1e-",
+                                          "1e+x",
+                                          "1e.5",
+                                          "1e3.5",
+                                          "1e3e3",
+                                          ".e3",
+                                          "1.e3",
+                                          "e3",
+                                          "1,5",
+                                          "1 ,5",
+                                          "0x10",
+                                          "0X1p3",
+                                          "010",
+                                          "1_000",
+                                          "nan",
+                                          "NaN",
+                                          "inf",
+                                          "-inf",
+                                          "infinity",
+                                          "1nan",
+                                          "1inf",
+                                          "1d3",
+                                          "1f",
+                                          "1e308",
+                                          "1e309",
+                                          "-1e309",
+                                          "1e-308",
+                                          "1e-310",
+                                          "4.9e-324",
+                                          "1e-400",
+                                          "-1e-400",
+                                          "0e999",
+                                          "0.0e-999",
+                                          "179769313486231570814527423731704356798070e267",
+                                          "123456789012345678901234567890",
+                                          "1\v2\f3",
+                                          "1\t2\r\n3",
+                                          "1#2",
+                                          "0.1000000000000000055511151231257827021181583404541015625",
+                                          "2147483647",
+                                          "2147483648",
+                                          "-2147483648",
+                                          "-2147483649",
+                                          "4294967295",
+                                          "4294967296",
+                                          "-4294967295",
+                                          "-4294967296",
+                                          "18446744073709551615",
+                                          "18446744073709551616",
+                                          "99999999999999999999999",
+                                          "00000000000000000000000007",
+                                          "1 2 3 x 4"};
+
+TEST(KvTextScanner, takesTheNumbersThatFormattedInputTakes)
+{
+  for (const std::string& text : numbers) {
+    SCOPED_TRACE("\"" + text + "\"");
+    EXPECT_EQ(readByScanner<double>(text), readByStream<double>(text));
+    EXPECT_EQ(readByScanner<int>(text), readByStream<int>(text));
+    EXPECT_EQ(readByScanner<unsigned>(text), readByStream<unsigned>(text));
+  }
+}
+
+TEST(KvTextScanner, agreesWithFormattedInputOnRandomText)
+{
+  RandomGeometry random(72);
+  const std::string letters = "00123456789999++--..eE x\n\t#nif,";
+  for (int i = 0; i < 20000; ++i) {
+    std::string text;
+    for (std::size_t n = random.index(14); n > 0; --n)
+      text += letters[random.index(letters.size())];
+    SCOPED_TRACE("\"" + text + "\"");
+    ASSERT_EQ(readByScanner<double>(text), readByStream<double>(text));
+    ASSERT_EQ(readByScanner<int>(text), readByStream<int>(text));
+    ASSERT_EQ(readByScanner<unsigned>(text), readByStream<unsigned>(text));
+  }
+}
+
+TEST(KvTextScanner, readsBackEveryDoubleBitForBit)
+{
+  RandomGeometry random(73);
+  for (int i = 0; i < 20000; ++i) {
+    const double expected = random.logUniform(1e-300, 1e300) * (random.coin() ? 1 : -1);
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text.precision(17);
+    text << expected;
+    double value = 0;
+    const std::string written = text.str();
+    ASSERT_TRUE(KvTextScanner(written).read(value));
+    EXPECT_EQ(value, expected) << written;
+  }
+}
+
+TEST(KvTextScanner, splitsWordsAndDropsComments)
+{
+  struct Row
+  {
+    std::string text;
+    std::vector<std::string> words;
+  };
+  const Row rows[] = {{"", {}},
+                      {" \t\r\n", {}},
+                      {"# only a comment", {}},
+                      {"#\n#\n#", {}},
+                      {"a b\tc\rd\ne", {"a", "b", "c", "d", "e"}},
+                      {"a # b c\n d", {"a", "d"}},
+                      {"12#x y\nz", {"12", "x", "y", "z"}},
+                      {"a##b\nc", {"a", "c"}},
+                      {"a\r\n# b\r\nc\r\n", {"a", "c"}},
+                      {"a\vb", {"a\vb"}},
+                      {std::string("a\0b", 3), {std::string("a\0b", 3)}},
+                      {"\xEF\xBB\xBFpoints 1", {"\xEF\xBB\xBFpoints", "1"}}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    KvTextScanner scanner(row.text);
+    std::vector<std::string> words;
+    for (std::string_view word; scanner.nextWord(word);)
+      words.emplace_back(word);
+    EXPECT_EQ(words, row.words);
+  }
+}
+
+TEST(KvTextScanner, namesTheLineOfTheLastWordAndStopsAtAFailure)
+{
+  const std::string text = "one\n# two\n\nfour 4 x\nfive";
+  KvTextScanner scanner(text);
+  std::string_view word;
+  double value = 0;
+  EXPECT_TRUE(scanner.nextWord(word));
+  EXPECT_EQ(scanner.lineOfWord(), 1U);
+  EXPECT_TRUE(scanner.nextWord(word));
+  EXPECT_EQ(word, "four");
+  EXPECT_EQ(scanner.lineOfWord(), 4U);
+  EXPECT_TRUE(scanner.read(value));
+  EXPECT_FALSE(scanner.read(value));
+  EXPECT_EQ(value, 4);
+  EXPECT_FALSE(scanner.nextWord(word));
+  EXPECT_EQ(scanner.lineOfWord(), 4U);
+  EXPECT_TRUE(scanner.hasFailed());
+}
+
+/// The outcome of a conversion as text.
+template <class Convert>
+std::string outcome(Convert&& convert)
+{
+  try {
+    std::ostringstream out;
+    out.precision(17);
+    out << convert();
+    return out.str();
+  } catch (const std::invalid_argument&) {
+    return "invalid";
+  } catch (const std::out_of_range&) {
+    return "out of range";
+  }
+}
+
+TEST(NumberOfWord, convertsLikeStod)
+{
+  std::vector<std::string> words = numbers;
+  words.insert(words.end(), {"1.5abc", "0x1p-1074", "0x1p-1075", "0xg", "nan(12)", "infinit", "2.2250738585072014e-308",
+                             "2.2250738585072011e-308", std::string("3\0x", 3)});
+  for (const std::string& word : words) {
+    SCOPED_TRACE("\"" + word + "\"");
+    EXPECT_EQ(outcome([&] { return numberOfWord(word); }), outcome([&] { return std::stod(word); }));
+  }
+}
+
+TEST(NumberOfWord, hasItsOwnMessages)
+{
+  const auto message = [](const char* word) -> std::string {
+    try {
+      numberOfWord(word);
+    } catch (const std::logic_error& error) {
+      return error.what();
+    }
+    return "";
+  };
+  EXPECT_EQ(message("x1"), "invalid stod argument");
+  EXPECT_EQ(message("1e999"), "stod argument out of range");
+  EXPECT_EQ(message("1e-320"), "stod argument out of range");
+}
+
+struct DecimalComma : std::numpunct<char>
+{
+  char do_decimal_point() const override { return ','; }
+  char do_thousands_sep() const override { return '.'; }
+  std::string do_grouping() const override { return "\3"; }
+};
+
+TEST(KvTextScanner, ignoresTheLocaleOfTheHost)
+{
+  const std::locale before = std::locale::global(std::locale(std::locale(), new DecimalComma));
+  double normal = 0, tiny = 0;
+  const std::string text = "1.5 1.5e-400";
+  KvTextScanner scanner(text);
+  const bool read = scanner.read(normal) && scanner.read(tiny);
+  const double word = numberOfWord("1.5x");
+  std::locale::global(before);
+  EXPECT_TRUE(read);
+  EXPECT_EQ(normal, 1.5);
+  EXPECT_EQ(tiny, 0);
+  EXPECT_EQ(word, 1.5);
+}
+
+TEST(ReadRemainingText, takesWhatIsLeftAndNothingOfABadStream)
+{
+  const std::string large(300000, 'x');
+  std::istringstream stream("word " + large);
+  std::string word;
+  stream >> word;
+  EXPECT_EQ(readRemainingText(stream), " " + large);
+  EXPECT_EQ(readRemainingText(stream), "");
+}
+
+} // namespace
+} // namespace Kavrel
