@@ -22,12 +22,23 @@ const Logging logging("geometry/mesh/Mesh.cpp");
 
 constexpr const char* corruptedFacets = "Mesh: Facet data is corrupted.";
 
-/// The element of \p own at the position that \p foreign has in its mesh. Null for none and for a removed half-edge.
+/// Finds the elements of a collection that stand where others stand in theirs.
 template <class T>
-T* counterpart(MeshCollection<T>& own, const T* foreign)
+class Counterparts
 {
-  return foreign && foreign->getIndex() < own.size() ? &own[foreign->getIndex()] : nullptr;
-}
+public:
+  explicit Counterparts(MeshCollection<T>& collection) : begin(collection.begin()), size(collection.size()) {}
+
+  /// Null for none and for a removed half-edge.
+  T* operator()(const T* foreign) const
+  {
+    return foreign && foreign->getIndex() < size ? &begin[foreign->getIndex()] : nullptr;
+  }
+
+private:
+  const typename MeshCollection<T>::iterator begin;
+  const std::size_t size;
+};
 
 template <class T>
 Vector<double, 3> vectorAt(const T* packed, std::size_t i)
@@ -207,10 +218,11 @@ void Mesh::copyGeometry(const Mesh& source)
     for (Vertex& vertex : data.vertices)
       vertex.setHalfEdge(nullptr);
     data.triangles = source.data.triangles;
+    const Counterparts ownVertex(data.vertices);
     for (Triangle& triangle : data.triangles) {
       triangle.setHalfEdge(nullptr);
       for (unsigned corner = 0; corner < 3; ++corner)
-        triangle.setVertex(corner, &data.vertices[triangle.getVertexRef(corner).getIndex()]);
+        triangle.setVertex(corner, ownVertex(triangle.getVertex(corner)));
     }
     const MeshLazyValues::Lock lock(source.lazy->mutex);
     const std::string ownHash = std::move(lazy->values.hash);
@@ -225,19 +237,22 @@ void Mesh::copyTopology(const Mesh& source)
   removeTopology();
   if (!source.hasTopology()) return;
   data.halfEdges = source.data.halfEdges;
+  const Counterparts ownVertex(data.vertices);
+  const Counterparts ownEdge(data.halfEdges);
+  const Counterparts ownTriangle(data.triangles);
   for (HalfEdge& edge : data.halfEdges) {
     if (edge.isRemoved()) continue;
-    edge.setTriangle(counterpart(data.triangles, std::as_const(edge).getTriangle()));
-    edge.setVertex(counterpart(data.vertices, std::as_const(edge).getVertex()));
-    edge.setNextEdge(counterpart(data.halfEdges, std::as_const(edge).getNextEdge()));
-    edge.setNeighbourEdge(counterpart(data.halfEdges, std::as_const(edge).getNeighbourEdge()));
+    edge.setTriangle(ownTriangle(edge.getTriangle()));
+    edge.setVertex(ownVertex(edge.getVertex()));
+    edge.setNextEdge(ownEdge(edge.getNextEdge()));
+    edge.setNeighbourEdge(ownEdge(edge.getNeighbourEdge()));
   }
-  auto ownVertex = data.vertices.begin();
-  for (const Vertex& vertex : source.data.vertices)
-    (ownVertex++)->setHalfEdge(counterpart(data.halfEdges, vertex.getHalfEdge()));
-  auto ownTriangle = data.triangles.begin();
-  for (const Triangle& triangle : source.data.triangles)
-    (ownTriangle++)->setHalfEdge(counterpart(data.halfEdges, triangle.getHalfEdge()));
+  auto vertex = data.vertices.begin();
+  for (const Vertex& foreign : source.data.vertices)
+    (vertex++)->setHalfEdge(ownEdge(foreign.getHalfEdge()));
+  auto triangle = data.triangles.begin();
+  for (const Triangle& foreign : source.data.triangles)
+    (triangle++)->setHalfEdge(ownEdge(foreign.getHalfEdge()));
 }
 
 std::size_t Mesh::estimateBytes() const

@@ -13,6 +13,8 @@ namespace {
 
 using Normal = Vector<double, 3>;
 
+using CornerNormals = std::array<Normal, 3>;
+
 constexpr double lengthEps = 1e-12;
 constexpr double degreesPerRadian = 57.29577951308232;
 
@@ -91,24 +93,46 @@ bool MeshNormalCalculator::calculate(const Mesh& mesh, std::vector<Normal>& out,
 
 void MeshNormalCalculator::addAreaWeighted()
 {
-  for (const Triangle& triangle : mesh.getTriangleCollection()) {
+  addWeighted([](const Triangle& triangle) {
     const Normal product = edgeProduct(triangle);
-    for (unsigned corner = 0; corner < 3; ++corner)
-      normals[triangle.getVertexRef(corner).getIndex()] += product;
-  }
+    return CornerNormals{product, product, product};
+  });
 }
 
 void MeshNormalCalculator::addAngleWeighted()
 {
-  for (const Triangle& triangle : mesh.getTriangleCollection()) {
+  addWeighted([](const Triangle& triangle) {
     const Vertex &p0 = triangle.getVertexRef(0), &p1 = triangle.getVertexRef(1), &p2 = triangle.getVertexRef(2);
     const Normal a = p0 - p1, b = p0 - p2, c = p1 - p2;
     const std::array<double, 3> angles = interiorAngles(a, b, c);
-    if (std::isnan(angles[2])) continue;
+    if (std::isnan(angles[2])) return CornerNormals{};
     Normal unit = a.cross(b);
     unit.normalize(lengthEps);
-    for (unsigned corner = 0; corner < 3; ++corner)
-      normals[triangle.getVertexRef(corner).getIndex()] += unit * angles[corner];
+    return CornerNormals{unit * angles[0], unit * angles[1], unit * angles[2]};
+  });
+}
+
+// In batches, so that reading corners and adding to their sums don't wait for each other's memory.
+template <class NormalsOf>
+void MeshNormalCalculator::addWeighted(NormalsOf normalsOf)
+{
+  struct Share
+  {
+    std::array<unsigned, 3> corners;
+    CornerNormals normals;
+  };
+  std::array<Share, 64> batch;
+  const auto end = mesh.endTriangle();
+  for (auto triangle = mesh.beginTriangle(); triangle != end;) {
+    std::size_t count = 0;
+    for (; count < batch.size() && triangle != end; ++count, ++triangle) {
+      auto& corners = batch[count].corners;
+      triangle->getVertexIndices(corners[0], corners[1], corners[2]);
+      batch[count].normals = normalsOf(*triangle);
+    }
+    for (std::size_t i = 0; i < count; ++i)
+      for (unsigned corner = 0; corner < 3; ++corner)
+        normals[batch[i].corners[corner]] += batch[i].normals[corner];
   }
 }
 

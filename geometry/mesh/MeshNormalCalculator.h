@@ -39,6 +39,8 @@ public:
 
 private:
   void changeOption(bool& option, bool value);
+  template <class NormalsOf>
+  void addWeighted(NormalsOf normalsOf);
   void addAreaWeighted();
   void addAngleWeighted();
   void normalizeAll();
