@@ -100,9 +100,13 @@ public:
   bool normalize(T eps = defaultLengthEps<T>)
   {
     const T norm = length();
-    if (!isSafeLength(norm)) return normalizeScaled(eps);
-    if (norm < eps) return false;
-    *this /= norm;
+    if (norm >= (eps > safeLow ? eps : safeLow) && norm < safeHigh) {
+      *this /= norm;
+      return true;
+    }
+    const Vector unit = unitByScaling(*this, eps);
+    if (unit == Vector()) return false;
+    *this = unit;
     return true;
   }
 
@@ -142,9 +146,7 @@ public:
   T angle(const Vector& b, [[maybe_unused]] T eps = T(1e-4)) const requires(dim > 1)
   {
     const T across = crossLength(b);
-    if (isSafeLength(across)) return std::atan2(across, dot(b));
-    const Vector p = getScaled(), q = b.getScaled();
-    return std::atan2(p.crossLength(q), p.dot(q));
+    return isSafeLength(across) ? std::atan2(across, dot(b)) : angleByScaling(*this, b);
   }
 
   /// The part of b perpendicular to this vector, which needn't be of unit length but mustn't be zero.
@@ -212,12 +214,10 @@ public:
 private:
   static bool s_force_serialization_registration;
 
-  /// Whether the square of the length neither overflows nor loses digits by underflow.
-  static constexpr bool isSafeLength(T length)
-  {
-    constexpr bool single = std::is_same_v<T, float>;
-    return length > (single ? T(1e-15) : T(1e-140)) && length < (single ? T(1e18) : T(1e150));
-  }
+  /// Between these, the square of a length neither overflows nor loses digits by underflow.
+  static constexpr T safeLow = std::is_same_v<T, float> ? T(1e-15) : T(1e-140);
+  static constexpr T safeHigh = std::is_same_v<T, float> ? T(1e18) : T(1e150);
+  static constexpr bool isSafeLength(T length) { return length > safeLow && length < safeHigh; }
 
   T crossLength(const Vector& b) const requires(dim > 1)
   {
@@ -242,14 +242,21 @@ private:
     return largest > T(0) && std::isfinite(largest) ? *this / largest : *this;
   }
 
-  bool normalizeScaled(T eps)
+  // The rare ways take their operands by value, so that those of the common way can stay in registers.
+
+  /// \p v at unit length, or zero where it is too short or not finite.
+  [[gnu::noinline, gnu::cold]] static Vector unitByScaling(Vector v, T eps)
   {
-    const T largest = largestComponent();
-    Vector scaled = getScaled();
+    const Vector scaled = v.getScaled();
     const T norm = scaled.length();
-    if (!(norm > T(0)) || !std::isfinite(norm) || largest * norm < eps) return false;
-    *this = scaled / norm;
-    return true;
+    if (!(norm > T(0)) || !std::isfinite(norm) || v.largestComponent() * norm < eps) return Vector();
+    return scaled / norm;
+  }
+
+  [[gnu::noinline, gnu::cold]] static T angleByScaling(Vector a, Vector b) requires(dim > 1)
+  {
+    const Vector p = a.getScaled(), q = b.getScaled();
+    return std::atan2(p.crossLength(q), p.dot(q));
   }
 
   T values[dim] = {};
