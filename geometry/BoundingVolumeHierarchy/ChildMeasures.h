@@ -6,6 +6,7 @@
 #include "geometry/BoundingVolumeHierarchy/VolumeTests.h"
 #include "geometry/Plane.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
@@ -18,22 +19,9 @@ struct ChildValues
   double second;
 };
 
-/// The squared distances of a query from both volumes, by squareDistance().
+/// The squared distances of a point or plane from both volumes.
 template <class Query>
-class SquareDistanceOfChildren
-{
-public:
-  explicit SquareDistanceOfChildren(const Query& q) : query(q) {}
-
-  template <class Volume>
-  ChildValues operator()(const Node<Volume>& first, const Node<Volume>& second) const
-  {
-    return {squareDistance(query, first.volume), squareDistance(query, second.volume)};
-  }
-
-private:
-  const Query& query;
-};
+class SquareDistanceOfChildren;
 
 template <unsigned dim>
 class SquareDistanceOfChildren<Vector<double, dim>>
@@ -61,6 +49,65 @@ public:
 private:
   Lanes::Double2 point[dim];
 };
+
+/// The distances of a plane from both volumes, negative for one that it cuts.
+template <class PlaneType>
+class GapOfChildren;
+
+template <unsigned dim>
+class GapOfChildren<Plane<double, dim>>
+{
+public:
+  explicit GapOfChildren(const Plane<double, dim>& plane) : offset(Lanes::all(plane.getDistance()))
+  {
+    for (unsigned i = 0; i < dim; ++i)
+      normal[i] = Lanes::all(plane.getNormal()[i]);
+  }
+
+  template <class Volume>
+  ChildValues operator()(const Node<Volume>& first, const Node<Volume>& second) const
+  {
+    const Lanes::BoxPair<dim> boxes(first.volume, second.volume);
+    const Lanes::Double2 half = Lanes::all(0.5);
+    Lanes::Double2 centre{}, reach{};
+    for (unsigned i = 0; i < dim; ++i) {
+      centre += (boxes.min[i] + boxes.max[i]) * half * normal[i];
+      reach += Lanes::size((boxes.max[i] - boxes.min[i]) * half * normal[i]);
+    }
+    const Lanes::Double2 gap = Lanes::size(centre - offset) - reach;
+    return {gap[0], gap[1]};
+  }
+
+private:
+  Lanes::Double2 normal[dim];
+  Lanes::Double2 offset;
+};
+
+template <unsigned dim>
+class SquareDistanceOfChildren<Plane<double, dim>>
+{
+public:
+  explicit SquareDistanceOfChildren(const Plane<double, dim>& plane) : gapOf(plane) {}
+
+  template <class Volume>
+  ChildValues operator()(const Node<Volume>& first, const Node<Volume>& second) const
+  {
+    const ChildValues gap = gapOf(first, second);
+    const double nearer = std::max(gap.first, 0.0);
+    const double other = std::max(gap.second, 0.0);
+    return {nearer * nearer, other * other};
+  }
+
+private:
+  GapOfChildren<Plane<double, dim>> gapOf;
+};
+
+template <unsigned dim>
+SquareDistanceOfChildren(const Vector<double, dim>&) -> SquareDistanceOfChildren<Vector<double, dim>>;
+template <unsigned dim>
+SquareDistanceOfChildren(const Plane<double, dim>&) -> SquareDistanceOfChildren<Plane<double, dim>>;
+template <unsigned dim>
+GapOfChildren(const Plane<double, dim>&) -> GapOfChildren<Plane<double, dim>>;
 
 /// The signed lowest distances of both volumes from a plane.
 class SignedDistanceOfChildren

@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -53,7 +54,14 @@ protected:
     records.swap(sorted);
   }
 
-  PackedElements<E> packed;
+  /// Makes room for the packed elements.
+  void preparePacking() requires std::is_same_v<E, Triangle> { packed.resize(records.size()); }
+  /// Packs the elements of a leaf.
+  void packLeaf(std::uint32_t first, std::uint32_t end) requires std::is_same_v<E, Triangle>
+  {
+    for (std::uint32_t position = first; position < end; ++position)
+      packed.set(first, end - first, position - first, records[position].element);
+  }
 
 private:
   // The id fills what the alignment of the element leaves free.
@@ -66,6 +74,7 @@ private:
   void append(const E& element) { records.push_back({element, static_cast<std::uint32_t>(records.size())}); }
 
   std::vector<Record> records;
+  PackedElements<E> packed;
 };
 
 } // namespace Kavrel::BoundingVolumeHierarchy

@@ -6,7 +6,8 @@
 #include <cmath>
 #include <cstdint>
 
-/// What the common queries do with the elements of a leaf, in ascending position.
+/// What the common queries do with the elements of a leaf, in ascending position. The `Plain` forms test every element;
+/// the others are these unless the tree helps to leave some out (PackedLeafTests.h).
 namespace Kavrel::BoundingVolumeHierarchy {
 
 /// Keeps the nearest element.
@@ -26,64 +27,97 @@ struct NearestLeaf
 
 /// Keeps the hit with the parameter of smallest size, which is also kept in `best`.
 template <class Hierarchy, class Query, class Result>
-struct FirstHitLeaf
+struct PlainFirstHitLeaf
 {
   const Hierarchy& tree;
   const Query& query;
   Result& result;
   double& best;
 
+  void test(std::uint32_t position) const
+  {
+    Result candidate;
+    if (!intersect(query, tree.getElement(position), candidate) || !(best > std::abs(candidate.parameter))) return;
+    best = std::abs(candidate.parameter);
+    candidate.secondIndex = position;
+    result = candidate;
+  }
+
   void operator()(std::uint32_t first, std::uint32_t end) const
   {
-    for (std::uint32_t position = first; position < end; ++position) {
-      Result candidate;
-      if (!intersect(query, tree.getElement(position), candidate) || !(best > std::abs(candidate.parameter))) continue;
-      best = std::abs(candidate.parameter);
-      candidate.secondIndex = position;
-      result = candidate;
-    }
+    for (std::uint32_t position = first; position < end; ++position)
+      test(position);
   }
 };
 
+template <class Hierarchy, class Query, class Result>
+struct FirstHitLeaf : PlainFirstHitLeaf<Hierarchy, Query, Result>
+{};
+
 /// Hands every hit on.
 template <class Result, class Hierarchy, class Query, class Sink>
-struct AllHitsLeaf
+struct PlainAllHitsLeaf
 {
   const Hierarchy& tree;
   const Query& query;
   const Sink& sink;
 
+  void test(std::uint32_t position) const
+  {
+    Result result;
+    if (!intersect(query, tree.getElement(position), result)) return;
+    result.secondIndex = position;
+    sink(result);
+  }
+
+  /// For a hit that is certain and has nothing to tell.
+  void take(std::uint32_t position) const
+  {
+    Result result;
+    result.intersected = true;
+    result.secondIndex = position;
+    sink(result);
+  }
+
   void operator()(std::uint32_t first, std::uint32_t end) const
   {
-    for (std::uint32_t position = first; position < end; ++position) {
-      Result result;
-      if (!intersect(query, tree.getElement(position), result)) continue;
-      result.secondIndex = position;
-      sink(result);
-    }
+    for (std::uint32_t position = first; position < end; ++position)
+      test(position);
   }
 };
 
+template <class Result, class Hierarchy, class Query, class Sink>
+struct AllHitsLeaf : PlainAllHitsLeaf<Result, Hierarchy, Query, Sink>
+{};
+
 /// Hands every element on that lies within a squared distance.
 template <class Result, class Hierarchy, class Query, class Sink>
-struct WithinRadiusLeaf
+struct PlainWithinRadiusLeaf
 {
   const Hierarchy& tree;
   const Query& query;
   double maxSquareDistance;
   const Sink& sink;
 
+  void test(std::uint32_t position) const
+  {
+    Result result;
+    distance(query, tree.getElement(position), result);
+    if (!(maxSquareDistance >= result.squareDistance)) return;
+    result.secondIndex = position;
+    sink(result);
+  }
+
   void operator()(std::uint32_t first, std::uint32_t end) const
   {
-    for (std::uint32_t position = first; position < end; ++position) {
-      Result result;
-      distance(query, tree.getElement(position), result);
-      if (!(maxSquareDistance >= result.squareDistance)) continue;
-      result.secondIndex = position;
-      sink(result);
-    }
+    for (std::uint32_t position = first; position < end; ++position)
+      test(position);
   }
 };
+
+template <class Result, class Hierarchy, class Query, class Sink>
+struct WithinRadiusLeaf : PlainWithinRadiusLeaf<Result, Hierarchy, Query, Sink>
+{};
 
 /// Keeps the nearest pair of elements of two leaves.
 template <class HierarchyA, class HierarchyB, class Result>

@@ -1,14 +1,11 @@
 #pragma once
 
+#include "geometry/mesh/Triangle.h"
 #include "platform/Export.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
-
-namespace Kavrel {
-class Triangle;
-}
+#include <memory>
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
@@ -30,18 +27,31 @@ class KVSHAPES_EXPORT PackedElements<Triangle>
 {
 public:
   static constexpr unsigned rows = 9;
-  /// A register may read that many floats past the last row.
+  /// So many triangles are tested at once; their rows may be read that far past the end.
   static constexpr unsigned lanes = 4;
 
-  /// The first row of the leaf that begins at a position.
-  const float* getLeaf(std::uint32_t first) const { return coordinates.data() + std::size_t{rows} * first; }
-  float* getLeaf(std::uint32_t first) { return coordinates.data() + std::size_t{rows} * first; }
+  PackedElements() = default;
+  PackedElements(const PackedElements& other);
+  PackedElements(PackedElements&& other) noexcept = default;
+  PackedElements& operator=(const PackedElements& other);
+  PackedElements& operator=(PackedElements&& other) noexcept = default;
+  ~PackedElements() = default;
 
-  void resize(std::size_t numberOfTriangles) { coordinates.resize(rows * numberOfTriangles + lanes); }
-  std::uint64_t estimateBytes() const { return coordinates.capacity() * sizeof(float); }
+  /// The first row of the leaf that begins at a position.
+  const float* getLeaf(std::uint32_t first) const { return coordinates.get() + std::size_t{rows} * first; }
+
+  /// Makes room; the coordinates are not set.
+  void resize(std::size_t numberOfTriangles);
+
+  /// Sets the coordinates of a triangle that stands at `place` among the `count` triangles of the leaf that begins at
+  /// `first`.
+  void set(std::uint32_t first, std::uint32_t count, std::uint32_t place, const Triangle& triangle);
+
+  std::uint64_t estimateBytes() const { return size * sizeof(float); }
 
 private:
-  std::vector<float> coordinates;
+  std::unique_ptr<float[]> coordinates;
+  std::size_t size = 0;
 };
 
 } // namespace Kavrel::BoundingVolumeHierarchy

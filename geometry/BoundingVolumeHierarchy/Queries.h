@@ -1,26 +1,38 @@
 #pragma once
 
-#include "geometry/BoundingVolumeHierarchy/LeafTests.h"
+#include "geometry/BoundingVolumeHierarchy/PackedLeafTests.h"
 #include "geometry/BoundingVolumeHierarchy/Primitives.h"
 #include "geometry/BoundingVolumeHierarchy/Traversals.h"
 
 #include <cmath>
 #include <limits>
+#include <type_traits>
 #include <vector>
 
 /// The common queries, each a few lines over a traversal. Results hold element positions; the caller turns them into
 /// ids with `getElementId` and completes a result with its `post`.
 namespace Kavrel::BoundingVolumeHierarchy {
 
+/// Points of all kinds are searched by their position.
+template <class Query>
+const auto& asQuery(const Query& query)
+{
+  if constexpr (requires { Query::Size; })
+    return static_cast<const Vector<typename Query::Scalar, Query::Size>&>(query);
+  else
+    return query;
+}
+
 /// The element nearest to a point or plane. Of several at the same distance the first in traversal order stays. A
 /// result that already holds a distance is only improved.
 template <class Hierarchy, class Query, class Result>
 void closest(const Hierarchy& tree, const Query& query, Result& result)
 {
+  const auto& point = asQuery(query);
   visitNearestFirst(
-      tree, SquareDistanceOfChildren<Query>(query),
+      tree, SquareDistanceOfChildren(point),
       [&result](double value) { return result.found && value > result.squareDistance; },
-      NearestLeaf{tree, query, result});
+      NearestLeaf{tree, point, result});
 }
 
 /// The smallest double above a squared distance: what a result starts with so that this distance itself still counts.
@@ -58,7 +70,7 @@ void firstHit(const Hierarchy& tree, const Query& query, Result& result)
   double best = std::numeric_limits<double>::max();
   visitNearestFirst(
       tree, ParameterOfChildren<Query>(query), [&best](double value) { return value > best; },
-      FirstHitLeaf{tree, query, result, best});
+      FirstHitLeaf<Hierarchy, Query, Result>{tree, query, result, best});
 }
 
 /// All elements that a Ray, Line or LegacyLine meets, in traversal order: `sink(result)` for each, with its position in
@@ -77,8 +89,8 @@ void allHits(const Hierarchy& tree, const Query& query, const Sink& sink)
 template <class Result, class Hierarchy, unsigned dim, class Sink>
 void allHits(const Hierarchy& tree, const Plane<double, dim>& query, const Sink& sink)
 {
-  visitAll(
-      tree, [&query](const auto& volume) { return overlaps(query, volume); },
+  visitAllNear(
+      tree, GapOfChildren(query), [](double gap) { return gap > 0.0; },
       AllHitsLeaf<Result, Hierarchy, Plane<double, dim>, Sink>{tree, query, sink});
 }
 
@@ -87,10 +99,11 @@ void allHits(const Hierarchy& tree, const Plane<double, dim>& query, const Sink&
 template <class Result, class Hierarchy, class Query, class Sink>
 void withinRadius(const Hierarchy& tree, const Query& query, double maxSquareDistance, const Sink& sink)
 {
+  const auto& point = asQuery(query);
   visitAllNear(
-      tree, SquareDistanceOfChildren<Query>(query),
-      [maxSquareDistance](double value) { return value > maxSquareDistance; },
-      WithinRadiusLeaf<Result, Hierarchy, Query, Sink>{tree, query, maxSquareDistance, sink});
+      tree, SquareDistanceOfChildren(point), [maxSquareDistance](double value) { return value > maxSquareDistance; },
+      WithinRadiusLeaf<Result, Hierarchy, std::remove_cvref_t<decltype(point)>, Sink>{tree, point, maxSquareDistance,
+                                                                                      sink});
 }
 
 /// The positions of all elements in leaves whose boxes meet a box. The elements themselves are not tested.

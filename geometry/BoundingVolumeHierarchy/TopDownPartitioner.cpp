@@ -46,6 +46,7 @@ void BoundingVolumeHierarchyBase<Provider, Volume>::createBoundingVolumesBottomU
     if (node.firstWord == node.secondWord) return;
     for (std::uint32_t position = node.firstElement(); position < node.endElement(); ++position)
       visitPoints(this->getElement(position), [&node](const auto& point) { node.volume.extend(point); });
+    if constexpr (requires { this->packLeaf(0U, 0U); }) this->packLeaf(node.firstElement(), node.endElement());
     widen(node.volume);
     return;
   }
@@ -85,6 +86,7 @@ void TopDownPartitioner<Provider, Volume, Sorter, dim>::partition()
   }
   this->reorder(sorter);
   if (2 * this->nodes.size() < this->nodes.capacity()) decltype(this->nodes)(this->nodes).swap(this->nodes);
+  if constexpr (requires { this->preparePacking(); }) this->preparePacking();
   this->createBoundingVolumesBottomUp(this->getNode(0));
 }
 

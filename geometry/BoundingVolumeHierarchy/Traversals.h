@@ -20,7 +20,7 @@ inline constexpr unsigned maximumDepth = 32;
 ///   value: before its sibling is visited, and after.
 /// - `leaf(first, end)` takes the element positions of a leaf.
 template <class Hierarchy, class Measure, class TooFar, class Leaf>
-void visitNearestFirst(const Hierarchy& tree, const Measure& measure, const TooFar& tooFar, const Leaf& leaf)
+void visitNearestFirst(const Hierarchy& tree, const Measure& measure, const TooFar& tooFar, Leaf&& leaf)
 {
   struct Waiting
   {
@@ -55,7 +55,7 @@ void visitNearestFirst(const Hierarchy& tree, const Measure& measure, const TooF
 
 /// Visits the leaves below all nodes that `accepts(volume)` lets pass, the first child before the second.
 template <class Hierarchy, class Accepts, class Leaf>
-void visitAll(const Hierarchy& tree, const Accepts& accepts, const Leaf& leaf)
+void visitAll(const Hierarchy& tree, const Accepts& accepts, Leaf&& leaf)
 {
   std::uint32_t waiting[maximumDepth];
   unsigned count = 0;
@@ -83,7 +83,7 @@ void visitAll(const Hierarchy& tree, const Accepts& accepts, const Leaf& leaf)
 
 /// The same with both children asked at once: `measure` gives ChildValues, and a child passes unless `tooFar(value)`.
 template <class Hierarchy, class Measure, class TooFar, class Leaf>
-void visitAllNear(const Hierarchy& tree, const Measure& measure, const TooFar& tooFar, const Leaf& leaf)
+void visitAllNear(const Hierarchy& tree, const Measure& measure, const TooFar& tooFar, Leaf&& leaf)
 {
   std::uint32_t waiting[maximumDepth];
   unsigned count = 0;

@@ -1,0 +1,118 @@
+#pragma once
+
+#include "geometry/BoundingVolumeHierarchy/Lanes.h"
+#include "geometry/BoundingVolumeHierarchy/PackedElements.h"
+#include "geometry/BoundingVolumeHierarchy/RoundingSlack.h"
+#include "platform/kvmath/Vector.h"
+
+#include <cmath>
+#include <cstdint>
+
+namespace Kavrel::BoundingVolumeHierarchy {
+
+/// Tells of four packed triangles at once which of them may lie within a distance of a point.
+///
+/// For whatever direction r, no triangle lies nearer than the least of its corners does along r: with r towards the
+/// nearest place, found without care for rounding, this bound is as good as exact, and safe by a slack for the rounding
+/// of the bound alone.
+class NearestFilter
+{
+public:
+  template <class Volume>
+  NearestFilter(const Vector<double, 3>& query, const Volume& rootVolume)
+      : slack(roundingSlack(query, rootVolume)), point{Lanes::all(static_cast<float>(query[0])),
+                                                       Lanes::all(static_cast<float>(query[1])),
+                                                       Lanes::all(static_cast<float>(query[2]))}
+  {}
+
+  /// Asks from now on for what lies no farther than that.
+  void setReach(double squareDistance)
+  {
+    const double reach = std::sqrt(squareDistance) + slack;
+    limit = Lanes::all(roundedUp(reach * reach));
+  }
+
+  /// One bit a triangle, set where it may matter. The triangles stand in four lanes of rows of the given stride.
+  unsigned mayBeWithin(const float* rows, std::uint32_t stride)
+  {
+    using Lanes::Float4;
+    Float4 fromA[3], fromB[3], fromC[3], ab[3], ac[3];
+    for (unsigned i = 0; i < 3; ++i) {
+      fromA[i] = point[i] - Lanes::load(rows + i * stride);
+      fromB[i] = point[i] - Lanes::load(rows + (i + 3) * stride);
+      fromC[i] = point[i] - Lanes::load(rows + (i + 6) * stride);
+      ab[i] = fromA[i] - fromB[i];
+      ac[i] = fromA[i] - fromC[i];
+    }
+    Float4 xi, eta;
+    findNearestPlace(fromA, ab, ac, xi, eta);
+    Float4 r[3];
+    for (unsigned i = 0; i < 3; ++i)
+      r[i] = fromA[i] - xi * ab[i] - eta * ac[i];
+    sqrLength = dot(r, r);
+    const Float4 least = Lanes::smaller(dot(r, fromA), Lanes::smaller(dot(r, fromB), dot(r, fromC)));
+    along = least * least;
+    // Anything that is not a number fails both comparisons, and stays.
+    beyond = least > Float4{};
+    return Lanes::bits(~(beyond & (along > limit * sqrLength + tiny())));
+  }
+
+  /// Of the triangles found by the last call those that may be the nearest of them.
+  unsigned mayBeNearest(unsigned candidates) const
+  {
+    float nearest = std::numeric_limits<float>::infinity();
+    for (unsigned lane = 0; lane < 4; ++lane)
+      if ((candidates >> lane & 1) != 0 && sqrLength[lane] < nearest) nearest = sqrLength[lane];
+    const double reach = std::sqrt(static_cast<double>(nearest)) + 2.0 * slack;
+    return candidates & Lanes::bits(~(beyond & (along > Lanes::all(roundedUp(reach * reach)) * sqrLength + tiny())));
+  }
+
+private:
+  using Float4 = Lanes::Float4;
+
+  static Float4 dot(const Float4* a, const Float4* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
+  static Float4 clampToUnit(Float4 t) { return Lanes::smaller(Lanes::greater(t, Float4{}), Lanes::all(1.0F)); }
+  /// Below this, products lose digits to underflow.
+  static Float4 tiny() { return Lanes::all(1e-36F); }
+
+  /// The inner minimum where it lies inside, else the best of the three edges.
+  static void findNearestPlace(const Float4* fromA, const Float4* ab, const Float4* ac, Float4& xi, Float4& eta)
+  {
+    const Float4 zero{}, one = Lanes::all(1.0F);
+    const Float4 d1 = dot(ab, fromA), d2 = dot(ac, fromA);
+    const Float4 bb = dot(ab, ab), bc = dot(ab, ac), cc = dot(ac, ac);
+    const Float4 inverse = one / (bb * cc - bc * bc);
+    const Float4 xiInside = (cc * d1 - bc * d2) * inverse;
+    const Float4 etaInside = (bb * d2 - bc * d1) * inverse;
+    const auto inside = (xiInside >= zero) & (etaInside >= zero) & (xiInside + etaInside <= one);
+
+    // Squared distances along the edges, less that of corner a.
+    const Float4 onAB = clampToUnit(d1 / bb);
+    const Float4 valueAB = onAB * (onAB * bb - d1 - d1);
+    const Float4 onAC = clampToUnit(d2 / cc);
+    const Float4 valueAC = onAC * (onAC * cc - d2 - d2);
+    const Float4 alongBC = d2 - d1 + bb - bc;
+    const Float4 lengthBC = bb - bc - bc + cc;
+    const Float4 onBC = clampToUnit(alongBC / lengthBC);
+    const Float4 valueBC = bb - d1 - d1 + onBC * (onBC * lengthBC - alongBC - alongBC);
+
+    const auto preferAC = valueAC < valueAB;
+    xi = preferAC ? zero : onAB;
+    eta = preferAC ? onAC : zero;
+    const auto preferBC = valueBC < Lanes::smaller(valueAB, valueAC);
+    xi = preferBC ? one - onBC : xi;
+    eta = preferBC ? onBC : eta;
+    xi = inside ? xiInside : xi;
+    eta = inside ? etaInside : eta;
+  }
+
+  double slack;
+  Float4 point[3];
+  Float4 limit = Lanes::all(std::numeric_limits<float>::infinity());
+  // What the last call saw.
+  Float4 sqrLength{};
+  Float4 along{};
+  decltype(Float4{} > Float4{}) beyond{};
+};
+
+} // namespace Kavrel::BoundingVolumeHierarchy

@@ -1,0 +1,167 @@
+#pragma once
+
+#include "geometry/BoundingVolumeHierarchy/LeafTests.h"
+#include "geometry/BoundingVolumeHierarchy/LineFilter.h"
+#include "geometry/BoundingVolumeHierarchy/NearestFilter.h"
+#include "geometry/BoundingVolumeHierarchy/PlaneFilter.h"
+
+#include <bit>
+
+/// The leaf tests of trees that hold packed triangles. They find what the plain ones find, in the same order, and leave
+/// out exact tests whose outcome is certain.
+namespace Kavrel::BoundingVolumeHierarchy {
+
+/// Whether the elements of a hierarchy come with packed triangles.
+template <class Hierarchy>
+concept HasPackedTriangles = requires(const Hierarchy& tree)
+{
+  tree.getPackedElements().getLeaf(0U);
+};
+
+/// Calls `look(rows, stride)` for each four triangles of a leaf, which gives one bit for each that needs a test, and
+/// `test(position)` for those, in ascending position.
+template <class Hierarchy, class Look, class Test>
+void testPacked(const Hierarchy& tree, std::uint32_t first, std::uint32_t end, const Look& look, const Test& test)
+{
+  constexpr unsigned lanes = PackedElements<Triangle>::lanes;
+  const std::uint32_t stride = end - first;
+  const float* rows = tree.getPackedElements().getLeaf(first);
+  for (std::uint32_t position = first; position < end; position += lanes, rows += lanes) {
+    const unsigned inLeaf = end - position >= lanes ? (1U << lanes) - 1U : (1U << (end - position)) - 1U;
+    for (unsigned wanted = look(rows, stride, inLeaf) & inLeaf; wanted != 0; wanted &= wanted - 1U)
+      test(position + static_cast<std::uint32_t>(std::countr_zero(wanted)));
+  }
+}
+
+template <HasPackedTriangles Hierarchy>
+struct NearestLeaf<Hierarchy, Vector<double, 3>, DistanceQueryResult<Vector<double, 3>, Triangle>>
+{
+  using Result = DistanceQueryResult<Vector<double, 3>, Triangle>;
+
+  const Hierarchy& tree;
+  const Vector<double, 3>& query;
+  Result& result;
+  NearestFilter filter;
+
+  NearestLeaf(const Hierarchy& searched, const Vector<double, 3>& point, Result& best)
+      : tree(searched), query(point), result(best), filter(point, searched.getRoot().volume)
+  {
+    if (best.found) filter.setReach(best.squareDistance);
+  }
+
+  void operator()(std::uint32_t first, std::uint32_t end)
+  {
+    testPacked(
+        tree, first, end,
+        [this](const float* rows, std::uint32_t stride, unsigned inLeaf) {
+          const unsigned candidates = filter.mayBeWithin(rows, stride) & inLeaf;
+          return (candidates & (candidates - 1U)) == 0 ? candidates : filter.mayBeNearest(candidates);
+        },
+        [this](std::uint32_t position) {
+          if (!distance(query, tree.getElement(position), result)) return;
+          result.secondIndex = position;
+          filter.setReach(result.squareDistance);
+        });
+  }
+};
+
+template <HasPackedTriangles Hierarchy, class Sink>
+struct WithinRadiusLeaf<DistanceQueryResult<Vector<double, 3>, Triangle>, Hierarchy, Vector<double, 3>, Sink>
+{
+  using Result = DistanceQueryResult<Vector<double, 3>, Triangle>;
+
+  WithinRadiusLeaf(const Hierarchy& tree, const Vector<double, 3>& query, double maxSquareDistance, const Sink& sink)
+      : plain{tree, query, maxSquareDistance, sink}, filter(query, tree.getRoot().volume)
+  {
+    filter.setReach(maxSquareDistance);
+  }
+
+  void operator()(std::uint32_t first, std::uint32_t end)
+  {
+    testPacked(
+        plain.tree, first, end,
+        [this](const float* rows, std::uint32_t stride, unsigned) { return filter.mayBeWithin(rows, stride); },
+        [this](std::uint32_t position) { plain.test(position); });
+  }
+
+private:
+  PlainWithinRadiusLeaf<Result, Hierarchy, Vector<double, 3>, Sink> plain;
+  NearestFilter filter;
+};
+
+template <HasPackedTriangles Hierarchy, class Query, class Result>
+  requires OneOf<Query, Ray, Line>
+struct FirstHitLeaf<Hierarchy, Query, Result>
+{
+  FirstHitLeaf(const Hierarchy& tree, const Query& query, Result& result, double& best)
+      : plain{tree, query, result, best}, filter(query.origin, query.direction, tree.getRoot().volume)
+  {}
+
+  void operator()(std::uint32_t first, std::uint32_t end)
+  {
+    filter.approach(plain.tree.getPackedElements().getLeaf(first), end - first);
+    testPacked(
+        plain.tree, first, end,
+        [this](const float* rows, std::uint32_t stride, unsigned) { return filter.mayMeet(rows, stride); },
+        [this](std::uint32_t position) { plain.test(position); });
+  }
+
+private:
+  PlainFirstHitLeaf<Hierarchy, Query, Result> plain;
+  LineFilter filter;
+};
+
+template <class Result, HasPackedTriangles Hierarchy, class Query, class Sink>
+  requires OneOf<Query, Ray, Line>
+struct AllHitsLeaf<Result, Hierarchy, Query, Sink>
+{
+  AllHitsLeaf(const Hierarchy& tree, const Query& query, const Sink& sink)
+      : plain{tree, query, sink}, filter(query.origin, query.direction, tree.getRoot().volume)
+  {}
+
+  void operator()(std::uint32_t first, std::uint32_t end)
+  {
+    filter.approach(plain.tree.getPackedElements().getLeaf(first), end - first);
+    testPacked(
+        plain.tree, first, end,
+        [this](const float* rows, std::uint32_t stride, unsigned) { return filter.mayMeet(rows, stride); },
+        [this](std::uint32_t position) { plain.test(position); });
+  }
+
+private:
+  PlainAllHitsLeaf<Result, Hierarchy, Query, Sink> plain;
+  LineFilter filter;
+};
+
+template <class Result, HasPackedTriangles Hierarchy, class Sink>
+struct AllHitsLeaf<Result, Hierarchy, Plane<double, 3>, Sink>
+{
+  AllHitsLeaf(const Hierarchy& tree, const Plane<double, 3>& query, const Sink& sink)
+      : plain{tree, query, sink}, filter(query, tree.getRoot().volume)
+  {}
+
+  void operator()(std::uint32_t first, std::uint32_t end)
+  {
+    unsigned certain = 0;
+    testPacked(
+        plain.tree, first, end,
+        [&](const float* rows, std::uint32_t stride, unsigned) {
+          const PlaneFilter::Verdict verdict = filter.look(rows, stride);
+          certain = verdict.meets;
+          return verdict.mayMeet;
+        },
+        [&](std::uint32_t position) {
+          const bool isCertain = (certain & 1U << ((position - first) % PackedElements<Triangle>::lanes)) != 0;
+          if (isCertain)
+            plain.take(position);
+          else
+            plain.test(position);
+        });
+  }
+
+private:
+  PlainAllHitsLeaf<Result, Hierarchy, Plane<double, 3>, Sink> plain;
+  PlaneFilter filter;
+};
+
+} // namespace Kavrel::BoundingVolumeHierarchy
