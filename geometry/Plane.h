@@ -142,7 +142,8 @@ public:
     requires(std::is_same_v<T, double>&& dim == 3)
   void clipWithHalfSpace(const PolyLine<PointType>& polyLine, std::vector<PolyLine<PointType>>& out) const;
 
-  /// Writes a square of two triangles with sides of length \p size about \p center, for debugging. In 3D only.
+  /// Writes the text form of a mesh of two triangles, the square with sides of length \p size about the foot of
+  /// \p center, for debugging. In 3D only.
   void dump(Vector<T, dim>& center, const std::string& fileName, double size) const requires(dim == 3);
 
 private:

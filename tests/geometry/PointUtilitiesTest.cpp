@@ -1,0 +1,99 @@
+#include "geometry/PointUtilities.h"
+
+#include "support/Matchers.h"
+#include "support/RandomGeometry.h"
+
+#include <gtest/gtest.h>
+
+namespace Kavrel::Testing {
+namespace {
+
+using Vector3 = Vector<double, 3>;
+using Cloud = std::vector<Vector3>;
+
+Cloud randomCloud(std::uint64_t seed, std::size_t count)
+{
+  RandomGeometry random(seed);
+  Cloud cloud;
+  while (cloud.size() < count)
+    cloud.push_back(random.inCube<3>(4.0));
+  return cloud;
+}
+
+TEST(PointUtilitiesTest, CentreAndRadius)
+{
+  EXPECT_EQ(PointUtilities::getCenter({}), Vector3());
+  EXPECT_EQ(PointUtilities::getRadius(Vector3(1, 2, 3), {}), 0.0);
+  const Cloud corners{{0, 0, 0}, {2, 0, 0}, {0, 4, 0}, {2, 4, 8}};
+  EXPECT_EQ(PointUtilities::getCenter(corners), Vector3(1, 2, 2));
+  EXPECT_DOUBLE_EQ(PointUtilities::getRadius(Vector3(0, 0, 0), corners), std::sqrt(84.0));
+}
+
+TEST(PointUtilitiesTest, DirectionsAreOfUnitLengthAndSpreadOverAHalfSphere)
+{
+  const Cloud& directions = PointUtilities::getSphereDirections();
+  ASSERT_EQ(directions.size(), 31u);
+  double widest = 0;
+  RandomGeometry random(31);
+  for (int i = 0; i < 500; ++i) {
+    const Vector3 any = random.direction<3>();
+    double nearest = 4;
+    for (const Vector3& d : directions)
+      nearest = std::min({nearest, any.angle(d), any.angle(-d)});
+    widest = std::max(widest, nearest);
+  }
+  EXPECT_LT(widest, 0.45) << "no direction is far from all of them";
+  for (std::size_t i = 0; i < directions.size(); ++i) {
+    EXPECT_NEAR(directions[i].length(), 1.0, 1e-15) << i;
+    for (std::size_t j = 0; j < i; ++j)
+      EXPECT_GT(directions[i].cross(directions[j]).length(), 0.2) << i << " repeats " << j;
+  }
+}
+
+TEST(PointUtilitiesTest, DirectionsStandInTheirOrder)
+{
+  const double r = std::sqrt(3.0) / 2, k = 1 / (2 * std::sqrt(2.0)), c = 1 / std::sqrt(3.0);
+  const std::pair<std::size_t, Vector3> rows[] = {
+      {2, {0, 0, 1}},    {3, {0.5, 0, r}},  {8, {r, 0.5, 0}}, {9, {-r, 0.5, 0}}, {14, {0, -0.5, r}}, {15, {k, k, r}},
+      {18, {-k, k, r}},  {19, {-r, k, k}},  {20, {-k, r, k}}, {21, {k, -k, r}},  {22, {r, -k, k}},   {23, {k, -r, k}},
+      {25, {-r, -k, k}}, {26, {-k, -r, k}}, {27, {c, c, c}},  {29, {c, -c, c}},  {30, {-c, -c, c}}};
+  for (const auto& [index, direction] : rows)
+    EXPECT_THAT(PointUtilities::getSphereDirections()[index], IsWithinUlps(direction, 1)) << index;
+}
+
+TEST(PointUtilitiesTest, ASmallCloudComesBackAsItIs)
+{
+  EXPECT_TRUE(PointUtilities::getRelevantPointCloud({}).empty());
+  const Cloud cloud = randomCloud(32, 64);
+  EXPECT_EQ(PointUtilities::getRelevantPointCloud(cloud), cloud);
+}
+
+TEST(PointUtilitiesTest, ALargeCloudGivesItsOutermostPoints)
+{
+  for (const std::size_t count : {65u, 1000u}) {
+    Cloud cloud = randomCloud(33, count);
+    cloud.insert(cloud.begin() + 40, cloud.begin(), cloud.begin() + 20);
+    const Cloud relevant = PointUtilities::getRelevantPointCloud(cloud);
+    ASSERT_EQ(relevant.size(), 62u);
+    const Cloud& directions = PointUtilities::getSphereDirections();
+    for (std::size_t i = 0; i < 31; ++i) {
+      const auto less = [&](const Vector3& a, const Vector3& b) { return a.dot(directions[i]) < b.dot(directions[i]); };
+      EXPECT_EQ(relevant[i], *std::min_element(cloud.begin(), cloud.end(), less)) << i;
+      EXPECT_EQ(relevant[i + 31], *std::max_element(cloud.begin(), cloud.end(), less)) << i;
+    }
+  }
+}
+
+TEST(PointUtilitiesTest, OfEquallyFarPointsTheFirstIsTaken)
+{
+  Cloud cloud(70, Vector3(0, 0, 0));
+  for (std::size_t i = 10; i < 70; ++i)
+    cloud[i] = Vector3(0, static_cast<double>(i % 7), i < 40 ? 0.0 : 1.0);
+  const Cloud relevant = PointUtilities::getRelevantPointCloud(cloud);
+  EXPECT_EQ(relevant[0], cloud[0]) << "all are equally far along x";
+  EXPECT_EQ(relevant[31], cloud[0]);
+  EXPECT_EQ(relevant[33], cloud[40]) << "the first of the upper ones along z";
+}
+
+} // namespace
+} // namespace Kavrel::Testing
