@@ -15,7 +15,7 @@ void Plane<T, dim>::dump(Vector<T, dim>& center, const std::string& fileName, do
   const Vector<T, dim> u = normal.getOrthoNormal() * half;
   const Vector<T, dim> v = normal.cross(u);
   Mesh square;
-  for (const Point<T, dim>& corner : {middle - u - v, middle + u - v, middle + u + v, middle - u + v})
+  for (const Vector<T, dim>& corner : {middle - u - v, middle + u - v, middle + u + v, middle - u + v})
     square.addVertex(static_cast<double>(corner.x()), static_cast<double>(corner.y()), static_cast<double>(corner.z()));
   square.addTriangle(0, 1, 2);
   square.addTriangle(0, 2, 3);

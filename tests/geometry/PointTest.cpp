@@ -84,8 +84,9 @@ TEST(PointTest, CollinearityMeasuresTheHeightOverTheInfiniteLine)
     const double height = (a - b).cross(along).length();
     SCOPED_TRACE("row " + std::to_string(row) + ", height " + std::to_string(height));
     EXPECT_TRUE(a.isCollinear(b, c, height * 1.01));
-    if (std::min({a.distance(b), a.distance(c), b.distance(c)}) > height)
+    if (std::min({a.distance(b), a.distance(c), b.distance(c)}) > height) {
       EXPECT_FALSE(a.isCollinear(b, c, height * 0.99));
+    }
   }
 }
 
@@ -386,7 +387,7 @@ TEST(PointTest, ARotationPointTurnsAboutItsNormal)
 }
 
 /// Writes the fields one by one, in the order and the nesting of the archive form.
-void writeBase(Test::ArchiveWriter& writer, const Vector3& position, const Vector3& normal)
+void writeBase(Kavrel::Test::ArchiveWriter& writer, const Vector3& position, const Vector3& normal)
 {
   writer.object("Point3N", [&] {
     writer << position.x() << position.y() << position.z() << true;
@@ -398,7 +399,7 @@ TEST(PointArchiveTest, ReadsAndWritesTheFieldsInTheirOrder)
 {
   const Vector3 at(1, 2, 3), n(0, 0, 1), t(1, 0, 0);
   const Identifier mesh;
-  Test::ArchiveWriter writer;
+  Kavrel::Test::ArchiveWriter writer;
   auto& archive = writer.archive();
   writer.object("Point3NT", [&] {
     writeBase(writer, at, n);
@@ -445,7 +446,7 @@ TEST(PointArchiveTest, ReadsAndWritesTheFieldsInTheirOrder)
   EXPECT_EQ(projected.getBoundaryNumber(), 4);
   EXPECT_EQ(rotated.getRotationAngle(), 0.25);
 
-  Test::ArchiveWriter again;
+  Kavrel::Test::ArchiveWriter again;
   Persistence::saveObject(again.archive(), withTangent);
   Persistence::saveObject(again.archive(), constrained);
   Persistence::saveObject(again.archive(), projected);
@@ -459,7 +460,7 @@ TEST(PointArchiveTest, KeepsTheMeshOfAPointThatHidesIt)
   ProjectionPoint stored, loaded;
   stored.setMeshId(mesh);
   stored.setLogicalPosition(ProjectionPoint::Position3);
-  Test::roundTrip(stored, loaded);
+  Kavrel::Test::roundTrip(stored, loaded);
   loaded.setLogicalPosition(ProjectionPoint::Position1);
   EXPECT_EQ(loaded.getMeshId(), mesh);
 }
@@ -469,7 +470,7 @@ TYPED_TEST(PointSpaces, SurviveTheArchive)
   TypeParam stored, loaded;
   for (unsigned i = 0; i < TypeParam::Dim; ++i)
     stored[i] = static_cast<typename TypeParam::Scalar>(0.1 * (i + 1));
-  Test::roundTrip(stored, loaded);
+  Kavrel::Test::roundTrip(stored, loaded);
   EXPECT_EQ(loaded, stored);
 }
 
