@@ -1,0 +1,162 @@
+#include "geometry/Ray.h"
+
+#include "geometry/Segment.h"
+#include "support/Matchers.h"
+#include "support/RandomGeometry.h"
+
+#include <gtest/gtest.h>
+
+namespace Kavrel::Testing {
+namespace {
+
+using Point2 = Point<double, 2>;
+using Vector2 = Vector<double, 2>;
+using Vector3 = Vector<double, 3>;
+
+TEST(RayTest, NearestPointIsNearerThanAnySample)
+{
+  RandomGeometry random(51);
+  for (int row = 0; row < 100; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const Point<double, 3> start(random.inCube<3>(3)), p(random.inCube<3>(3));
+    const Vector3 direction = random.ofAnySize<3>(1e-2, 1e2);
+    const Ray<Point<double, 3>> ray(&start, &direction);
+    double t = -1;
+    const Point<double, 3> foot = ray.project(p, t, 1e-12);
+    EXPECT_NEAR((p - foot).dot(direction) / direction.length(), 0.0, 1e-12);
+    EXPECT_THAT(foot, IsNear(Vector3(start + direction * t), 1e-12));
+    const double distance = ray.distance(p, 1e-12);
+    EXPECT_NEAR(distance, p.distance(ray.nearestPoint(p, 1e-12)), 1e-14);
+    double best = p.distance(start);
+    for (int i = 0; i <= 2000; ++i)
+      best = std::min(best, p.distance(start + direction.getNormalized() * (i * 0.01)));
+    EXPECT_LE(distance, best + 1e-12);
+    EXPECT_NEAR(distance, best, 5e-3);
+  }
+}
+
+TEST(RayTest, EpsBoundsTheParameter)
+{
+  const Point3N start(Vector3(1, 0, 0), Vector3(0, 0, 1));
+  const Vector3 direction(0.5, 0, 0), none;
+  struct Row
+  {
+    const char* what;
+    const Vector3* direction;
+    Vector3 p;
+    double eps, t;
+    bool isStart;
+  };
+  const Row rows[] = {
+      {"within", &direction, {3, 1, 0}, 0.25, 4, false},
+      {"at the bound", &direction, {5, 1, 0}, 0.125, 8, false},
+      {"beyond the bound", &direction, {5, 1, 0}, 0.126, 0, true},
+      {"beyond the bound behind", &direction, {-3, 1, 0}, 0.126, 0, true},
+      {"behind", &direction, {0, 1, 0}, 0.1, -2, false},
+      {"no direction", &none, {5, 1, 0}, 0.1, 0, true},
+      {"no direction, at the start", &none, {1, 0, 0}, 0.1, 0, true},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    const Ray<Point3N> ray(&start, row.direction);
+    double t = 99;
+    const Point3N foot = ray.project(row.p, t, row.eps);
+    EXPECT_EQ(t, row.t);
+    EXPECT_EQ(foot.hasNormal(), row.isStart) << "the start comes with its normal, a foot without";
+    EXPECT_EQ(foot, Vector3(1 + 0.5 * row.t, 0, 0));
+    EXPECT_EQ(ray.nearestPoint(row.p, row.eps), Vector3(1 + 0.5 * std::max(row.t, 0.0), 0, 0));
+  }
+}
+
+TEST(RayTest, SidesOfPointsByTheDoubledArea)
+{
+  const Point2 start(1, 1);
+  const Vector2 direction(2, 0);
+  const Ray<Point2> ray(&start, &direction);
+  struct Row
+  {
+    Point2 p;
+    double eps;
+    Side side;
+  };
+  const Row rows[] = {{{0, 2}, 1.0, Side::Above},  {{9, 0}, 1.0, Side::Below},    {{5, 1.25}, 0.5, Side::Below},
+                      {{5, 1.25}, 0.51, Side::On}, {{5, 0.75}, 0.5, Side::Below}, {{5, 1.26}, 0.5, Side::Above},
+                      {{-7, 1}, 1e-9, Side::On}};
+  for (const Row& row : rows)
+    EXPECT_EQ(ray.positionOfPoint(row.p, row.eps), row.side) << row.p << " eps " << row.eps;
+
+  RandomGeometry random(52);
+  for (int i = 0; i < 200; ++i) {
+    const Point2 s(random.inCube<2>(3)), p(random.inCube<2>(3));
+    const Vector2 d = random.direction<2>();
+    const Side side = Ray<Point2>(&s, &d).positionOfPoint(p, 1e-9);
+    EXPECT_EQ(side, d.cross(p - s) > 0 ? Side::Above : Side::Below);
+  }
+}
+
+TEST(RayTest, MeetsRaysAndSegmentsWhereTheyWereBuiltToMeet)
+{
+  RandomGeometry random(53);
+  for (int row = 0; row < 300; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const Point<double, 3> start(random.inCube<3>(3)), other(random.inCube<3>(3));
+    const Vector3 e = random.ofAnySize<3>(0.1, 10);
+    const double u = random.uniform(-1, 2);
+    const Vector3 meeting = other + e * u;
+    Vector3 d = (meeting - start) * random.uniform(-2, 2);
+    if (std::abs(d.x() * e.y() - d.y() * e.x()) < 1e-2) continue;
+    d.z() = random.uniform(-1, 1);
+    const Ray<Point<double, 3>> ray(&start, &d), otherRay(&other, &e);
+    Point<double, 3> hit;
+    EXPECT_EQ(ray.getIntersectionXY(&otherRay, hit, 1e-6), u > 0);
+    EXPECT_THAT(hit, IsNear(meeting, 1e-9)) << "of this ray the whole line counts, in height the other";
+
+    const Point<double, 3> end(other + e);
+    const Segment<Point<double, 3>> segment(&other, &end);
+    EXPECT_EQ(ray.getIntersectionXY(&segment, hit, 1e-6, false), u > 0 && u < 1);
+    EXPECT_THAT(hit, IsNear(meeting, 1e-9));
+    EXPECT_TRUE(ray.getIntersectionXY(&segment, hit, 1e-6, true));
+    EXPECT_THAT(hit, IsNear(Vector3(other + e * std::clamp(u, 0.0, 1.0)), 1e-9));
+  }
+}
+
+template <class T>
+void expectParallelsMissed()
+{
+  using P = Point<T, 2>;
+  const P a(0, 0), b(0, 1), onLine(3, 0);
+  const Vector<T, 2> d(2, 0);
+  P hit(7, 7);
+  const Ray<P> ray(&a, &d), beside(&b, &d), same(&onLine, &d);
+  EXPECT_FALSE(ray.getIntersectionXY(&beside, hit, 1e-6));
+  EXPECT_FALSE(ray.getIntersectionXY(&same, hit, 1e-6)) << "coincident lines have no single crossing";
+  const P end(5, 1), sameEnd(5, 0);
+  const Segment<P> segment(&b, &end), sameSegment(&onLine, &sameEnd);
+  EXPECT_FALSE(ray.getIntersectionXY(&segment, hit, 1e-6, true)) << "not even clamped";
+  EXPECT_FALSE(ray.getIntersectionXY(&sameSegment, hit, 1e-6, false));
+  const Vector<T, 2> nearly(1, std::numeric_limits<T>::denorm_min());
+  const Ray<P> shallow(&b, &nearly);
+  EXPECT_FALSE(ray.getIntersectionXY(&shallow, hit, 1e-6)) << "the crossing lies beyond the numbers";
+}
+
+TEST(RayTest, ParallelLinesAreMissedInFloatAndDouble)
+{
+  expectParallelsMissed<float>();
+  expectParallelsMissed<double>();
+}
+
+TEST(RayTest, TheEndsOfASegmentAreWidenedStrictly)
+{
+  const Point2 a(0, 0), b(1, 0), bases[] = {{-0.25, 1}, {-0.2, 1}, {0, 1}, {1, 1}, {1.2, 1}, {1.25, 1}};
+  const bool expected[] = {false, true, true, true, true, false};
+  const Vector2 down(0, -1);
+  const Segment<Point2> segment(&a, &b);
+  for (std::size_t i = 0; i < 6; ++i) {
+    Point2 hit;
+    EXPECT_EQ(Ray<Point2>(&bases[i], &down).getIntersectionXY(&segment, hit, 0.25, false), expected[i]) << i;
+    EXPECT_EQ(hit, Point2(bases[i].x(), 0)) << "also of a miss";
+  }
+}
+
+} // namespace
+} // namespace Kavrel::Testing
