@@ -1,0 +1,459 @@
+#include "geometry/Segment.h"
+
+#include "geometry/Plane.h"
+#include "support/BruteForce.h"
+#include "support/Matchers.h"
+#include "support/RandomGeometry.h"
+
+#include <algorithm>
+#include <array>
+#include <gtest/gtest.h>
+
+namespace Kavrel::Testing {
+namespace {
+
+using Point2 = Point<double, 2>;
+using Point3 = Point<double, 3>;
+using Vector2 = Vector<double, 2>;
+using Vector3 = Vector<double, 3>;
+using Segment2 = Segment<Point2>;
+using Segment3 = Segment<Point3>;
+
+template <class P>
+class SegmentTypes : public testing::Test
+{};
+using PointTypes = testing::Types<Point<float, 2>, Point<float, 3>, Point2, Point3, Point3N, Point3NT, ProjectionPoint,
+                                  ConstraintPoint>;
+TYPED_TEST_SUITE(SegmentTypes, PointTypes);
+
+template <class P>
+P pointAt(double x, double y)
+{
+  Point<typename P::Scalar, P::Dim> p;
+  p[0] = static_cast<typename P::Scalar>(x);
+  p[1] = static_cast<typename P::Scalar>(y);
+  return P(p);
+}
+
+TYPED_TEST(SegmentTypes, ProjectsOnTheLineAndOnThePiece)
+{
+  const TypeParam a = pointAt<TypeParam>(1, 1), b = pointAt<TypeParam>(5, 1);
+  const Segment<TypeParam> segment(&a, &b), none(&a, &a);
+  struct Row
+  {
+    double x, y, t, nearestX;
+    int code;
+    double outX, outT;
+  };
+  const Row rows[] = {
+      {2, 4, 0.25, 2, 1, 2, 0.25}, {-3, 2, -1, 1, -1, 1, 0}, {9, 0, 2, 5, -2, 5, 1}, {5, 3, 1, 5, 1, 5, 1}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::to_string(row.x));
+    const auto p = pointAt<TypeParam>(row.x, row.y);
+    double t = 99;
+    EXPECT_EQ(segment.project(p, t), pointAt<TypeParam>(1 + 4 * row.t, 1));
+    EXPECT_EQ(t, row.t);
+    EXPECT_EQ(segment.nearestPoint(p), pointAt<TypeParam>(row.nearestX, 1));
+    EXPECT_NEAR(segment.distance(p), std::hypot(row.x - row.nearestX, row.y - 1), 1e-6);
+    TypeParam out;
+    EXPECT_EQ(segment.projectPoint(p, out, &t), row.code);
+    EXPECT_EQ(out, pointAt<TypeParam>(row.outX, 1));
+    EXPECT_EQ(t, row.outT);
+    EXPECT_EQ(segment.projectPoint(p, out, nullptr), row.code);
+    EXPECT_EQ(none.project(p, t), a);
+    EXPECT_EQ(t, 0.0);
+    EXPECT_EQ(none.projectPoint(p, out, &t), 0);
+    EXPECT_EQ(t, 1.0);
+  }
+  double t = 99;
+  none.project(a, t);
+  EXPECT_EQ(t, 0.0) << "a point on a segment without length";
+}
+
+TYPED_TEST(SegmentTypes, OnlyThePlainPlaneHasAnExactCrossing)
+{
+  const TypeParam a = pointAt<TypeParam>(0, 0), b = pointAt<TypeParam>(2, 2), c = pointAt<TypeParam>(0, 2),
+                  d = pointAt<TypeParam>(2, 0);
+  const Segment<TypeParam> first(&a, &b), second(&c, &d);
+  TypeParam out;
+  const auto raised = [](auto call) {
+    try {
+      call();
+    } catch (const char* text) {
+      return std::string(text);
+    }
+    return std::string();
+  };
+  const std::string expected = std::is_same_v<TypeParam, Point2> ? "" : "Not implemented";
+  EXPECT_EQ(raised([&] { first.getIntersection(second, out, 0.1); }), expected);
+  EXPECT_EQ(raised([&] { first.intersect(second, 0.1); }), expected);
+
+  double u = 0, v = 0;
+  ASSERT_TRUE(first.checkIntersectionXY(&second, u, v, out)) << "every type has the crossing of the lines";
+  EXPECT_EQ(out, pointAt<TypeParam>(1, 1));
+  EXPECT_FALSE(first.checkIntersectionXZ(&second, u, v, out)) << "level along y: parallel";
+  EXPECT_EQ(first.projectUsingInterpolatedTangents(pointAt<TypeParam>(5, 5), out), 0);
+}
+
+TEST(SegmentTest, DistancesAgreeWithExtendedPrecision)
+{
+  RandomGeometry random(71);
+  for (int row = 0; row < 3000; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const double size = random.logUniform(1e-2, 1e3);
+    Point3 points[5];
+    for (Point3& p : points)
+      p = random.inCube<3>(size) * (random.coin() ? 1.0 : 0.1);
+    if (row % 5 == 0) points[3] = points[2] + (points[1] - points[0]) * random.uniform(-2, 2); // parallel
+    if (row % 7 == 0) points[2] = points[0];                                                   // touching
+    if (row % 11 == 0) points[1] = points[0];                                                  // a point
+    const Segment3 a(&points[0], &points[1]), b(&points[2], &points[3]);
+    const double pointDistance = std::sqrt(BruteForce::pointSegment(points[4], points[0], points[1]));
+    const double pairDistance = std::sqrt(BruteForce::segmentSegment(points[0], points[1], points[2], points[3]));
+    EXPECT_NEAR(a.distance(points[4]), pointDistance, 1e-13 * size);
+    EXPECT_NEAR(std::sqrt(a.sqrDistance(points[4])), points[4].distance(a.nearestPoint(points[4])), 1e-14 * size);
+    EXPECT_NEAR(a.distance(b), pairDistance, 1e-9 * size);
+    EXPECT_NEAR(b.distance(a), pairDistance, 1e-9 * size);
+  }
+}
+
+TEST(SegmentTest, TheEndsTakeAttributesAlong)
+{
+  const Point3NT a(Vector3(0, 0, 0), Vector3(0, 0, 2), Vector3(3, 0, 0)),
+      b(Vector3(4, 0, 0), Vector3(0, 2, 0), Vector3(0, 3, 0));
+  const Segment<Point3NT> segment(&a, &b);
+  const double h = std::sqrt(0.5);
+  const Point3NT middle = segment.getPoint(0.5);
+  EXPECT_THAT(middle.getNormal(), IsNear(Vector3(0, h, h), 1e-15)) << "blended and normalised";
+  EXPECT_EQ(middle.getTangent(), Vector3(1.5, 1.5, 0)) << "blended alone";
+  EXPECT_EQ(segment.nearestPoint(Point3(-5, 1, 1)).getNormal(), a.getNormal()) << "an end as it is";
+  Point3NT out;
+  segment.projectPoint(Point3(9, 0, 0), out, nullptr);
+  EXPECT_EQ(out.getTangent(), b.getTangent());
+  EXPECT_EQ(segment.projectPoint(Point3(1, 5, 0), out, nullptr), 1);
+  EXPECT_THAT(out.getNormal(), IsNear(Vector3(0, 0.5, 1.5).getNormalized(), 1e-15));
+  EXPECT_FALSE(out.hasTangent());
+
+  struct Row
+  {
+    double t;
+    Vector3 n;
+  };
+  const Row rows[] = {{-3, {0, 0, 1}}, {0, {0, 0, 1}}, {0.5, {0, h, h}}, {1, {0, 1, 0}}, {7, {0, 1, 0}}};
+  for (const Row& row : rows) {
+    Vector3 n;
+    EXPECT_TRUE(segment.getNormalAtParameter(row.t, n));
+    EXPECT_THAT(n, IsNear(row.n, 1e-15)) << row.t;
+  }
+  const Point3NT bare(1, 1, 1), opposite(Vector3(4, 0, 0), Vector3(0, 0, -2));
+  Vector3 n(9, 9, 9);
+  EXPECT_FALSE(Segment<Point3NT>(&a, &bare).getNormalAtParameter(0.0, n));
+  EXPECT_EQ(n, Vector3());
+  EXPECT_FALSE(Segment<Point3NT>(&a, &opposite).getNormalAtParameter(0.5, n)) << "no direction between opposite ones";
+  EXPECT_FALSE(Segment<Point3NT>(&a, &bare).getPoint(0.0).hasNormal());
+}
+
+TEST(SegmentTest, MadePointsAreFixedAndUnplaced)
+{
+  const Vector3 up(0, 0, 1), right(4, 0, 0);
+  const ConstraintPoint a(Vector3(), up, ConstraintPoint::Symmetry), b(right, up, ConstraintPoint::Symmetry);
+  const ConstraintPoint bare(right, ConstraintPoint::Free);
+  const Segment<ConstraintPoint> constrained(&a, &b), half(&a, &bare);
+  double t = 0, v = 0;
+  EXPECT_EQ(constrained.getPoint(0.5).getConstraint(), ConstraintPoint::Fixed);
+  EXPECT_TRUE(constrained.getPoint(0.5).hasNormal());
+  EXPECT_EQ(constrained.project(Point3(1, 1, 0), t).getConstraint(), ConstraintPoint::Clamped) << "as assigned";
+  EXPECT_EQ(half.project(Point3(1, 1, 0), t).getConstraint(), ConstraintPoint::Fixed);
+  EXPECT_EQ(half.nearestPoint(Point3(9, 1, 0)).getConstraint(), ConstraintPoint::Free) << "an end as it is";
+  const ConstraintPoint c(Vector3(1, -1, 0), up, ConstraintPoint::Free), d(Vector3(1, 1, 0), up, ConstraintPoint::Free);
+  const Segment<ConstraintPoint> across(&c, &d);
+  ConstraintPoint out;
+  ASSERT_TRUE(constrained.checkIntersectionXY(&across, t, v, out));
+  EXPECT_EQ(out.getConstraint(), ConstraintPoint::Fixed);
+  EXPECT_FALSE(out.hasNormal());
+  ASSERT_FALSE(constrained.checkIntersectionXY(&half, t, v, out));
+  EXPECT_EQ(out.getConstraint(), ConstraintPoint::Symmetry) << "parallel: the start as it is";
+
+  ProjectionPoint placed(Point3N(0, 0, 0)), other(Point3N(4, 0, 0));
+  placed.setLogicalPosition(ProjectionPoint::Position1);
+  placed.setTriangleIndex(3);
+  const ProjectionPoint made = Segment<ProjectionPoint>(&placed, &other).getPoint(0.0);
+  EXPECT_EQ(made.getTriangleIndex(), -2);
+  EXPECT_EQ(made.getLogicalPosition(), ProjectionPoint::NotPlaced);
+}
+
+TEST(SegmentTest, ProjectionCodesChangeAtTheirBounds)
+{
+  const Point3 a(0, 0, 0), b(1, 0, 0), p(0.5, 2, 0);
+  const Segment3 segment(&a, &b);
+  struct Row
+  {
+    double x;
+    int perpendicular, along;
+  };
+  const Row rows[] = {{-2e-6, -1, -1}, {-5e-7, 1, -1}, {0, 1, 1}, {1, 1, 1}, {1.0000005, 1, -2}, {1.000002, -2, -2}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.x);
+    Point3 out;
+    double t = 99;
+    EXPECT_EQ(segment.projectPoint(Point3(row.x, 1, 3), out, &t), row.perpendicular);
+    EXPECT_EQ(t, row.perpendicular == 1 ? row.x : row.perpendicular == -1 ? 0.0 : 1.0);
+    EXPECT_EQ(segment.projectPoint(Point3(row.x, 1, 3), Vector3(0, -2, 7), out), row.along);
+    EXPECT_EQ(out.x(), std::clamp(row.x, 0.0, 1.0));
+  }
+  Point3 out;
+  EXPECT_EQ(segment.projectPoint(p, Vector3(1, 3, 0), out), -1) << "from beyond the start, slanted";
+  EXPECT_EQ(segment.projectPoint(p, Vector3(-0.2, 1, 0), out), 1);
+  EXPECT_THAT(out, IsNear(Vector3(0.9, 0, 0), 1e-15));
+  EXPECT_EQ(segment.projectPoint(p, Vector3(1, 0.9e-5, 0), out), 0) << "along the segment";
+  EXPECT_EQ(out, p);
+}
+
+TEST(SegmentTest, BlendedTangentsDecideTheFoot)
+{
+  RandomGeometry random(72);
+  int found = 0;
+  for (int row = 0; row < 300; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const Vector3 along = random.direction<3>();
+    const Vector3 t0 = along + random.inCube<3>(0.5), t1 = along + random.inCube<3>(0.5);
+    const Point3NT a(random.inCube<3>(1), random.direction<3>(), t0), b(a + along * 2.0, random.direction<3>(), t1);
+    const Point3 p(a + along * random.uniform(-1, 3) + random.inCube<3>(1));
+    Point3NT out;
+    const int code = Segment<Point3NT>(&a, &b).projectUsingInterpolatedTangents(p, out);
+    const auto residual = [&](double t) { return (p - (a + (b - a) * t)).dot(t0 + (t1 - t0) * t); };
+    if (code == 0) {
+      EXPECT_EQ(out, b);
+      for (int i = -100; i <= 100; ++i)
+        EXPECT_GT(residual(i) * residual(i + 1), 0) << "no foot was found, so there is no change of sign";
+    } else if (code == 1) {
+      const double t = (out - a).length() / 2.0;
+      EXPECT_NEAR(residual(t), 0.0, 1e-9);
+      EXPECT_NEAR(out.getTangent().length(), 1.0, 1e-12);
+      EXPECT_NEAR(out.getTangent().cross(t0 + (t1 - t0) * t).length(), 0.0, 1e-9);
+      ++found;
+    } else {
+      EXPECT_EQ(out, code == -1 ? a : b);
+      EXPECT_GT(residual(0) * residual(1), 0);
+    }
+  }
+  EXPECT_GT(found, 100);
+  const Point3NT a(Vector3(0, 0, 0), Vector3(), Vector3(1, 0, 0)), b(Vector3(2, 0, 0), Vector3(), Vector3(1, 0, 0));
+  Point3NT out;
+  EXPECT_EQ(Segment<Point3NT>(&a, &b).projectUsingInterpolatedTangents(Point3(0.5, 3, 0), out), 1) << "equal tangents";
+  EXPECT_EQ(out, Vector3(0.5, 0, 0));
+  EXPECT_EQ(Segment<Point3NT>(&a, &a).projectUsingInterpolatedTangents(Point3(0.5, 3, 0), out), 0);
+}
+
+TEST(SegmentTest, MeetsPlanesWithinItsWidenedEnds)
+{
+  const Point3 a(1, 1, 0), b(1, 1, 2), low(1, 1, 9e-7);
+  const Plane<double, 3> planes[] = {
+      {Vector3(0, 0, 1), -1e-6}, {Vector3(0, 0, 1), 1.5}, {Vector3(0, 0, 1), 2.000003}, {Vector3(1, 0, 0), 1.0}};
+  const bool expected[] = {true, true, false, false};
+  for (int i = 0; i < 4; ++i) {
+    double t = 99;
+    Point3 out(9, 9, 9);
+    EXPECT_EQ(Segment3(&a, &b).getIntersectionWithPlane(planes[i], t, out), expected[i]) << i;
+    EXPECT_NEAR(t, expected[i] ? planes[i].getDistance() / 2 : 99, 1e-15);
+    EXPECT_THAT(out, IsNear(expected[i] ? Vector3(1, 1, planes[i].getDistance()) : Vector3(9, 9, 9), 1e-15));
+    EXPECT_FALSE(Segment3(&a, &low).getIntersectionWithPlane(planes[i], t, out)) << "too short to tell";
+  }
+}
+
+TEST(SegmentTest, CrossingsKeepAwayFromTheEnds)
+{
+  struct Row
+  {
+    const char* what;
+    Point2 a, b, c, d;
+    double eps;
+    bool crosses;
+  };
+  const Row rows[] = {
+      {"in the middle", {0, 0}, {4, 0}, {2, -1}, {2, 1}, 0.1, true},
+      {"within eps of an end", {0, 0}, {4, 0}, {0.09, -1}, {0.09, 1}, 0.1, false},
+      {"at eps of an end", {0, 0}, {4, 0}, {0.25, -1}, {0.25, 1}, 0.25, true},
+      {"touching, eps 0", {0, 0}, {4, 0}, {2, 0}, {2, 1}, 0, true},
+      {"touching", {0, 0}, {4, 0}, {2, 0}, {2, 1}, 1e-9, false},
+      {"common end, eps 0", {0, 0}, {4, 0}, {0, 0}, {2, 1}, 0, true},
+      {"missing", {0, 0}, {4, 0}, {5, -1}, {5, 1}, 0, false},
+      {"parallel, eps 0", {0, 0}, {4, 0}, {1, 0}, {5, 0}, 0, false},
+      {"one as short as eps", {0, 0}, {4, 0}, {2, -0.25}, {2, 0.25}, 0.5, false},
+      {"too shallow for eps", {0, 0}, {4, 0}, {0, -0.05}, {4, 0.05}, 0.05, false},
+      {"shallow, eps 0", {0, 0}, {4, 0}, {0, -0.05}, {4, 0.05}, 0, true},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    const Segment2 first(&row.a, &row.b), second(&row.c, &row.d);
+    Point2 out;
+    EXPECT_EQ(first.getIntersection(second, out, row.eps), row.crosses);
+    EXPECT_EQ(second.intersect(first, row.eps), row.crosses);
+    if (!row.crosses) continue;
+    EXPECT_NEAR(first.distance(out) + second.distance(out), 0.0, 1e-15);
+  }
+  RandomGeometry random(73);
+  for (int i = 0; i < 2000; ++i) {
+    Point2 p[4];
+    for (Point2& q : p)
+      q = random.inCube<2>(2);
+    const auto turn = [&p](int a, int b, int c) { return (p[b] - p[a]).cross(p[c] - p[a]) > 0; };
+    const bool cross = turn(0, 1, 2) != turn(0, 1, 3) && turn(2, 3, 0) != turn(2, 3, 1);
+    EXPECT_EQ(Segment2(&p[0], &p[1]).intersect(Segment2(&p[2], &p[3]), 0.0), cross) << i;
+  }
+}
+
+TEST(SegmentTest, LinesCrossAlikeSeenAlongEitherAxis)
+{
+  RandomGeometry random(74);
+  for (int row = 0; row < 300; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    Point3 p[4], swapped[4];
+    for (int i = 0; i < 4; ++i) {
+      p[i] = random.inCube<3>(3);
+      swapped[i] = Point3(p[i].x(), p[i].z(), p[i].y());
+    }
+    const Segment3 a(&p[0], &p[1]), b(&p[2], &p[3]), a2(&swapped[0], &swapped[1]), b2(&swapped[2], &swapped[3]);
+    double u = 0, v = 0, u2 = 0, v2 = 0;
+    Point3 out, out2;
+    ASSERT_TRUE(a.checkIntersectionXY(&b, u, v, out));
+    const Vector3 onOther = p[2] + (p[3] - p[2]) * v;
+    const double reach = 1 + std::abs(u) + std::abs(v);
+    EXPECT_NEAR(out.x(), onOther.x(), 1e-11 * reach);
+    EXPECT_NEAR(out.y(), onOther.y(), 1e-11 * reach);
+    EXPECT_THAT(out, IsNear(Vector3(p[0] + (p[1] - p[0]) * u), 1e-11 * reach)) << "its own height";
+    ASSERT_TRUE(a2.checkIntersectionXZ(&b2, u2, v2, out2));
+    EXPECT_EQ(u, u2);
+    EXPECT_EQ(v, v2);
+  }
+  const Point3 a(0, 0, 0), b(1e-3, 0, 0), c(0, 0, 0), d(0, 1e-3, 0), far(9, 1, 0), farther(9, 2, 0);
+  double u = 0, v = 0;
+  Point3 out;
+  EXPECT_FALSE(Segment3(&a, &b).checkIntersectionXY(std::array{Segment3(&c, &d)}.data(), u, v, out))
+      << "absolute bound";
+  EXPECT_TRUE(Segment3(&a, &b).checkIntersectionXY(std::array{Segment3(&far, &farther)}.data(), u, v, out));
+  EXPECT_NEAR(u, 9000, 1e-6) << "beyond both";
+  EXPECT_NEAR(v, -1, 1e-9);
+}
+
+/// The pieces of [0, 1] in parameters of the first segment, by their ends.
+std::vector<std::pair<double, double>> piecesOf(const Segment3& whole, const std::vector<Segment3>& pieces)
+{
+  std::vector<std::pair<double, double>> result;
+  for (const Segment3& piece : pieces) {
+    double u = 0, v = 0;
+    whole.project(*piece.getStart(), u);
+    whole.project(*piece.getEnd(), v);
+    result.emplace_back(u, v);
+  }
+  return result;
+}
+
+TEST(SegmentTest, SubtractionIsThatOfIntervals)
+{
+  RandomGeometry random(75);
+  for (int row = 0; row < 400; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const Vector3 origin = random.inCube<3>(3), along = random.ofAnySize<3>(1, 10);
+    const int lo = static_cast<int>(random.index(9)) - 4, hi = lo + 1 + static_cast<int>(random.index(5));
+    const Point3 a(origin), b(origin + along * 3.0), c(origin + along * lo), d(origin + along * hi);
+    const Segment3 whole(&a, &b), cut = random.coin() ? Segment3(&c, &d) : Segment3(&d, &c);
+    std::vector<Segment3> pieces(2);
+    whole.subtract(cut, pieces, 1e-12, 1e-12);
+    std::vector<std::pair<double, double>> expected;
+    if (hi < 0 || lo > 3) {
+      expected = {{0, 1}};
+    } else if (lo == 0 || hi == 3 || hi == 0 || lo == 3) {
+      continue; // rounding decides between an end and a vertex beside it
+    } else {
+      if (lo > 0) expected.emplace_back(0, lo / 3.0);
+      if (hi < 3) expected.emplace_back(hi / 3.0, 1);
+    }
+    const auto actual = piecesOf(whole, pieces);
+    ASSERT_EQ(actual.size(), expected.size());
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+      EXPECT_NEAR(actual[i].first, expected[i].first, 1e-12);
+      EXPECT_NEAR(actual[i].second, expected[i].second, 1e-12);
+    }
+  }
+}
+
+TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
+{
+  const Point3 p[] = {{0, 0, 0}, {4, 0, 0}, {1, 0, 0}, {3, 0, 0}, {4, 0, 0}, {6, 0, 0}, {2, 1, 0}, {2, 0.5, 5}};
+  const Segment3 whole(&p[0], &p[1]);
+  struct Row
+  {
+    const char* what;
+    int from, to;
+    std::vector<std::pair<int, int>> pieces;
+  };
+  const Row rows[] = {
+      {"itself", 0, 1, {}},
+      {"itself, reversed", 1, 0, {}},
+      {"the middle", 2, 3, {{0, 2}, {3, 1}}},
+      {"the middle, reversed", 3, 2, {{0, 2}, {3, 1}}},
+      {"the front", 0, 3, {{3, 1}}},
+      {"the back", 2, 5, {{0, 2}}},
+      {"a neighbour behind its end", 4, 5, {{0, 4}}},
+      {"crossing", 6, 7, {{0, 1}}},
+      {"beside", 6, 6, {{0, 1}}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    std::vector<Segment3> pieces;
+    whole.subtract(Segment3(&p[row.from], &p[row.to]), pieces, 1e-6, 1e-6);
+    ASSERT_EQ(pieces.size(), row.pieces.size());
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+      EXPECT_EQ(pieces[i].getStart(), &p[row.pieces[i].first]);
+      EXPECT_EQ(pieces[i].getEnd(), &p[row.pieces[i].second]);
+    }
+  }
+  std::vector<Segment3> pieces(3);
+  whole.subtract(Segment3(&p[6], &p[7]), pieces, 1e-6, 16.0);
+  EXPECT_TRUE(pieces.empty()) << "a whole no longer than the tolerance isn't kept";
+}
+
+TEST(SegmentTest, ParallelSegmentsShareAnOverlapOrAContact)
+{
+  const Point2 p[] = {{0, 0}, {4, 0}, {1, 1e-4}, {6, 1e-4}, {2, 0}, {2, 1e-5}, {4, 0}, {9, 0}, {5, 0}, {0, 1}, {3, 1}};
+  struct Row
+  {
+    const char* what;
+    int a, b, c, d;
+    bool shared;
+    int from, to; // -1: a crossing point
+    double v;
+  };
+  const Row rows[] = {
+      {"overlap", 0, 1, 2, 3, true, 2, 1, 0},
+      {"overlap, reversed", 0, 1, 3, 2, true, 2, 1, 0},
+      {"inside the other", 0, 1, 0, 7, true, 0, 1, 0},
+      {"end to end", 0, 1, 6, 7, true, 6, 1, 0},
+      {"apart on one line", 0, 1, 8, 7, false, 0, 0, 0},
+      {"side by side", 0, 1, 9, 10, false, 0, 0, 0},
+      {"short on the other", 4, 5, 0, 1, true, -1, 0, 0.5},
+      {"short off the other", 9, 9, 0, 1, false, -1, 0, 0},
+      {"both short, near", 4, 5, 5, 4, true, -1, 0, 0},
+      {"both short, far", 4, 5, 0, 0, false, -1, 0, 0},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    const Segment2 first(&p[row.a], &p[row.b]), second(&p[row.c], &p[row.d]);
+    Segment2::Intersection result;
+    EXPECT_EQ(first.checkIntersectionXY(&second, result, 1e-6, 1e-6), row.shared);
+    if (row.from == -1) {
+      const auto& contact = std::get<Segment2::PointIntersection>(result);
+      EXPECT_EQ(contact.point, p[row.a]);
+      EXPECT_EQ(contact.u, 0.0);
+      EXPECT_EQ(contact.v, row.v);
+    } else if (row.shared) {
+      const auto& overlap = std::get<Segment2>(result);
+      EXPECT_EQ(overlap.getStart(), &p[row.from]);
+      EXPECT_EQ(overlap.getEnd(), &p[row.to]);
+    }
+  }
+}
+
+} // namespace
+} // namespace Kavrel::Testing
