@@ -196,7 +196,7 @@ TEST(BoundingBoxTest, OldArchivesHoldValidBoxesWithoutFlag)
 {
   const Point3 low(1, 2, 3), high(4, 5, 6);
   for (const unsigned version : {300000u, 300001u}) {
-    Kavrel::Test::ArchiveWriter writer;
+    ArchiveWriter writer;
     writer.version("BoundingBox3", version);
     writer.object("BoundingBox3", [&] {
       Persistence::saveObject(writer.archive(), low);
@@ -204,13 +204,13 @@ TEST(BoundingBoxTest, OldArchivesHoldValidBoxesWithoutFlag)
       if (version > 300000) writer << false;
     });
     Box3 box;
-    Kavrel::Test::loadFrom(writer.bytes(), box);
+    loadFrom(writer.bytes(), box);
     EXPECT_EQ(box.isValid(), version == 300000);
     EXPECT_EQ(box.getMin(), low);
     EXPECT_EQ(box.getMax(), high);
   }
   BoundingBox<float, 2> stored(Point<float, 2>(1, 2), Point<float, 2>(3, 4)), loaded;
-  Kavrel::Test::roundTrip(stored, loaded);
+  roundTrip(stored, loaded);
   EXPECT_TRUE(loaded.compare(stored, 0.0));
 }
 

@@ -387,7 +387,7 @@ TEST(PointTest, ARotationPointTurnsAboutItsNormal)
 }
 
 /// Writes the fields one by one, in the order and the nesting of the archive form.
-void writeBase(Kavrel::Test::ArchiveWriter& writer, const Vector3& position, const Vector3& normal)
+void writeBase(ArchiveWriter& writer, const Vector3& position, const Vector3& normal)
 {
   writer.object("Point3N", [&] {
     writer << position.x() << position.y() << position.z() << true;
@@ -399,7 +399,7 @@ TEST(PointArchiveTest, ReadsAndWritesTheFieldsInTheirOrder)
 {
   const Vector3 at(1, 2, 3), n(0, 0, 1), t(1, 0, 0);
   const Identifier mesh;
-  Kavrel::Test::ArchiveWriter writer;
+  ArchiveWriter writer;
   auto& archive = writer.archive();
   writer.object("Point3NT", [&] {
     writeBase(writer, at, n);
@@ -446,7 +446,7 @@ TEST(PointArchiveTest, ReadsAndWritesTheFieldsInTheirOrder)
   EXPECT_EQ(projected.getBoundaryNumber(), 4);
   EXPECT_EQ(rotated.getRotationAngle(), 0.25);
 
-  Kavrel::Test::ArchiveWriter again;
+  ArchiveWriter again;
   Persistence::saveObject(again.archive(), withTangent);
   Persistence::saveObject(again.archive(), constrained);
   Persistence::saveObject(again.archive(), projected);
@@ -460,7 +460,7 @@ TEST(PointArchiveTest, KeepsTheMeshOfAPointThatHidesIt)
   ProjectionPoint stored, loaded;
   stored.setMeshId(mesh);
   stored.setLogicalPosition(ProjectionPoint::Position3);
-  Kavrel::Test::roundTrip(stored, loaded);
+  roundTrip(stored, loaded);
   loaded.setLogicalPosition(ProjectionPoint::Position1);
   EXPECT_EQ(loaded.getMeshId(), mesh);
 }
@@ -470,7 +470,7 @@ TYPED_TEST(PointSpaces, SurviveTheArchive)
   TypeParam stored, loaded;
   for (unsigned i = 0; i < TypeParam::Dim; ++i)
     stored[i] = static_cast<typename TypeParam::Scalar>(0.1 * (i + 1));
-  Kavrel::Test::roundTrip(stored, loaded);
+  roundTrip(stored, loaded);
   EXPECT_EQ(loaded, stored);
 }
 

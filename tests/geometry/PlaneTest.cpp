@@ -1,0 +1,396 @@
+#include "geometry/Plane.h"
+
+#include "geometry/CoordinateSystem.h"
+#include "geometry/PolyLine.h"
+#include "geometry/StraightLine.h"
+#include "platform/kvmath/MatrixFunctions.h"
+#include "support/ArchiveWriter.h"
+#include "support/Matchers.h"
+#include "support/PolyLineBuilder.h"
+#include "support/RandomGeometry.h"
+
+#include <filesystem>
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+namespace Kavrel::Testing {
+namespace {
+
+using Plane3 = Plane<double, 3>;
+using Point3 = Point<double, 3>;
+using Vector3 = Vector<double, 3>;
+
+Plane3 randomPlane(RandomGeometry& random) { return Plane3(random.ofAnySize<3>(0.1, 10), random.uniform(-5, 5)); }
+
+TEST(PlaneTest, SettersMoveAndTurnThePlaneAsTold)
+{
+  const Vector3 x(5, 0, 0), diagonal(0, 3, 4);
+  const auto changed = [](auto change) {
+    Plane3 plane(Vector3(0, 0, 2), 10.0);
+    change(plane);
+    return plane;
+  };
+  struct Row
+  {
+    const char* what;
+    Plane3 plane;
+    Vector3 normal;
+    double distance;
+  };
+  const Row rows[] = {
+      {"default", Plane3(), {0, 0, 1}, 0},
+      {"normal and distance", Plane3(diagonal, 10.0), {0, 0.6, 0.8}, 10},
+      {"normal and point", Plane3(diagonal, Point3(7, 5, 10)), {0, 0.6, 0.8}, 11},
+      {"turned about the foot point", changed([&](Plane3& p) { p.setNormal(diagonal); }), {0, 0.6, 0.8}, 8},
+      {"turned about the origin", changed([&](Plane3& p) { p.setNormalizedNormal(x); }), {1, 0, 0}, 10},
+      {"moved to a point", changed([&](Plane3& p) { p.setPoint(Point3(1, 2, 3)); }), {0, 0, 1}, 3},
+      {"both", changed([&](Plane3& p) { p.setPointAndNormal(Point3(1, 2, 3), x); }), {1, 0, 0}, 1},
+      {"inverted", changed([&](Plane3& p) { p.invert(); }), {0, 0, -1}, -10},
+      {"without direction", Plane3(Vector3(0, 0, 1e-13), 4.0), {0, 0, 1e-13}, 4},
+      {"turned to nothing", changed([&](Plane3& p) { p.setNormal(Vector3()); }), {0, 0, 0}, 0},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    EXPECT_THAT(row.plane.getNormal(), IsWithinUlps(row.normal, 2));
+    EXPECT_DOUBLE_EQ(row.plane.getDistance(), row.distance);
+  }
+  EXPECT_EQ((Plane<float, 2>().getNormal()), (Vector<float, 2>(0, 1)));
+}
+
+TEST(PlaneTest, SidesIncludeTheirBorders)
+{
+  const Plane3 plane(Vector3(0, 0, 1), 1.0);
+  struct Row
+  {
+    double z, eps;
+    Side side;
+    bool above;
+  };
+  const Row rows[] = {
+      {1.5, 0.5, Side::On, true},           {0.5, 0.5, Side::On, false}, {1.5, 0.4999, Side::Above, true},
+      {0.5, 0.4999, Side::Below, false},    {1, 0, Side::On, true},      {3, 0, Side::Above, true},
+      {std::nan(""), 9, Side::Below, false}};
+  for (const Row& row : rows) {
+    const Point3 p(8, 9, row.z);
+    EXPECT_EQ(plane.getSideOfPoint(p, row.eps), row.side) << row.z << " eps " << row.eps;
+    EXPECT_EQ(plane.pointIsAbove(p), row.above) << row.z;
+    EXPECT_EQ(plane.pointIsBelow(p), !row.above) << row.z;
+  }
+}
+
+TEST(PlaneTest, EqualityIsExactOrWithinDistanceAndAngle)
+{
+  const Plane3 plane(Vector3(0, 0, 1), 1.0);
+  const Plane3 near(Vector3(0, std::sin(0.1), std::cos(0.1)), 1.25);
+  EXPECT_TRUE(plane == Plane3(Vector3(0, 0, 1), Point3(4, 5, 1)));
+  EXPECT_TRUE(plane != Plane3(Vector3(0, 0, 1), 1.0000000001));
+  EXPECT_TRUE(plane.isEqual(near, 0.25, 0.1001));
+  EXPECT_FALSE(plane.isEqual(near, 0.2499, 0.1001));
+  EXPECT_FALSE(plane.isEqual(near, 0.25, 0.0999));
+}
+
+TEST(PlaneTest, ProjectionsAndMirrorsSplitAlongAndAcross)
+{
+  RandomGeometry random(61);
+  for (int row = 0; row < 100; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const Plane3 plane = randomPlane(random);
+    const Point3 p(random.inCube<3>(10));
+    const Point3 foot = plane.getProjectedPoint(p);
+    EXPECT_NEAR(plane.getDistanceOfPoint(foot), 0.0, 1e-13);
+    EXPECT_NEAR((p - foot).cross(plane.getNormal()).length(), 0.0, 1e-13);
+    EXPECT_THAT(plane.getMirroredPoint(p), IsNear(Vector3(foot * 2.0 - p), 1e-13));
+    Point3 image(p);
+    EXPECT_THAT(image.mirror(plane), IsNear(plane.getMirroredPoint(p), 1e-13)) << "the second way";
+    const Vector3 v = random.inCube<3>(3);
+    EXPECT_THAT(plane.getProjectedVector(v), IsNear(plane.getNormal().gramSchmidt(v), 1e-14));
+    EXPECT_THAT(plane.getMirroredVector(v),
+                IsNear(Vector3(plane.getMirroredPoint(p + v) - plane.getMirroredPoint(p)), 1e-13));
+  }
+}
+
+TEST(PlaneTest, PointsKeepTheirDistanceFromAMovedPlane)
+{
+  RandomGeometry random(62);
+  for (int row = 0; row < 100; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const Plane3 plane = randomPlane(random), other = randomPlane(random);
+    const auto rotation = MatrixFunctions::makeRotationMatrix(random.uniform(-3, 3), random.direction<3>());
+    const CoordinateSystem<double, 3> placement(OrthMatrix<double, 3>(rotation.second), Point3(random.inCube<3>(9)));
+    Point3 p(random.inCube<3>(10)), q(p);
+    const double distance = plane.getDistanceOfPoint(p);
+    EXPECT_NEAR(plane.getTransformed(placement).getDistanceOfPoint(p.transform(placement)), distance, 1e-12);
+    EXPECT_NEAR(Plane3(plane).mirror(other).getDistanceOfPoint(q.mirror(other)), distance, 1e-12);
+  }
+}
+
+TEST(PlaneTest, CutsLinesInAPointOfBoth)
+{
+  RandomGeometry random(63);
+  for (int row = 0; row < 200; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const Plane3 plane = randomPlane(random);
+    const Point3 a(random.inCube<3>(10)), b(random.inCube<3>(10));
+    if (std::abs(plane.getNormal().dot(b - a)) < 0.1) continue;
+    Point3 hit, again;
+    double t = 0, u = 0;
+    ASSERT_TRUE(plane.intersect(a, b - a, hit, &t));
+    EXPECT_NEAR(plane.getDistanceOfPoint(hit), 0.0, 1e-11);
+    EXPECT_THAT(hit, IsNear(Vector3(a + (b - a) * t), 1e-11));
+    ASSERT_TRUE(plane.intersect(StraightLine<double, 3>(a, b, 0.1), again, nullptr));
+    EXPECT_THAT(again, IsNear(hit, 1e-12));
+    ASSERT_TRUE(plane.segmentIntersection(a, b, again, &u)) << "beyond its ends, too";
+    EXPECT_NEAR(u, t, 1e-12);
+  }
+}
+
+TEST(PlaneTest, RefusesLinesWithALowSlope)
+{
+  const Plane3 plane(Vector3(0, 0, 1), 1.0);
+  struct Row
+  {
+    Vector3 v;
+    bool hit;
+  };
+  const Row rows[] = {{{1, 0, 0.00009}, false},
+                      {{1, 0, 0.0001}, true},
+                      {{1, 0, -0.00011}, true},
+                      {{0, 0, 0.00009}, false},
+                      {{1, 0, 0}, false}};
+  for (const Row& row : rows) {
+    Point3 out(7, 7, 7);
+    double t = 7;
+    EXPECT_EQ(plane.intersect(Vector3(), row.v, out, &t), row.hit) << row.v;
+    if (!row.hit) {
+      EXPECT_EQ(out, Point3(7, 7, 7));
+      EXPECT_EQ(t, 7);
+    }
+  }
+}
+
+TEST(PlaneTest, TwoPlanesShareALine)
+{
+  RandomGeometry random(64);
+  for (int row = 0; row < 100; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    const Plane3 a = randomPlane(random), b = randomPlane(random);
+    if (a.getNormal().cross(b.getNormal()).length() < 0.1) continue;
+    StraightLine<double, 3> line(0.5);
+    ASSERT_TRUE(a.intersect(b, line));
+    EXPECT_EQ(line.getTolerance(), 0.1) << "the tolerance comes along";
+    EXPECT_NEAR(line.getDirection().length(), 1.0, 1e-12);
+    EXPECT_GT(line.getDirection().dot(a.getNormal().cross(b.getNormal())), 0.0);
+    for (const Point3& p : {line.getStart(), line.getEnd()}) {
+      EXPECT_NEAR(a.getDistanceOfPoint(p), 0.0, 1e-10);
+      EXPECT_NEAR(b.getDistanceOfPoint(p), 0.0, 1e-10);
+    }
+  }
+}
+
+TEST(PlaneTest, TheSharedLineStartsWhereItsSteepestCoordinateIsZero)
+{
+  struct Row
+  {
+    const char* what;
+    Vector3 n1, n2;
+    unsigned zero;
+  };
+  const Row rows[] = {{"along x", {0, 1, 0}, {0, 0, 1}, 0},      {"along y", {0, 0, 1}, {1, 0, 0}, 1},
+                      {"along z", {1, 0, 0}, {0, 1, 0}, 2},      {"x and y tie", {0, 0, 1}, {1, -1, 0}, 0},
+                      {"y and z tie", {1, 0, 0}, {0, 1, -1}, 1}, {"x and z tie", {0, 1, 0}, {1, 0, -1}, 0}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    const Point3 common(3, 4, 5);
+    StraightLine<double, 3> line;
+    ASSERT_TRUE(Plane3(row.n1, common).intersect(Plane3(row.n2, common), line));
+    EXPECT_EQ(line.getStart()[row.zero], 0.0);
+    EXPECT_NEAR((common - line.getStart()).cross(line.getDirection()).length(), 0.0, 1e-14);
+  }
+  const double slope[] = {std::sqrt(1e-7), 1.1e-3};
+  for (const double s : slope) {
+    StraightLine<double, 3> line;
+    EXPECT_EQ(Plane3().intersect(Plane3(Vector3(0, s, std::sqrt(1 - s * s)), 1.0), line), s > 1e-3);
+  }
+  StraightLine<double, 2> flat;
+  EXPECT_FALSE((Plane<double, 2>(Vector<double, 2>(1, 0), 0.0).intersect(Plane<double, 2>(), flat)));
+}
+
+TEST(PlaneTest, CutsPolylinesSegmentBySegment)
+{
+  const Plane3 plane(Vector3(0, 0, 1), 0.0);
+  struct Row
+  {
+    const char* what;
+    const char* line;
+    double eps;
+    const char* crossings;
+    std::vector<double> arcs;
+    bool crossed;
+  };
+  const Row rows[] = {
+      {"empty", "", 0, "", {}, false},
+      {"one point", "1,0,0", 0, "", {}, false},
+      {"above", "0,0,1 1,0,2", 0, "", {}, false},
+      {"once", "0,0,1 0,0,-3", 0, "0,0,0", {1}, true},
+      {"touching vertex", "0,0,2 3,0,0 3,0,2", 0, "3,0,0", {std::sqrt(13.0)}, true},
+      {"closing segment", "0,0,1 4,0,1 4,0,-1 0,0,-1 closed", 0, "4,0,0 0,0,0", {5, 11}, true},
+      {"running along: the last vertex is missing", "0,0,0 2,0,0 5,0,0", 0, "0,0,0 2,0,0", {0, 2}, true},
+      {"eps takes the product", "0,0,1 3,0,0.5", 0.5, "6,0,0", {2 * std::sqrt(9.25)}, true},
+      {"just above eps", "0,0,1 3,0,0.5", 0.4999, "", {}, false},
+      {"nearly level: its start", "1,0,0.000001 2,0,-0.000002", 0, "1,0,0.000001", {0}, true},
+      {"closed at a touched vertex",
+       "0,0,0 2,0,-1 2,0,1 closed",
+       0,
+       "0,0,0 2,0,0 0,0,0",
+       {0, std::sqrt(5.0) + 1, 2 * std::sqrt(5.0) + 2},
+       true},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    const auto line = polyLineFrom<Point3>(row.line);
+    const auto expected = polyLineFrom<Point3>(row.crossings);
+    std::vector<Point3> points;
+    std::vector<double> arcs;
+    EXPECT_EQ(plane.intersect(line, &points, &arcs, row.eps), row.crossed);
+    ASSERT_EQ(points.size(), expected.numberOfPoints());
+    ASSERT_EQ(arcs.size(), row.arcs.size());
+    for (std::size_t i = 0; i < points.size(); ++i) {
+      EXPECT_THAT(points[i], IsNear(expected[i], 1e-14));
+      EXPECT_NEAR(arcs[i], row.arcs[i], 1e-14);
+    }
+    EXPECT_EQ((plane.intersect<Point3>(line, nullptr, nullptr, row.eps)), row.crossed);
+  }
+}
+
+TEST(PlaneTest, RepeatsAreToldByTheLastPointAlone)
+{
+  const Plane3 plane(Vector3(0, 0, 1), 0.0);
+  const auto line = polyLineFrom<Point3N>("0,0,2/0,0,1 3,0,0/1,0,0 3,0,2/1,0,0");
+  std::vector<Point3N> points{Point3N(3, 0, 0)};
+  std::vector<double> arcs;
+  EXPECT_TRUE(plane.intersect(line, &points, &arcs, 0.0)) << "repeats count";
+  EXPECT_EQ(points.size(), 1u) << "the caller's point takes part";
+  EXPECT_TRUE(arcs.empty());
+  EXPECT_TRUE(plane.intersect<Point3N>(line, nullptr, &arcs, 0.0));
+  EXPECT_EQ(arcs.size(), 2u) << "without points nothing is filtered";
+  points.clear();
+  plane.intersect<Point3N>(line, &points, nullptr, 0.0);
+  ASSERT_EQ(points.size(), 1u);
+  EXPECT_THAT(points[0].getNormal(), IsNear(Vector3(1, 0, 0), 1e-15)) << "attributes are interpolated";
+}
+
+TEST(PlaneTest, ClippingKeepsWhatIsNotBelow)
+{
+  const Plane3 plane(Vector3(0, 0, 1), 0.0);
+  struct Row
+  {
+    const char* what;
+    const char* line;
+    std::vector<const char*> pieces;
+  };
+  const Row rows[] = {
+      {"empty", "", {}},
+      {"a point above", "0,0,1", {"0,0,1"}},
+      {"a point on the plane", "0,0,0", {}},
+      {"all below", "0,0,-1 1,0,-1", {}},
+      {"all above, closed", "0,0,1 1,0,1 1,0,2 closed", {"0,0,1 1,0,1 1,0,2 closed"}},
+      {"square", "0,0,1 4,0,1 4,0,-1 0,0,-1 closed", {"0,0,1 4,0,1 4,0,0", "0,0,0 0,0,1"}},
+      {"in and out", "0,0,-1 1,0,1 2,0,-1", {"0.5,0,0 1,0,1 1.5,0,0"}},
+      {"touched from above, thrice", "0,0,1 1,0,0 2,0,1", {"0,0,1 1,0,0 1,0,0 1,0,0 2,0,1"}},
+      {"from the plane down", "0,0,0 1,0,-1", {"0,0,0"}},
+      {"from the plane up", "0,0,0 1,0,1", {"0,0,0 1,0,1"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    std::vector<PolyLine<Point3N>> out(1);
+    plane.clipWithHalfSpace(polyLineFrom<Point3N>(row.line), out);
+    ASSERT_EQ(out.size(), 1 + row.pieces.size()) << "pieces are appended";
+    for (std::size_t i = 0; i < row.pieces.size(); ++i) {
+      const auto expected = polyLineFrom<Point3N>(row.pieces[i]);
+      EXPECT_TRUE(out[i + 1].isCompletelyEqual(expected, 1e-15)) << "piece " << i;
+      EXPECT_EQ(out[i + 1].getTolerance(), 0.1);
+    }
+  }
+}
+
+TEST(PlaneTest, BothHalvesOfAClippedLineMakeTheWhole)
+{
+  RandomGeometry random(65);
+  for (int row = 0; row < 50; ++row) {
+    SCOPED_TRACE("row " + std::to_string(row));
+    PolyLine<Point3NT> line;
+    for (const Vector3& p : random.walk<3>(40, 2.0))
+      line.addPoint(Point3NT(p, random.direction<3>(), random.direction<3>()));
+    line.setClosed(random.coin());
+    Plane3 plane(random.direction<3>(), line[20]);
+    plane.setDistance(plane.getDistance() + 0.01);
+    double length = 0;
+    for (int side = 0; side < 2; ++side) {
+      std::vector<PolyLine<Point3NT>> pieces;
+      plane.clipWithHalfSpace(line, pieces);
+      for (const auto& piece : pieces) {
+        length += piece.getTotalLength();
+        for (const Point3NT& p : piece) {
+          EXPECT_GT(plane.getDistanceOfPoint(p), -1e-12);
+          EXPECT_TRUE(p.hasNormal() && p.hasTangent());
+        }
+      }
+      plane.invert();
+    }
+    EXPECT_NEAR(length, line.getTotalLength(), 1e-9);
+  }
+}
+
+TEST(PlaneTest, SurvivesTheArchiveFieldByField)
+{
+  ArchiveWriter writer;
+  writer.object("Plane3", [&] {
+    writer << 2.5;
+    Persistence::saveObject(writer.archive(), Vector3(0, 0.6, 0.8));
+  });
+  Plane3 plane;
+  loadFrom(writer.bytes(), plane);
+  EXPECT_EQ(plane.getDistance(), 2.5);
+  EXPECT_EQ(plane.getNormal(), Vector3(0, 0.6, 0.8));
+  EXPECT_EQ(archiveOf(plane), writer.bytes());
+  const Plane<float, 2> stored(Vector<float, 2>(3, 4), 2.0F);
+  Plane<float, 2> loaded;
+  roundTrip(stored, loaded);
+  EXPECT_TRUE(loaded == stored);
+}
+
+TEST(PlaneTest, DumpsASquareOfTwoTriangles)
+{
+  const std::string name = testing::TempDir() + "PlaneTest.dump";
+  const Plane3 plane(Vector3(1, 2, 3), 4.0);
+  Vector3 center(5, -1, 2);
+  plane.dump(center, name, 6.0);
+  std::ifstream file(name);
+  std::string line;
+  std::vector<Point3> corners;
+  int facets = 0;
+  bool inFacets = false;
+  while (std::getline(file, line)) {
+    std::istringstream row(line);
+    std::size_t index;
+    Vector3 p;
+    inFacets = inFacets || line == "Facets";
+    if (!(row >> index)) continue;
+    if (inFacets)
+      ++facets;
+    else if (row >> p)
+      corners.emplace_back(p);
+  }
+  std::filesystem::remove(name);
+  EXPECT_EQ(facets, 2);
+  ASSERT_EQ(corners.size(), 4u);
+  for (std::size_t i = 0; i < 4; ++i) {
+    EXPECT_NEAR(plane.getDistanceOfPoint(corners[i]), 0.0, 1e-12);
+    EXPECT_NEAR(corners[i].distance(corners[(i + 1) % 4]), 6.0, 1e-12);
+    EXPECT_NEAR(corners[i].distance(plane.getProjectedPoint(center)), 3 * std::sqrt(2.0), 1e-12);
+  }
+}
+
+} // namespace
+} // namespace Kavrel::Testing
