@@ -30,12 +30,13 @@ public:
   {
     if (failed) return false;
     skipToWord();
+    if (position == end) return false;
     wordStart = position;
     while (position != end && !endsWord(*position))
       ++position;
     word = std::string_view(wordStart, static_cast<std::size_t>(position - wordStart));
     if (position != end) ++position;
-    return !word.empty();
+    return true;
   }
 
   /// The next number; false, for good, where there is none or where it is too large for the type. A number too small

@@ -1,0 +1,343 @@
+#include "geometry/KvFileParser.h"
+
+#include "geometry/Point3NT.h"
+#include "geometry/PolyLine.h"
+#include "geometry/ShapecoreException.h"
+#include "geometry/mesh/Mesh.h"
+#include "platform/kvfile/KvIfstream.h"
+#include "platform/kvtranslate/Translator.h"
+#include "support/MeshBuilder.h"
+#include "support/TextFile.h"
+
+#include <gtest/gtest.h>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+#include <typeinfo>
+
+namespace Kavrel {
+namespace {
+
+using namespace Testing;
+
+/// What came out of a read: the objects, then how it ended.
+struct Outcome
+{
+  std::string objects;
+  std::string error;
+  TextImportStatus status;
+};
+
+template <class Read>
+Outcome outcomeOf(const std::string& text, Read&& read)
+{
+  const TextFile file(text);
+  KvIfstream stream(file.getName());
+  KvFileParser parser(stream);
+  Outcome outcome;
+  std::ostringstream out;
+  try {
+    read(parser, out);
+  } catch (const ShapecoreException& error) {
+    outcome.error = std::string("Shapecore: ") + error.what();
+  } catch (const KvException& error) {
+    outcome.error = error.what();
+  } catch (const std::logic_error& error) {
+    outcome.error =
+        std::string(dynamic_cast<const std::invalid_argument*>(&error) ? "invalid: " : "range: ") + error.what();
+  }
+  outcome.objects = out.str();
+  outcome.status = parser.getStatus();
+  return outcome;
+}
+
+void write(std::ostream& out, const Point3N& point)
+{
+  out << '(' << static_cast<const Vector<double, 3>&>(point);
+  if (point.hasNormal()) out << " n " << point.getNormal();
+}
+
+/// Calls `fill` and writes what it left in the target, also when it raises.
+template <class Target, class Fill, class Write>
+void fillAndWrite(Target& target, Fill&& fill, Write&& writeTarget)
+{
+  struct Writer
+  {
+    ~Writer() { write(target); }
+    Target& target;
+    Write& write;
+  } writer{target, writeTarget};
+  fill(target);
+}
+
+Outcome readMesh(const std::string& text)
+{
+  return outcomeOf(text, [](KvFileParser& parser, std::ostream& out) {
+    Mesh mesh;
+    const auto writeMesh = [&out](const Mesh& m) {
+      for (auto v = m.beginVertex(); v != m.endVertex(); ++v) {
+        write(out, *v);
+        out << ')';
+      }
+      for (auto t = m.beginTriangle(); t != m.endTriangle(); ++t)
+        out << '[' << *t << ']';
+      if (m.hasNormals()) out << 'N';
+    };
+    fillAndWrite(
+        mesh, [&parser](Mesh& m) { parser.readMesh(m); }, writeMesh);
+  });
+}
+
+Outcome readPolyLines(const std::string& text)
+{
+  return outcomeOf(text, [](KvFileParser& parser, std::ostream& out) {
+    std::vector<std::shared_ptr<PolyLine<Point3NT>>> polylines;
+    const auto writeLines = [&out](const auto& lines) {
+      for (const auto& line : lines) {
+        out << (line->isClosed() ? '{' : '<');
+        for (const Point3NT& point : *line) {
+          write(out, point);
+          if (point.hasTangent()) out << " t " << point.getTangent();
+          out << ')';
+        }
+        out << (line->isClosed() ? '}' : '>');
+        EXPECT_EQ(line->getTolerance(), 0.1);
+      }
+    };
+    fillAndWrite(
+        polylines, [&parser](auto& lines) { parser.readPolyLine(lines); }, writeLines);
+  });
+}
+
+Outcome readPoints(const std::string& text)
+{
+  return outcomeOf(text, [](KvFileParser& parser, std::ostream& out) {
+    std::vector<std::shared_ptr<std::vector<Point3N>>> collections;
+    const auto writeCollections = [&out](const auto& all) {
+      for (const auto& collection : all) {
+        out << '<';
+        for (const Point3N& point : *collection) {
+          write(out, point);
+          out << ')';
+        }
+        out << '>';
+      }
+    };
+    fillAndWrite(
+        collections, [&parser](auto& all) { parser.readPoints(all); }, writeCollections);
+  });
+}
+
+struct Row
+{
+  const char* what;
+  std::string text;
+  std::string objects;
+  std::string error;
+  bool complete;
+  std::size_t line;
+};
+
+template <class Read>
+void expectRows(const std::vector<Row>& rows, Read&& read)
+{
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    const Outcome outcome = read(row.text);
+    EXPECT_EQ(outcome.objects, row.objects);
+    EXPECT_EQ(outcome.error, row.error);
+    EXPECT_EQ(outcome.status.complete, row.complete);
+    EXPECT_EQ(outcome.status.line, row.line);
+  }
+}
+
+const std::string corners = "points\n0 0 0 0\n1 1 0 0\n2 0 1 0\n"; // four lines
+const std::string flat = "(0 0 0 n 0 0 1)(1 0 0 n 0 0 1)(0 1 0 n 0 0 1)[0 1 2]N";
+const std::string bare = "(0 0 0)(1 0 0)(0 1 0)";
+
+TEST(KvFileParser, meshes)
+{
+  expectRows(
+      {{"as dumped", "#Mesh\nPoints\n0 0 0 0\n1 1 0 0\n2 0 1 0\n\nFacets\n0 0 1 2\n", flat, "", true, 8},
+       {"no final newline", corners + "facets\n0 0 1 2", flat, "", true, 6},
+       {"carriage returns", "POINTS\r\n0 0 0 0\r\n1 1 0 0\r\n2 0 1 0\r\nFaCeTs\r\n0 0 1 2\r\n", flat, "", true, 6},
+       {"all on one line", "points a 0 0 0 b 1 0 0 c 0 1 0 facets d 0 1 2", flat, "", true, 1},
+       {"words before the first keyword", "hello 1 2 3 world " + corners + "facets 0 0 1 2", flat, "", true, 5},
+       {"a foreign keyword ends the section", corners + "poly3d\n9 9 9 9\nfacets 0 0 1 2", flat, "", true, 7},
+       {"comment behind a row", "points\n0 0 0 0 # origin\n1 1 0 0\n2 0 1 0\nfacets\n0 0 1 2", flat, "", true, 6},
+       {"comment glued to the running number", "points 0# 0 0 0 1#1 0 0 2#0 1 0 facets 0#0 1 2", flat, "", true, 1},
+       {"temperatures and binormals are dropped", corners + "temperatures 0 9.5 binormals 0 1 2 3 facets 0 0 1 2", flat,
+        "", true, 5},
+       {"points alone", corners, bare, "", true, 4},
+       {"two sections of facets", corners + "facets 0 0 1 2\nfacets 0 0 2 1",
+        flat.substr(0, flat.size() - 1) + "[0 2 1]N", "", true, 6},
+       {"normals given", corners + "normals 0 1 0 0 1 0 1 0 2 0 0 2\nfacets 0 0 1 2",
+        "(0 0 0 n 1 0 0)(1 0 0 n 0 1 0)(0 1 0 n 0 0 2)[0 1 2]N", "", true, 6},
+       {"normals behind the facets, unchecked", corners + "facets 0 0 1 2\nnormals 0 1 0 0",
+        "(0 0 0 n 1 0 0)(1 0 0 n 0 0 1)(0 1 0 n 0 0 1)[0 1 2]N", "", true, 6},
+
+       {"empty", "", "", "File is empty.", false, 1},
+       {"comments alone", "# one\n# two", "", "File is empty.", false, 1},
+       {"index out of range", corners + "facets\n0 0 1 2\n1 0 1 3\n2 0 1 2", bare + "[0 1 2]",
+        "Shapecore: Mesh: Facet data is corrupted.", false, 7},
+       {"negative index", corners + "facets\n0 0 1 -1", bare, "Shapecore: Mesh: Facet data is corrupted.", false, 6},
+       {"index beyond 32 bits", corners + "facets\n0 0 1 4294967296", bare, "Mesh contains no facets.", false, 6},
+       {"facets before points", "facets\n0 0 1 2\n" + corners, "", "Shapecore: Mesh: Facet data is corrupted.", false,
+        2},
+       {"no facets behind the keyword", corners + "facets", bare, "Mesh contains no facets.", false, 5},
+       {"no points", "facets points", "", "Mesh contains no points.", false, 1},
+       {"too many normals", "points 0 1 2 3\nnormals\n0 1 0 0\n1 1 0 0", "(1 2 3 n 1 0 0)N",
+        "Mesh contains a wrong number of normals.", false, 4},
+       {"too few normals", corners + "normals 0 1 0 0\nfacets 0 0 1 2", "(0 0 0 n 1 0 0)(1 0 0)(0 1 0)[0 1 2]N",
+        "Shapecore: Mesh: Wrong number of normals.", false, 6},
+       {"a zero normal", "points 0 0 0 0 1 1 0 0 2 0 1 0 normals 0 1 0 0 1 0 0 0 2 0 0 1 facets 0 0 1 2",
+        "(0 0 0 n 1 0 0)(1 0 0)(0 1 0 n 0 0 1)[0 1 2]N", "Shapecore: Mesh: Wrong number of normals.", false, 1},
+
+       {"a point that isn't a number", "points\n0 0 0 0\n1 nan 0 0\n2 0 1 0\nfacets\n0 0 1 2", "(0 0 0)", "", false, 3},
+       {"an infinite point", "points\n0 0 0 0\n1 1e999 0 0", "(0 0 0)", "", false, 3},
+       {"truncated in a point", "points\n0 0 0 0\n1 1 0", "(0 0 0)", "", false, 3},
+       {"truncated behind a running number", "points\n0 0 0 0\n1", "(0 0 0)", "", false, 3},
+       {"truncated in a facet", corners + "facets\n0 0 1 2\n1 0 2", flat, "", false, 7},
+       {"fractional index", corners + "facets\n0 0 1 2\n1 0.5 1 2", flat, "", false, 7},
+       {"comment inside a row", "points\n0 0 0 # 0\n1 1 0 0", "", "", false, 2},
+       {"a short row eats the next one", "points\n0 0 0\n1 1 0 0\n2 0 1 0\nfacets\n0 0 1 2", "(0 0 1)(0 0 2)", "",
+        false, 4}},
+      readMesh);
+}
+
+TEST(KvFileParser, polylines)
+{
+  const std::string line = "poly3d 0 0 0 0 1 1 0 0 2 1 1 0\n";
+  const std::string read = "<(0 0 0)(1 0 0)(1 1 0)>";
+  expectRows(
+      {{"three sections", line + line + "POLY3D\n", read + read + "<>", "", true, 3},
+       {"closed ends", line + "3 0.000009 0 0", "{(0 0 0)(1 0 0)(1 1 0)}", "", true, 2},
+       {"ends apart", line + "3 0.0001 0 0", "<(0 0 0)(1 0 0)(1 1 0)(0.0001 0 0)>", "", true, 2},
+       {"closed ends with normals stay open",
+        "poly3d 0 0 0 0 1 1 0 0 2 0 1 0 3 0 0 0 normals 0 0 0 1 1 0 0 1 2 0 0 1 3 0 0 1",
+        "<(0 0 0 n 0 0 1)(1 0 0 n 0 0 1)(0 1 0 n 0 0 1)(0 0 0 n 0 0 1)>", "", true, 1},
+       {"normals, then binormals", line + "normals 0 0 0 2 binormals 0 3 0 0 1 4 0 0",
+        "<(0 0 0 n 0 0 2 t 3 0 0)(1 0 0 t 4 0 0)(1 1 0)>", "", true, 2},
+       {"binormals, then normals, then binormals again",
+        line + "binormals 0 3 0 0 1 4 0 0 normals 0 0 0 2 binormals 0 5 0 0",
+        "<(0 0 0 n 0 0 2 t 5 0 0)(1 0 0 t 4 0 0)(1 1 0)>", "", true, 2},
+       {"second normals belong to nothing", line + "normals 0 0 0 1 normals 0 0 0 2 1 0 0 2",
+        "<(0 0 0 n 0 0 1)(1 0 0)(1 1 0)>", "", true, 2},
+       {"a zero normal is none", line + "normals 0 0 0 0", read, "", true, 2},
+       {"points with normals", "projpoints\n0 0 0 1 2 0 0 3\n1 0 0 -1 -2 0 0 0\n", "<(0 0 0 n 0 0 3)(1 0 0)>", "", true,
+        3},
+       {"projpoints twice", "projpoints 1 0 0 0 0 0 0 1 projpoints 2 0 0 0 0 0 0 1",
+        "<(1 0 0 n 0 0 1)><(2 0 0 n 0 0 1)>", "", true, 1},
+       {"normals behind projpoints belong to nothing", "projpoints 1 0 0 0 0 0 0 1 normals 0 1 0 0",
+        "<(1 0 0 n 0 0 1)>", "", true, 1},
+       {"a prefix and hexadecimal digits in front", "projpoints 1.5m 0 0 0 0 0 0 1 0x10 0 0 0 0 0 0 1",
+        "<(1.5 0 0 n 0 0 1)(16 0 0 n 0 0 1)>", "", true, 1},
+       {"temperatures end it", line + "temperatures 0 20 normals 0 0 0 1", read, "", true, 2},
+       {"a mesh has no polylines", corners + "normals 0 0 0 1\nfacets 0 0 1 2", "", "", true, 6},
+
+       {"too many normals", line + line + "normals 0 0 0 1 1 0 0 1 2 0 0 1\n3 0 0 1", read,
+        "Polyline contains a wrong number of normals.", false, 4},
+       {"too many binormals", line + line + "binormals 0 0 0 1 1 0 0 1 2 0 0 1\n3 0 0 1", read,
+        "Polyline contains a wrong number of binormals.", false, 4},
+       {"no number in front", line + "projpoints\nx 0 0 0 0 0 0 1", read, "invalid: invalid stod argument", false, 3},
+       {"too large a number in front", line + "projpoints\n1e999 0 0 0 0 0 0 1", read,
+        "range: stod argument out of range", false, 3},
+       {"fractional integer", line + "projpoints\n1 0 0 0.5 0 0 0 1", read + "<>", "", false, 3},
+       {"truncated", line + "3 1", read, "", false, 2},
+       {"empty", "#", "", "File is empty.", false, 1}},
+      readPolyLines);
+}
+
+TEST(KvFileParser, pointCollections)
+{
+  expectRows(
+      {{"collections and their normals",
+        "poly3d 0 1 2 3 1 4 5 6\nnormals 0 0 0 2\nprojpoints 7 8 9 0 0 1 0 0\nprojpoints",
+        "<(1 2 3 n 0 0 2)(4 5 6)><(7 8 9 n 1 0 0)><>", "", true, 4},
+       {"closed ends stay apart", "poly3d 0 1 0 0 1 2 0 0 2 3 1 0 3 1 0 0", "<(1 0 0)(2 0 0)(3 1 0)(1 0 0)>", "", true,
+        1},
+       {"binormals are dropped", "poly3d 0 1 0 0 binormals 0 1 0 0 1 1 0 0 normals 0 0 0 1", "<(1 0 0 n 0 0 1)>", "",
+        true, 1},
+       {"mesh keywords without rows", "points facets poly3d 0 1 2 3", "<(1 2 3)>", "", true, 1},
+       {"a vertex", "poly3d 0 1 2 3\npoints\n0 1 2 3", "<(1 2 3)>", "The file seems to contain meshes.", false, 3},
+       {"a facet", "poly3d 0 1 2 3\nfacets\n0 1 2 3", "<(1 2 3)>", "The file seems to contain meshes.", false, 3},
+       {"too many normals", "poly3d 0 1 2 3\nnormals 0 1 2 3\n1 1 2 3", "",
+        "Point-Collection contains a wrong number of normals.", false, 3}},
+      readPoints);
+}
+
+TEST(KvFileParser, readsBackWhatAMeshDumps)
+{
+  for (const bool withNormals : {false, true}) {
+    Mesh mesh = hills(20, 30);
+    mesh.computeNormals(false, true);
+    std::ostringstream text;
+    text.precision(17);
+    mesh.dump(text, withNormals, false);
+
+    const TextFile file(text.str());
+    KvIfstream stream(file.getName());
+    Mesh read;
+    KvFileParser(stream).readMesh(read);
+    ASSERT_EQ(read.numberOfVertices(), mesh.numberOfVertices());
+    ASSERT_EQ(read.numberOfTriangles(), mesh.numberOfTriangles());
+    for (unsigned i = 0; i < mesh.numberOfVertices(); ++i) {
+      EXPECT_EQ(read.getVertexRef(i), mesh.getVertexRef(i));
+      // Without normals in the file they are computed anew, from the same positions.
+      EXPECT_EQ(read.getVertexRef(i).getNormal(), mesh.getVertexRef(i).getNormal());
+    }
+    EXPECT_EQ(read.getHash(), mesh.getHash());
+  }
+}
+
+// Whatever the bytes, a read ends with objects or with a failure, and the objects that there are hang together.
+TEST(KvFileParser, survivesDamagedFiles)
+{
+  RandomGeometry random(720);
+  Mesh mesh = hills(4, 4);
+  mesh.computeNormals(false, true);
+  std::ostringstream dumped;
+  mesh.dump(dumped, true, true);
+  const std::string sources[] = {
+      dumped.str(), "poly3d\n0 1 2 3\n1 2 3 4\nnormals\n0 0 0 1\nbinormals\n0 1 0 0\nprojpoints\n1 2 3 4 5 6 7 8\n"};
+  for (int i = 0; i < 3000; ++i) {
+    SCOPED_TRACE(i);
+    std::string text = sources[random.index(2)];
+    for (std::size_t n = random.index(4); n > 0; --n)
+      text[random.index(text.size())] = static_cast<char>(random.index(256));
+    if (random.coin()) text.resize(random.index(text.size()));
+
+    const TextFile file(text);
+    for (int kind = 0; kind < 3; ++kind) {
+      KvIfstream stream(file.getName());
+      KvFileParser parser(stream);
+      Mesh read;
+      try {
+        if (kind == 0) parser.readMesh(read);
+        if (kind == 1) parser.readPolyLine();
+        if (kind == 2) parser.readPoints();
+      } catch (const KvException&) {
+      } catch (const std::logic_error&) {
+      }
+      for (auto t = read.beginTriangle(); t != read.endTriangle(); ++t)
+        for (unsigned corner = 0; corner < 3; ++corner)
+          ASSERT_EQ(t->getVertex(corner), read.getVertex(t->getVertexRef(corner).getIndex()));
+    }
+  }
+}
+
+TEST(KvFileParser, translatesItsMessages)
+{
+  std::string context;
+  const auto before = Translator::setCatalogue([&context](const Translator::Query& query) {
+    context = query.context;
+    return std::optional<std::string>("leer");
+  });
+  const Outcome outcome = readMesh("");
+  Translator::setCatalogue(before);
+  EXPECT_EQ(outcome.error, "leer");
+  EXPECT_EQ(context, "KvFileParser");
+}
+
+} // namespace
+} // namespace Kavrel

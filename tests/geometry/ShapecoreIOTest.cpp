@@ -1,0 +1,131 @@
+#include "geometry/ShapecoreIO.h"
+
+#include "geometry/PolyLine.h"
+#include "geometry/ShapecoreException.h"
+#include "geometry/mesh/Mesh.h"
+#include "support/TextFile.h"
+
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+
+namespace Kavrel {
+namespace {
+
+using namespace Testing;
+
+const std::string lines = "poly3d 0 1 2 3 1 4 5 6 2 7 8 10\nnormals 0 0 0 2 1 0 0 0.05\n"
+                          "poly3d 0 0 0 0 1 1 0 0 2 1 1 0 3 0 0 0\n";
+
+template <class PointType>
+class ImportedLines : public testing::Test
+{};
+
+using PointTypes = testing::Types<Point<float, 2>, Point<float, 3>, Point<double, 2>, Point<double, 3>, Point3N,
+                                  Point3NT, ProjectionPoint, ConstraintPoint>;
+TYPED_TEST_SUITE(ImportedLines, PointTypes);
+
+TYPED_TEST(ImportedLines, keepCoordinatesAttributesAndClosedness)
+{
+  const TextFile file(lines);
+  const auto read = ShapecoreIO::importPolyLines<TypeParam>(file.getName(), 2, 0);
+  ASSERT_EQ(read.size(), 2U);
+  ASSERT_EQ(read[0]->numberOfPoints(), 3U);
+  EXPECT_FALSE(read[0]->isClosed());
+  EXPECT_EQ(read[1]->numberOfPoints(), 3U);
+  EXPECT_TRUE(read[1]->isClosed());
+  EXPECT_EQ(read[1]->getTolerance(), static_cast<typename TypeParam::Scalar>(0.1));
+  EXPECT_EQ(read[1]->getDomain().lower, 0);
+  EXPECT_EQ(read[1]->getDomain().upper, 1);
+
+  const TypeParam& point = (*read[0])[1];
+  if constexpr (TypeParam::Dim == 2) {
+    EXPECT_EQ(point.x(), 6);
+    EXPECT_EQ(point.y(), 4);
+  } else {
+    EXPECT_EQ(point.x(), 4);
+    EXPECT_EQ(point.y(), 5);
+    EXPECT_EQ(point.z(), 6);
+  }
+  if constexpr (TypeParam::TypeHasNormal) {
+    EXPECT_EQ(point.getNormal(), (Vector<double, 3>(0, 0, 0.05)));
+  }
+  if constexpr (std::is_same_v<TypeParam, ConstraintPoint>) {
+    // A normal longer than a tenth clamps a point.
+    EXPECT_EQ((*read[0])[0].getConstraint(), ConstraintPoint::Clamped);
+    EXPECT_EQ(point.getConstraint(), ConstraintPoint::Fixed);
+    EXPECT_EQ((*read[0])[2].getConstraint(), ConstraintPoint::Fixed);
+  }
+  if constexpr (std::is_same_v<TypeParam, ProjectionPoint>) {
+    EXPECT_EQ(point.getTriangleIndex(), -2);
+  }
+
+  const auto first = ShapecoreIO::importPolyLine<TypeParam>(file.getName(), 2, 0);
+  ASSERT_TRUE(first);
+  EXPECT_TRUE(first->isCompletelyEqual(*read[0], 0));
+}
+
+TEST(ShapecoreIO, meshFileHasNoPolyLine)
+{
+  const TextFile file("points 0 0 0 0 1 1 0 0 2 0 1 0 normals 0 0 0 1 facets 0 0 1 2");
+  EXPECT_TRUE(ShapecoreIO::importPolyLines<Point3N>(file.getName()).empty());
+  EXPECT_EQ(ShapecoreIO::importPolyLine<Point3N>(file.getName()), nullptr);
+}
+
+TEST(ShapecoreIO, coordinatesInThePlaneMustExist)
+{
+  const TextFile file(lines);
+  using Plane = Point<double, 2>;
+  EXPECT_THROW(ShapecoreIO::importPolyLine<Plane>(file.getName(), 3, 0), ShapecoreException);
+  EXPECT_THROW(ShapecoreIO::importPolyLine<Plane>(file.getName(), 0, 4000000000U), ShapecoreException);
+  EXPECT_NO_THROW(ShapecoreIO::importPolyLine<Point3N>(file.getName(), 3, 4));
+}
+
+TEST(ShapecoreIO, tellsHowAMeshReadEnded)
+{
+  struct Row
+  {
+    const char* what;
+    std::string rest;
+    bool raises, complete;
+    std::size_t line;
+  };
+  for (const Row& row :
+       {Row{"whole", "facets\n0 0 1 2\n", false, true, 6}, Row{"cut", "facets\n0 0 1 2\n1 0 1", false, false, 7},
+        Row{"corrupted", "facets\n0 0 1 2\n1 0 1 9", true, false, 7}}) {
+    SCOPED_TRACE(row.what);
+    const TextFile file("points\n0 0 0 0\n1 1 0 0\n2 0 1 0\n" + row.rest);
+    TextImportStatus status;
+    std::shared_ptr<Mesh> mesh;
+    if (row.raises) {
+      EXPECT_THROW(ShapecoreIO::importMesh(file.getName(), &status), ShapecoreException);
+    } else {
+      mesh = ShapecoreIO::importMesh(file.getName(), &status);
+    }
+    EXPECT_EQ(status.complete, row.complete);
+    EXPECT_EQ(status.line, row.line);
+    if (mesh) {
+      EXPECT_EQ(mesh->numberOfTriangles(), 1U);
+    }
+  }
+}
+
+TEST(ShapecoreIO, whatCannotBeOpenedRaises)
+{
+  const std::string message = "ShapecoreIO: file could not be opened! Check paths, permissions, etc.";
+  for (const FileName& name :
+       {FileName("/nowhere/at all.txt"), FileName(""), FileName(std::filesystem::temp_directory_path())}) {
+    SCOPED_TRACE(name.toString());
+    try {
+      ShapecoreIO::importMesh(name);
+      ADD_FAILURE() << "opened";
+    } catch (const std::runtime_error& error) {
+      EXPECT_EQ(error.what(), message);
+    }
+    EXPECT_THROW(ShapecoreIO::importPolyLines<Point3N>(name), std::runtime_error);
+  }
+}
+
+} // namespace
+} // namespace Kavrel

@@ -1,0 +1,133 @@
+#include "geometry/mesh/MeshConstraintsCalculator.h"
+
+#include "geometry/mesh/Mesh.h"
+#include "support/MeshBuilder.h"
+
+#include <algorithm>
+#include <gtest/gtest.h>
+#include <set>
+#include <tuple>
+
+namespace Kavrel {
+namespace {
+
+using namespace Testing;
+
+using Hanging = std::set<std::tuple<unsigned, unsigned, unsigned>>; // vertex, lower end, higher end
+
+Hanging hangingVertices(Mesh& mesh)
+{
+  Hanging found;
+  const auto constraints = MeshConstraintsCalculator::computeConstraints(mesh);
+  EXPECT_EQ(constraints->size(), mesh.numberOfVertices());
+  for (std::size_t i = 0; i < constraints->size(); ++i) {
+    const MeshConstraint& record = (*constraints)[i];
+    if (!record.vertex) continue;
+    EXPECT_EQ(record.vertex->getIndex(), i);
+    const unsigned a = record.first->getIndex(), b = record.second->getIndex();
+    found.emplace(record.vertex->getIndex(), std::min(a, b), std::max(a, b));
+  }
+  return found;
+}
+
+// A coarse triangle below the edge from (0, 0) to (2, 0); above it two fine ones with a common corner in the middle.
+TEST(MeshConstraintsCalculator, onlyMidpointsOfCoarseEdgesHang)
+{
+  struct Row
+  {
+    const char* what;
+    std::string text;
+    Hanging expected;
+  };
+  const std::string ends = "0 0 0, 2 0 0, 1 -2 0, 1 2 0, ", faces = " | 1 0 2, 0 4 3, 4 1 3";
+  const Row rows[] = {{"in the middle", ends + "1 0 0" + faces, {{4, 0, 1}}},
+                      {"half a percent off", ends + "1.01 0 0" + faces, {{4, 0, 1}}},
+                      {"half a percent above", ends + "1 0 0.01" + faces, {{4, 0, 1}}},
+                      {"one and a half percent off", ends + "1.03 0 0" + faces, {}},
+                      {"no coarse triangle", ends + "1 0 0 | 0 4 3, 4 1 3", {}},
+                      {"two coarse triangles", ends + "1 0 0" + faces + ", 0 1 2", {}},
+                      {"the coarse triangle has the vertex", "0 0 0, 2 0 0, 1 0 0 | 0 1 2", {}},
+                      {"no triangles", "0 0 0, 1 0 0", {}},
+                      {"a corner twice", "0 0 0, 2 0 0, 1 0 0 | 0 0 1, 2 2 2", {}},
+                      {"an empty mesh", "", {}}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    Mesh mesh = meshFromText(row.text);
+    EXPECT_EQ(hangingVertices(mesh), row.expected);
+  }
+}
+
+TEST(MeshConstraintsCalculator, refinedBorderHangsWhateverTheOrder)
+{
+  // A row of coarse cells below a row of cells half as wide: every other vertex of the upper row hangs.
+  constexpr unsigned cells = 6;
+  Mesh mesh;
+  for (unsigned i = 0; i <= 2 * cells; ++i)
+    mesh.addVertex(0.5 * i, 0, 0);
+  for (unsigned i = 0; i <= 2 * cells; ++i)
+    mesh.addVertex(0.5 * i, 0.5, 0);
+  for (unsigned i = 0; i <= cells; ++i)
+    mesh.addVertex(i, -1, 0);
+  const unsigned upper = 2 * cells + 1, lower = 2 * upper;
+  for (unsigned i = 0; i < 2 * cells; ++i) {
+    mesh.addTriangle(i, i + 1, upper + i + 1);
+    mesh.addTriangle(i, upper + i + 1, upper + i);
+  }
+  for (unsigned i = 0; i < cells; ++i) {
+    mesh.addTriangle(lower + i, lower + i + 1, 2 * i + 2);
+    mesh.addTriangle(lower + i, 2 * i + 2, 2 * i);
+  }
+  Hanging expected;
+  for (unsigned i = 0; i < cells; ++i)
+    expected.emplace(2 * i + 1, 2 * i, 2 * i + 2);
+  EXPECT_EQ(hangingVertices(mesh), expected);
+
+  RandomGeometry random(54);
+  for (int i = 0; i < 20; ++i) {
+    Mesh mixed = shuffled(mesh, random);
+    EXPECT_EQ(hangingVertices(mixed).size(), cells);
+  }
+}
+
+// The lists as they are defined: six updates per triangle, found or appended.
+TEST(MeshConstraintsCalculator, listsNeighboursInTheOrderOfTheTriangles)
+{
+  RandomGeometry random(55);
+  for (int round = 0; round < 50; ++round) {
+    Mesh mesh;
+    const std::size_t vertices = 3 + random.index(12);
+    for (std::size_t i = 0; i < vertices; ++i)
+      mesh.addVertex(random.uniform(0, 1), 0, 0);
+    for (int i = 0; i < 30; ++i)
+      mesh.addTriangle(random.index(vertices), random.index(vertices), random.index(vertices));
+
+    std::vector<std::vector<VertexTriangleAdjacency>> expected(vertices);
+    const auto update = [&expected](Triangle& t, unsigned from, unsigned to) {
+      auto& list = expected[t.getVertexRef(from).getIndex()];
+      for (auto& record : list)
+        if (record.neighbour == t.getVertex(to)) {
+          ++record.count;
+          return;
+        }
+      list.push_back({t.getVertex(to), &t, 1});
+    };
+    for (auto t = mesh.beginTriangle(); t != mesh.endTriangle(); ++t)
+      for (const auto& [from, to] : {std::pair(0U, 1U), {0U, 2U}, {1U, 0U}, {1U, 2U}, {2U, 0U}, {2U, 1U}})
+        update(*t, from, to);
+
+    const auto result = MeshConstraintsCalculator::computeConstraintsAndNeighbourStructure(mesh);
+    ASSERT_EQ(result.neighbours->size(), vertices);
+    for (std::size_t i = 0; i < vertices; ++i) {
+      const auto& list = (*result.neighbours)[i];
+      ASSERT_EQ(list.size(), expected[i].size());
+      for (std::size_t k = 0; k < list.size(); ++k) {
+        EXPECT_EQ(list[k].neighbour, expected[i][k].neighbour);
+        EXPECT_EQ(list[k].firstTriangle, expected[i][k].firstTriangle);
+        EXPECT_EQ(list[k].count, expected[i][k].count);
+      }
+    }
+  }
+}
+
+} // namespace
+} // namespace Kavrel
