@@ -54,6 +54,9 @@ template <class Hierarchy, class Query, class Result>
 struct FirstHitLeaf : PlainFirstHitLeaf<Hierarchy, Query, Result>
 {};
 
+template <class Hierarchy, class Query, class Result>
+FirstHitLeaf(const Hierarchy&, const Query&, Result&, double&) -> FirstHitLeaf<Hierarchy, Query, Result>;
+
 /// Hands every hit on.
 template <class Result, class Hierarchy, class Query, class Sink>
 struct PlainAllHitsLeaf

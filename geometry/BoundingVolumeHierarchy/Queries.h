@@ -70,7 +70,7 @@ void firstHit(const Hierarchy& tree, const Query& query, Result& result)
   double best = std::numeric_limits<double>::max();
   visitNearestFirst(
       tree, ParameterOfChildren<Query>(query), [&best](double value) { return value > best; },
-      FirstHitLeaf<Hierarchy, Query, Result>{tree, query, result, best});
+      FirstHitLeaf{tree, query, result, best});
 }
 
 /// All elements that a Ray, Line or LegacyLine meets, in traversal order: `sink(result)` for each, with its position in
