@@ -43,15 +43,6 @@ TEST(IdentifierTest, FreshOnesDifferAcrossThreads)
   EXPECT_FALSE(global.contains(GUIdentifier::getInvalidId()));
 }
 
-TEST(IdentifierTest, CopiesAreTheSame)
-{
-  const Identifier a;
-  const Identifier b = a, c;
-  EXPECT_EQ(a, b);
-  EXPECT_NE(a, c);
-  EXPECT_TRUE(a < c) << "the counter grows";
-}
-
 // Each bit of random identifiers is set about half the time: 5 standard deviations of 4000 tosses are 158.
 TEST(IdentifierTest, GlobalOnesUseAllBits)
 {
@@ -66,14 +57,6 @@ TEST(IdentifierTest, GlobalOnesUseAllBits)
   }
   for (const int count : counts)
     EXPECT_NEAR(count, 2000, 160);
-}
-
-TEST(IdentifierTest, GlobalOnesOrderByTheirHighPartFirst)
-{
-  EXPECT_LT(GUIdentifier(1, 9), GUIdentifier(2, 0));
-  EXPECT_LT(GUIdentifier(1, 8), GUIdentifier(1, 9));
-  EXPECT_FALSE(GUIdentifier(0, 0).isValid());
-  EXPECT_TRUE(GUIdentifier(0, 1).isValid());
 }
 
 } // namespace
