@@ -46,11 +46,9 @@ public:
   /// Squared Euclidean distance.
   constexpr T sqrDistance(const Point& q) const
   {
-    T sum = T(0);
-    for (unsigned i = 0; i < dim; ++i) {
-      const T difference = (*this)[i] - q[i];
-      sum += difference * difference;
-    }
+    T sum = ((*this)[0] - q[0]) * ((*this)[0] - q[0]);
+    for (unsigned i = 1; i < dim; ++i)
+      sum += ((*this)[i] - q[i]) * ((*this)[i] - q[i]);
     return sum;
   }
   /// Euclidean distance.
