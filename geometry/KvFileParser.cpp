@@ -281,7 +281,7 @@ private:
   std::shared_ptr<Collection> collection;
 };
 
-/// Notes where a read ended, however it ends.
+/// Notes where a read ended, unless it came to the end of the text.
 class StatusGuard
 {
 public:
@@ -291,7 +291,10 @@ public:
   }
   StatusGuard(const StatusGuard&) = delete;
   StatusGuard& operator=(const StatusGuard&) = delete;
-  ~StatusGuard() { status.line = scanner.lineOfWord(); }
+  ~StatusGuard()
+  {
+    if (!status.complete) status.line = scanner.lineOfWord();
+  }
 
   void reachedEnd() { status.complete = !scanner.hasFailed(); }
 
@@ -303,8 +306,8 @@ private:
 void readInput(KvIfstream& stream, ImportType type, Mesh* mesh, PolyLines* polyLines, Collections* collections,
                TextImportStatus& status)
 {
-  const std::string text = readRemainingText(stream);
-  KvTextScanner scanner(text);
+  const TextBuffer text = readRemainingText(stream);
+  KvTextScanner scanner(text.view());
   StatusGuard guard(status, scanner);
   Reader(scanner, type, mesh, polyLines, collections).readInput();
   guard.reachedEnd();

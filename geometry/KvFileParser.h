@@ -20,7 +20,7 @@ struct KVSHAPES_EXPORT TextImportStatus
 {
   /// False when a row had something else where a number should stand, or ended early: what follows wasn't read.
   bool complete = false;
-  /// The line, counted from 1, where reading stopped: that of the faulty row or of the row that raised, else the last.
+  /// The line, counted from 1, of the faulty row, or of the row or keyword that raised; 0 after a complete read.
   std::size_t line = 0;
 };
 

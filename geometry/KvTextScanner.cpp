@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <clocale>
 #include <cmath>
 #include <cstdlib>
@@ -10,6 +11,8 @@
 #include <locale>
 #include <sstream>
 #include <stdexcept>
+#include <system_error>
+#include <utility>
 
 #include <locale.h>
 
@@ -34,11 +37,26 @@ std::size_t KvTextScanner::lineOfWord() const
   return 1 + static_cast<std::size_t>(std::count(text.data(), wordStart, '\n'));
 }
 
-bool KvTextScanner::readOutOfRange(const char* first, const char* stop, double& value)
+namespace {
+
+bool readOutOfRange(const char* first, const char* stop, double& value)
 {
   std::istringstream number(std::string(first, stop));
   number.imbue(std::locale::classic());
   return static_cast<bool>(number >> value);
+}
+
+} // namespace
+
+bool KvTextScanner::readAnyDecimal(const char* first, double& value)
+{
+  const auto [stop, error] = std::from_chars(first, end, value);
+  if (error == std::errc::invalid_argument) return fail();
+  if (error == std::errc::result_out_of_range && !readOutOfRange(first, stop, value)) return fail();
+  // Formatted input takes an exponent without digits as part of the number and then rejects the whole.
+  if (stop != end && isExponent(*stop) && std::none_of(first, stop, isExponent)) return fail();
+  position = stop;
+  return true;
 }
 
 namespace {
@@ -59,21 +77,22 @@ std::size_t bytesLeft(std::streambuf& buffer)
 
 } // namespace
 
-std::string readRemainingText(std::istream& stream)
+TextBuffer readRemainingText(std::istream& stream)
 {
-  std::string text;
+  TextBuffer text;
   if (!stream.good()) return text;
   // One byte more than is there, so that the first read already meets the end.
-  text.resize(std::max(firstBlock, bytesLeft(*stream.rdbuf()) + 1));
-  std::size_t size = 0;
+  std::size_t capacity = std::max(firstBlock, bytesLeft(*stream.rdbuf()) + 1);
+  text.bytes = std::make_unique_for_overwrite<char[]>(capacity);
   while (true) {
-    stream.read(text.data() + size, static_cast<std::streamsize>(text.size() - size));
-    size += static_cast<std::size_t>(stream.gcount());
-    if (!stream.good()) break;
-    text.resize(2 * text.size());
+    stream.read(text.bytes.get() + text.size, static_cast<std::streamsize>(capacity - text.size));
+    text.size += static_cast<std::size_t>(stream.gcount());
+    if (!stream.good()) return text;
+    capacity *= 2;
+    auto larger = std::make_unique_for_overwrite<char[]>(capacity);
+    std::memcpy(larger.get(), text.bytes.get(), text.size);
+    text.bytes = std::move(larger);
   }
-  text.resize(size);
-  return text;
 }
 
 double numberOfWord(std::string_view word)

@@ -2,14 +2,12 @@
 
 #include "platform/Export.h"
 
-#include <algorithm>
-#include <charconv>
 #include <cstddef>
+#include <cstdint>
 #include <iosfwd>
 #include <limits>
-#include <string>
+#include <memory>
 #include <string_view>
-#include <system_error>
 
 namespace Kavrel {
 
@@ -43,16 +41,14 @@ public:
   /// gives the nearest one that there is.
   bool read(double& value)
   {
-    const char* digits = skipSign();
+    const char* const digits = skipSign();
     if (!startsNumber(digits)) return fail();
-    const char* const first = *position == '-' ? position : digits;
-    const auto [stop, error] = std::from_chars(first, end, value);
-    if (error == std::errc::result_out_of_range && !readOutOfRange(first, stop, value)) return fail();
-    if (error == std::errc::invalid_argument) return fail();
-    // Formatted input takes an exponent without digits as part of the number and then rejects the whole.
-    if (stop != end && isExponent(*stop) && std::none_of(first, stop, isExponent)) return fail();
-    position = stop;
-    return true;
+    if (const char* const stop = readShortDecimal(digits, value)) {
+      if (*position == '-') value = -value;
+      position = stop;
+      return true;
+    }
+    return readAnyDecimal(*position == '-' ? position : digits, value);
   }
 
   /// A minus wraps around, as in formatted input: -1 is the largest value.
@@ -109,18 +105,45 @@ private:
     return isDigit(*at) || (*at == '.' && at + 1 != end && isDigit(at[1]));
   }
 
+  /// Takes digits with a point but without exponent, as long as one division gives the correctly rounded value: an
+  /// integer below 2^53 over a power of ten that a double holds exactly. Null for any other number.
+  const char* readShortDecimal(const char* at, double& value) const
+  {
+    constexpr std::ptrdiff_t mostCharacters = 19; // as many digits fit into 64 bits
+    constexpr std::uint64_t largestExact = std::uint64_t(1) << 53;
+    const char* const first = at;
+    std::uint64_t digits = 0;
+    while (at != end && isDigit(*at))
+      digits = 10 * digits + static_cast<std::uint64_t>(*at++ - '0');
+    std::ptrdiff_t fraction = 0;
+    if (at != end && *at == '.') {
+      const char* const point = at++;
+      while (at != end && isDigit(*at))
+        digits = 10 * digits + static_cast<std::uint64_t>(*at++ - '0');
+      fraction = at - point - 1;
+    }
+    if (at - first > mostCharacters || digits > largestExact || (at != end && isExponent(*at))) return nullptr;
+    value = static_cast<double>(digits) / exactPowersOfTen[fraction];
+    return at;
+  }
+
+  bool readAnyDecimal(const char* first, double& value);
+
   bool readInteger(unsigned long long& magnitude, bool& negative)
   {
-    const char* const digits = skipSign();
-    if (failed || digits == end) return false;
+    const char* at = skipSign();
+    if (failed || at == end || !isDigit(*at)) return false;
     negative = *position == '-';
-    const auto [stop, error] = std::from_chars(digits, end, magnitude);
-    if (error != std::errc() || stop == digits) return false;
-    position = stop;
+    // Whatever is above this is above every type that is read.
+    constexpr unsigned long long enough = 1ULL << 40;
+    for (; at != end && isDigit(*at); ++at)
+      if (magnitude < enough) magnitude = 10 * magnitude + static_cast<unsigned long long>(*at - '0');
+    position = at;
     return true;
   }
 
-  static bool readOutOfRange(const char* first, const char* stop, double& value);
+  static constexpr double exactPowersOfTen[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,  1e8, 1e9,
+                                                1e10, 1e11, 1e12, 1e13, 1e14, 1e15, 1e16, 1e17, 1e18};
 
   std::string_view text;
   const char* position;
@@ -129,8 +152,17 @@ private:
   bool failed = false;
 };
 
-/// All that is left in a stream.
-KVSHAPES_EXPORT std::string readRemainingText(std::istream& stream);
+/// Text that was read in one piece.
+struct KVSHAPES_EXPORT TextBuffer
+{
+  std::string_view view() const { return {bytes.get(), size}; }
+
+  std::unique_ptr<char[]> bytes;
+  std::size_t size = 0;
+};
+
+/// All that is left in a stream; nothing for a stream that isn't good.
+KVSHAPES_EXPORT TextBuffer readRemainingText(std::istream& stream);
 
 /// The number at the start of a word, by the rules of std::stod in the classic locale. Raises std::invalid_argument
 /// "invalid stod argument" where there is none and std::out_of_range "stod argument out of range" for one that doesn't

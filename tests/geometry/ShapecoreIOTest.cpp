@@ -92,7 +92,7 @@ TEST(ShapecoreIO, tellsHowAMeshReadEnded)
     std::size_t line;
   };
   for (const Row& row :
-       {Row{"whole", "facets\n0 0 1 2\n", false, true, 6}, Row{"cut", "facets\n0 0 1 2\n1 0 1", false, false, 7},
+       {Row{"whole", "facets\n0 0 1 2\n", false, true, 0}, Row{"cut", "facets\n0 0 1 2\n1 0 1", false, false, 7},
         Row{"corrupted", "facets\n0 0 1 2\n1 0 1 9", true, false, 7}}) {
     SCOPED_TRACE(row.what);
     const TextFile file("points\n0 0 0 0\n1 1 0 0\n2 0 1 0\n" + row.rest);
