@@ -1,5 +1,6 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/MeshDeclaration.h"
 #include "geometry/Instantiations.h"
 #include "platform/Export.h"
 #include "platform/kvmath/Vector.h"
@@ -12,7 +13,6 @@ template <class PointType>
 class Segment;
 template <class PointType>
 class PolyLine;
-class KVSHAPES_EXPORT Mesh;
 class Triangle;
 } // namespace Kavrel
 

@@ -1,14 +1,11 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/MeshDeclaration.h"
 #include "platform/Export.h"
 
 #include <array>
 #include <cstdint>
 #include <vector>
-
-namespace Kavrel {
-class KVSHAPES_EXPORT Mesh;
-}
 
 namespace Kavrel::BoundingVolumeHierarchy {
 

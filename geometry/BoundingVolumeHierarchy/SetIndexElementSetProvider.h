@@ -2,6 +2,7 @@
 
 #include "geometry/BoundingVolumeHierarchy/DEMeshAdapter.h"
 #include "geometry/BoundingVolumeHierarchy/InitialCoordinatesMesh.h"
+#include "geometry/BoundingVolumeHierarchy/MeshDeclaration.h"
 #include "geometry/BoundingVolumeHierarchy/PackedElements.h"
 #include "geometry/BoundingVolumeHierarchy/SetIndexElement.h"
 #include "geometry/mesh/Triangle.h"
@@ -10,10 +11,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <vector>
-
-namespace Kavrel {
-class KVSHAPES_EXPORT Mesh;
-}
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
