@@ -32,9 +32,10 @@ public:
     slack = Lanes::all(roundedUp(roundings * floatRounding * size * std::max(1e-30, lineDirection.length())));
   }
 
-  /// Takes a leaf into view; its first row begins at `rows`.
+  /// Takes a leaf into view; its first row begins at `rows`. The leaf of an empty tree has none.
   void approach(const float* rows, std::uint32_t stride)
   {
+    if (stride == 0) return;
     const Vector<double, 3> corner(static_cast<double>(rows[3 * stride]), static_cast<double>(rows[4 * stride]),
                                    static_cast<double>(rows[5 * stride]));
     const Vector<double, 3> beside = origin + direction * (corner - origin).dot(perLength);
