@@ -6,6 +6,7 @@
 #include "geometry/ProjectionPoint.h"
 #include "geometry/mesh/Mesh.h"
 #include "support/BruteForce.h"
+#include "support/MeshBuilder.h"
 #include "support/RandomGeometry.h"
 
 #include <gmock/gmock.h>
@@ -341,6 +342,33 @@ TEST(PointSearchTree3, TakesEveryPointType)
   expectSameTree<Point3N>(points);
   expectSameTree<Point3NT>(points);
   expectSameTree<ProjectionPoint>(points);
+}
+
+TEST(PointSearchTree3, TakesTheVerticesOrTheTriangleCentresOfAMesh)
+{
+  auto mesh = std::make_shared<Mesh>(Testing::hills(9, 7));
+  std::vector<Vector<double, 3>> expected[2];
+  for (const auto& vertex : mesh->getVertexCollection())
+    expected[false].push_back(vertex);
+  for (const auto& triangle : mesh->getTriangleCollection())
+    expected[true].push_back((triangle.getVertexRef(0) + triangle.getVertexRef(1) + triangle.getVertexRef(2)) / 3.0);
+  const PointSearchTreeT<3> trees[2][2] = {
+      {PointSearchTreeT<3>(*mesh, false, 4), PointSearchTreeT<3>(std::shared_ptr<const Mesh>(mesh), false, 4)},
+      {PointSearchTreeT<3>(*mesh, true, 4), PointSearchTreeT<3>(std::shared_ptr<const Mesh>(mesh), true, 4)}};
+  mesh.reset();
+  for (const bool centres : {false, true})
+    for (const auto& tree : trees[centres]) {
+      SCOPED_TRACE(centres ? "centres" : "vertices");
+      ASSERT_EQ(tree.getBvh().numberOfElements(), expected[centres].size());
+      for (std::size_t i = 0; i < expected[centres].size(); ++i) {
+        std::uint64_t id = 0;
+        EXPECT_NEAR(tree.squareDistance(expected[centres][i], id), 0, 1e-28);
+        EXPECT_EQ(id, i);
+      }
+    }
+  const PointSearchTreeT<3> none(std::shared_ptr<const Mesh>(), true, 4);
+  EXPECT_EQ(none.squareDistance(Vector<double, 3>()), largest);
+  EXPECT_TRUE(none.getBvh().empty());
 }
 
 TEST(PointSearchTree3, CopiesShareTheHierarchyAndOutliveTheOriginal)
