@@ -366,12 +366,10 @@ bool MeshSearchTree::getMeshIntersections(const MeshSearchTree& other,
 {
   out.clear();
   if (empty() || other.empty()) return false;
-  const auto meet = [](const auto& a, const auto& b) { return overlaps(a, b); };
-  overlappingPairs(*bvh, *other.bvh, meet, [&](std::uint32_t i, std::uint32_t j) {
-    IntersectionQueryResult<Triangle, Triangle> result;
-    if (!intersect(bvh->getElement(i), other.bvh->getElement(j), result)) return;
-    out.push_back({static_cast<int>(bvh->getElementId(i)), static_cast<int>(other.bvh->getElementId(j)), result.start,
-                   result.end});
+  using Result = IntersectionQueryResult<Triangle, Triangle>;
+  crossingPairs(*bvh, *other.bvh, [&](const Result& result) {
+    out.push_back({static_cast<int>(bvh->getElementId(result.firstIndex)),
+                   static_cast<int>(other.bvh->getElementId(result.secondIndex)), result.start, result.end});
   });
   return !out.empty();
 }

@@ -404,10 +404,10 @@ TEST(MeshSearchTree, FindsCrossingTriangles)
 
 TEST(MeshSearchTree, FindsTheNearestPointsOfTwoMeshes)
 {
-  const Mesh ball = Testing::sphere(300, 2);
+  const Mesh ball = Testing::sphere(120, 2);
   for (const double gap : {0.5, 3.0, 100.0}) {
     SCOPED_TRACE(gap);
-    Mesh moved = Testing::sphere(200, 1);
+    Mesh moved = Testing::sphere(60, 1);
     moved.move(V3(1, 2, -2) * ((3 + gap) / 3));
     double expected = largest;
     for (std::size_t i = 0; i < ball.numberOfTriangles(); ++i)
