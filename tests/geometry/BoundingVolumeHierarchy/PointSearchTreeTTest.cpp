@@ -371,6 +371,33 @@ TEST(PointSearchTree3, TakesTheVerticesOrTheTriangleCentresOfAMesh)
   EXPECT_TRUE(none.getBvh().empty());
 }
 
+TEST(PointSearchTree3, GivesTheFirstOfEqualsInTraversalOrder)
+{
+  using V3 = Vector<double, 3>;
+  const V3 left(-1, 0, 0), right(1, 0, 0);
+  struct Row
+  {
+    const char* name;
+    std::vector<V3> points;
+    unsigned leafSize;
+    std::uint64_t id;
+  };
+  const Row rows[] = {{"in one leaf by position in the list", {right, left}, 2, 0},
+                      {"across leaves the first child", {right, left}, 1, 1},
+                      {"the same, listed in order", {left, right}, 1, 0}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const PointSearchTreeT<3> tree(row.points, row.leafSize);
+    std::uint64_t id = 9;
+    EXPECT_TRUE(tree.selectClosest(V3(0, 2, 0), id));
+    EXPECT_EQ(id, row.id);
+    EXPECT_TRUE(tree.sphereSelectFirst(V3(0, 2, 0), 3, id));
+    EXPECT_EQ(id, row.id);
+    EXPECT_TRUE(tree.nearestPointIndexExcluded(V3(0, 2, 0), row.id, id));
+    EXPECT_EQ(id, 1 - row.id);
+  }
+}
+
 TEST(PointSearchTree3, CopiesShareTheHierarchyAndOutliveTheOriginal)
 {
   const auto points = clouds<3>()[0].points;
