@@ -9,6 +9,7 @@
 #include "geometry/ShapecoreException.h"
 #include "geometry/mesh/MeshLazyValues.h"
 #include "geometry/mesh/MeshNormalCalculator.h"
+#include "geometry/mesh/MeshUnpacking.h"
 #include "platform/kvlog/Logging.h"
 
 #include <functional>
@@ -60,7 +61,8 @@ MeshCollection<Vertex> unpackVertices(unsigned count, const T* coordinates, cons
   return vertices;
 }
 
-/// Stops before the first triangle with a corner outside \p vertices.
+} // namespace
+
 MeshCollection<Triangle> unpackTriangles(MeshCollection<Vertex>& vertices, unsigned count, const int* corners)
 {
   std::vector<Vertex*> addresses;
@@ -81,8 +83,6 @@ MeshCollection<Triangle> unpackTriangles(MeshCollection<Vertex>& vertices, unsig
   triangles.resize(i);
   return triangles;
 }
-
-} // namespace
 
 Mesh::Mesh() : lazy(std::make_unique<MeshLazyValues>()) {}
 

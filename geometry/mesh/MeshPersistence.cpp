@@ -2,6 +2,7 @@
 #include "geometry/ShapecoreException.h"
 #include "geometry/mesh/Mesh.h"
 #include "geometry/mesh/MeshLazyValues.h"
+#include "geometry/mesh/MeshUnpacking.h"
 #include "platform/kvarchive/Persistence.h"
 
 namespace Kavrel {
@@ -93,11 +94,10 @@ void Mesh::loadVertices(PersistenceArchiver& archiver)
 void Mesh::loadTriangles(PersistenceArchiver& archiver)
 {
   const unsigned count = loadCount(archiver, 3 * sizeof(int));
-  for (unsigned i = 0; i < count; ++i) {
-    unsigned corners[3];
-    archiver.getArray(corners, 3);
-    addTriangle(corners[0], corners[1], corners[2]);
-  }
+  std::vector<int> corners(3 * std::size_t(count));
+  archiver.getArray(corners.data(), corners.size());
+  data.triangles = unpackTriangles(data.vertices, count, corners.data());
+  if (data.triangles.size() != count) throw ShapecoreException("Mesh: Facet data is corrupted.");
 }
 
 void Mesh::loadCachedValues(PersistenceArchiver& archiver, unsigned version)
