@@ -112,12 +112,15 @@ E toElement(const Entry& entry)
 } // namespace
 
 template <class E>
-template <class Source>
-  requires ElementSourceOf<Source, E> ElementSetProvider<E>::ElementSetProvider(const Source& source)
-  {
-    records.reserve(countElements(source));
-    visitElements(source, [this](const auto& entry) { append(toElement<E>(entry)); });
-  }
+template <ElementSourceOf<E> Source>
+ElementSetProvider<E>::ElementSetProvider(const Source& source) : records(countElements(source))
+{
+  std::uint32_t id = 0;
+  visitElements(source, [this, &id](const auto& entry) {
+    new (&records[id]) Record{toElement<E>(entry), id};
+    ++id;
+  });
+}
 
 #define KV_POINTS(...)                                                                                                 \
   template ElementSetProvider<Vector<double, 2>>::ElementSetProvider(const std::vector<__VA_ARGS__>&);

@@ -3,6 +3,7 @@
 #include "geometry/BoundingVolumeHierarchy/AxisAlignedBox.h"
 #include "geometry/BoundingVolumeHierarchy/ElementSources.h"
 #include "geometry/BoundingVolumeHierarchy/PackedElements.h"
+#include "geometry/BoundingVolumeHierarchy/RawArray.h"
 #include "geometry/Segment.h"
 #include "geometry/mesh/Triangle.h"
 
@@ -32,30 +33,48 @@ public:
   /// The position in the source of the element at a position in leaf order.
   std::uint32_t getElementId(unsigned position) const { return records[position].id; }
   /// The capacity of the element storage in bytes.
-  std::uint64_t estimateBytes() const { return records.capacity() * sizeof(Record) + packed.estimateBytes(); }
+  std::uint64_t estimateBytes() const { return records.bytes() + packed.estimateBytes(); }
+
+  /// Where the search of the leaf that begins at a position reads first.
+  const void* getLeafData(std::uint32_t first) const
+  {
+    if constexpr (std::is_same_v<E, Triangle>)
+      return packed.getLeaf(first);
+    else
+      return records.data() + first;
+  }
 
   /// Compact copies of the elements for fast rejection, where the kind of element has them.
   const PackedElements<E>& getPackedElements() const { return packed; }
 
 protected:
   ElementSetProvider() = default;
-  template <class Source>
-    requires ElementSourceOf<Source, E>
+  template <ElementSourceOf<E> Source>
   explicit ElementSetProvider(const Source& source);
 
   /// Puts the elements into the order that the sorter found: what stood at `sorter.getPosition(i)` comes to i.
   template <class Sorter>
   void reorder(const Sorter& sorter)
   {
-    std::vector<Record> sorted;
-    sorted.reserve(records.size());
-    for (std::size_t i = 0; i < records.size(); ++i)
-      sorted.push_back(records[sorter.getPosition(i)]);
+    // The records to read are known far ahead, but lie anywhere.
+    constexpr std::size_t ahead = 16;
+    RawArray<Record> sorted(records.size());
+    for (std::size_t i = 0; i < records.size(); ++i) {
+      if (i + ahead < records.size()) __builtin_prefetch(&records[sorter.getPosition(i + ahead)]);
+      new (&sorted[i]) Record(records[sorter.getPosition(i)]);
+    }
     records.swap(sorted);
   }
 
   /// Makes room for the packed elements.
   void preparePacking() requires std::is_same_v<E, Triangle> { packed.resize(records.size()); }
+  /// Fetches the corners of an element that is soon needed.
+  void prefetch(std::uint32_t position) const requires std::is_same_v<E, Triangle>
+  {
+    if (position >= records.size()) return;
+    for (unsigned corner = 0; corner < 3; ++corner)
+      __builtin_prefetch(records[position].element.getVertex(corner));
+  }
   /// Packs the elements of a leaf.
   void packLeaf(std::uint32_t first, std::uint32_t end) requires std::is_same_v<E, Triangle>
   {
@@ -71,9 +90,7 @@ private:
     std::uint32_t id;
   };
 
-  void append(const E& element) { records.push_back({element, static_cast<std::uint32_t>(records.size())}); }
-
-  std::vector<Record> records;
+  RawArray<Record> records;
   PackedElements<E> packed;
 };
 

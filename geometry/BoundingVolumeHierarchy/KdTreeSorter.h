@@ -2,13 +2,13 @@
 
 #include "geometry/BoundingVolumeHierarchy/ElementGeometry.h"
 #include "geometry/BoundingVolumeHierarchy/MedianSelection.h"
+#include "geometry/BoundingVolumeHierarchy/RawArray.h"
 #include "geometry/BoundingVolumeHierarchy/ThreadPool.h"
 #include "platform/kvmath/Vector.h"
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <vector>
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
@@ -65,15 +65,21 @@ private:
   {
     for (std::size_t i = first; i < last; ++i) {
       const auto position = static_cast<std::uint32_t>(i);
-      positionEntries[i] = {positionOf<dim>(hierarchy.getElement(position)), position};
+      new (&positionEntries[i]) PositionEntry{positionOf<dim>(hierarchy.getElement(position)), position};
     }
   }
 
+  /// The axis of the greatest extent, the lowest of equal ones.
   unsigned longestAxis(unsigned first, unsigned last) const
   {
-    AxisAlignedBox<double, dim> box;
-    for (unsigned i = first; i < last; ++i)
-      box.extend(positionEntries[i].position);
+    // Two boxes, of every other entry each: a single one would wait for itself at every step.
+    AxisAlignedBox<double, dim> box, other;
+    for (unsigned i = first; i + 1 < last; i += 2) {
+      grow(box, positionEntries[i].position);
+      grow(other, positionEntries[i + 1].position);
+    }
+    grow(box, positionEntries[last - 1].position);
+    box.extend(other);
     const Vector<double, dim> extent = box.max - box.min;
     unsigned longest = 0;
     double length = std::max(extent[0], 0.0);
@@ -85,7 +91,15 @@ private:
     return longest;
   }
 
-  std::vector<PositionEntry> positionEntries;
+  static void grow(AxisAlignedBox<double, dim>& box, const Vector<double, dim>& point)
+  {
+    for (unsigned i = 0; i < dim; ++i) {
+      box.min[i] = point[i] < box.min[i] ? point[i] : box.min[i];
+      box.max[i] = point[i] > box.max[i] ? point[i] : box.max[i];
+    }
+  }
+
+  RawArray<PositionEntry> positionEntries;
 };
 
 } // namespace Kavrel::BoundingVolumeHierarchy

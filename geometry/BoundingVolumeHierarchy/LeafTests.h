@@ -18,6 +18,11 @@ struct NearestLeaf
   const Query& query;
   Result& result;
 
+  /// Whether something at that distance can be left out.
+  bool tooFar(double value) const { return result.found && value > result.squareDistance; }
+  /// To be called behind the last leaf.
+  void finish() const {}
+
   void operator()(std::uint32_t first, std::uint32_t end) const
   {
     for (std::uint32_t position = first; position < end; ++position)

@@ -57,15 +57,24 @@ public:
     return Lanes::bits(~(beyond & (along > limit * sqrLength + tiny())));
   }
 
-  /// Of the triangles found by the last call those that may be the nearest of them.
-  unsigned mayBeNearest(unsigned candidates) const
+  /// The greatest squared distance at which the nearest of some triangles of the last call may lie.
+  double reachOfNearest(unsigned candidates) const
   {
     float nearest = std::numeric_limits<float>::infinity();
     for (unsigned lane = 0; lane < 4; ++lane)
       if ((candidates >> lane & 1) != 0 && sqrLength[lane] < nearest) nearest = sqrLength[lane];
-    const double reach = std::sqrt(static_cast<double>(nearest)) + 2.0 * slack;
-    return candidates & Lanes::bits(~(beyond & (along > Lanes::all(roundedUp(reach * reach)) * sqrLength + tiny())));
+    const double reach = std::sqrt(static_cast<double>(nearest) * (1.0 + 1e-5) + 1e-36) + slack;
+    return reach * reach;
   }
+
+  /// What the last call saw of a triangle, to ask again when the reach has become shorter.
+  struct Sight
+  {
+    float along;
+    float sqrLength;
+  };
+  Sight getSight(unsigned lane) const { return {beyond[lane] ? along[lane] : 0.0F, sqrLength[lane]}; }
+  bool isOutOfReach(const Sight& sight) const { return sight.along > limit[0] * sight.sqrLength + tiny()[0]; }
 
 private:
   using Float4 = Lanes::Float4;

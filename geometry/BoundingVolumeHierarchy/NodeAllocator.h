@@ -1,5 +1,7 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/LargeMemory.h"
+
 #include <cstddef>
 #include <new>
 
@@ -22,13 +24,13 @@ struct NodeAllocator
   NodeType* allocate(std::size_t count)
   {
     if (count > (static_cast<std::size_t>(-1) - lead) / sizeof(NodeType)) throw std::bad_array_new_length();
-    auto* block = static_cast<std::byte*>(::operator new(lead + count * sizeof(NodeType), std::align_val_t(lineSize)));
+    auto* block = static_cast<std::byte*>(allocateLarge(lead + count * sizeof(NodeType)));
     return reinterpret_cast<NodeType*>(block + lead);
   }
 
-  void deallocate(NodeType* nodes, std::size_t) noexcept
+  void deallocate(NodeType* nodes, std::size_t count) noexcept
   {
-    ::operator delete(reinterpret_cast<std::byte*>(nodes) - lead, std::align_val_t(lineSize));
+    freeLarge(reinterpret_cast<std::byte*>(nodes) - lead, lead + count * sizeof(NodeType));
   }
 
   friend constexpr bool operator==(const NodeAllocator&, const NodeAllocator&) noexcept { return true; }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <limits>
-#include <utility>
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
@@ -21,30 +20,17 @@ bool isNarrow(const Triangle& triangle)
 
 } // namespace
 
-PackedElements<Triangle>::PackedElements(const PackedElements& other) : size(other.size)
-{
-  if (size == 0) return;
-  coordinates = std::make_unique_for_overwrite<float[]>(size);
-  std::copy_n(other.coordinates.get(), size, coordinates.get());
-}
-
-PackedElements<Triangle>& PackedElements<Triangle>::operator=(const PackedElements& other)
-{
-  return *this = PackedElements(other);
-}
-
 void PackedElements<Triangle>::resize(std::size_t numberOfTriangles)
 {
-  size = rows * numberOfTriangles + lanes;
-  coordinates = std::make_unique_for_overwrite<float[]>(size);
+  coordinates = RawArray<float>(rows * numberOfTriangles + lanes);
   // What lies past the last row is read, though never used.
-  std::fill_n(coordinates.get() + rows * numberOfTriangles, lanes, 0.0F);
+  std::fill_n(coordinates.data() + rows * numberOfTriangles, lanes, 0.0F);
 }
 
 void PackedElements<Triangle>::set(std::uint32_t first, std::uint32_t count, std::uint32_t place,
                                    const Triangle& triangle)
 {
-  float* column = coordinates.get() + std::size_t{rows} * first + place;
+  float* column = coordinates.data() + std::size_t{rows} * first + place;
   for (unsigned corner = 0; corner < 3; ++corner)
     for (unsigned i = 0; i < 3; ++i, column += count)
       *column = static_cast<float>(triangle.getVertexRef(corner)[i]);

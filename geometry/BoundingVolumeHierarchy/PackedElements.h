@@ -1,11 +1,11 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/RawArray.h"
 #include "geometry/mesh/Triangle.h"
 #include "platform/Export.h"
 
 #include <cstddef>
 #include <cstdint>
-#include <memory>
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
@@ -30,15 +30,8 @@ public:
   /// So many triangles are tested at once; their rows may be read that far past the end.
   static constexpr unsigned lanes = 4;
 
-  PackedElements() = default;
-  PackedElements(const PackedElements& other);
-  PackedElements(PackedElements&& other) noexcept = default;
-  PackedElements& operator=(const PackedElements& other);
-  PackedElements& operator=(PackedElements&& other) noexcept = default;
-  ~PackedElements() = default;
-
   /// The first row of the leaf that begins at a position.
-  const float* getLeaf(std::uint32_t first) const { return coordinates.get() + std::size_t{rows} * first; }
+  const float* getLeaf(std::uint32_t first) const { return coordinates.data() + std::size_t{rows} * first; }
 
   /// Makes room; the coordinates are not set.
   void resize(std::size_t numberOfTriangles);
@@ -47,11 +40,10 @@ public:
   /// `first`.
   void set(std::uint32_t first, std::uint32_t count, std::uint32_t place, const Triangle& triangle);
 
-  std::uint64_t estimateBytes() const { return size * sizeof(float); }
+  std::uint64_t estimateBytes() const { return coordinates.bytes(); }
 
 private:
-  std::unique_ptr<float[]> coordinates;
-  std::size_t size = 0;
+  RawArray<float> coordinates;
 };
 
 } // namespace Kavrel::BoundingVolumeHierarchy

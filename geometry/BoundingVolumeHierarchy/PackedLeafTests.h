@@ -33,21 +33,20 @@ void testPacked(const Hierarchy& tree, std::uint32_t first, std::uint32_t end, c
   }
 }
 
+/// Follows the bounds of the packed triangles alone and measures, at the end, what may be the nearest: as a rule one.
 template <HasPackedTriangles Hierarchy>
-struct NearestLeaf<Hierarchy, Vector<double, 3>, DistanceQueryResult<Vector<double, 3>, Triangle>>
+class NearestLeaf<Hierarchy, Vector<double, 3>, DistanceQueryResult<Vector<double, 3>, Triangle>>
 {
+public:
   using Result = DistanceQueryResult<Vector<double, 3>, Triangle>;
-
-  const Hierarchy& tree;
-  const Vector<double, 3>& query;
-  Result& result;
-  NearestFilter filter;
 
   NearestLeaf(const Hierarchy& searched, const Vector<double, 3>& point, Result& best)
       : tree(searched), query(point), result(best), filter(point, searched.getRoot().volume)
   {
-    if (best.found) filter.setReach(best.squareDistance);
+    if (best.found) shorten(best.squareDistance);
   }
+
+  bool tooFar(double value) const { return value > reach; }
 
   void operator()(std::uint32_t first, std::uint32_t end)
   {
@@ -55,14 +54,56 @@ struct NearestLeaf<Hierarchy, Vector<double, 3>, DistanceQueryResult<Vector<doub
         tree, first, end,
         [this](const float* rows, std::uint32_t stride, unsigned inLeaf) {
           const unsigned candidates = filter.mayBeWithin(rows, stride) & inLeaf;
-          return (candidates & (candidates - 1U)) == 0 ? candidates : filter.mayBeNearest(candidates);
+          if (candidates != 0) shorten(filter.reachOfNearest(candidates));
+          return candidates;
         },
-        [this](std::uint32_t position) {
-          if (!distance(query, tree.getElement(position), result)) return;
-          result.secondIndex = position;
-          filter.setReach(result.squareDistance);
+        [this, first](std::uint32_t position) {
+          const NearestFilter::Sight sight = filter.getSight((position - first) % PackedElements<Triangle>::lanes);
+          if (!filter.isOutOfReach(sight)) wait(position, sight);
         });
   }
+
+  void finish() { measureWaiting(); }
+
+private:
+  struct Waiting
+  {
+    std::uint32_t position;
+    NearestFilter::Sight sight;
+  };
+  static constexpr unsigned maximumWaiting = 16;
+
+  void shorten(double squareDistance)
+  {
+    if (!(squareDistance < reach)) return;
+    reach = squareDistance;
+    filter.setReach(squareDistance);
+  }
+
+  void wait(std::uint32_t position, const NearestFilter::Sight& sight)
+  {
+    if (count == maximumWaiting) measureWaiting();
+    waiting[count++] = {position, sight};
+  }
+
+  void measureWaiting()
+  {
+    for (unsigned i = 0; i < count; ++i) {
+      if (filter.isOutOfReach(waiting[i].sight)) continue;
+      if (!distance(query, tree.getElement(waiting[i].position), result)) continue;
+      result.secondIndex = waiting[i].position;
+      shorten(result.squareDistance);
+    }
+    count = 0;
+  }
+
+  const Hierarchy& tree;
+  const Vector<double, 3>& query;
+  Result& result;
+  NearestFilter filter;
+  double reach = std::numeric_limits<double>::infinity();
+  Waiting waiting[maximumWaiting];
+  unsigned count = 0;
 };
 
 template <HasPackedTriangles Hierarchy, class Sink>

@@ -29,10 +29,10 @@ template <class Hierarchy, class Query, class Result>
 void closest(const Hierarchy& tree, const Query& query, Result& result)
 {
   const auto& point = asQuery(query);
+  NearestLeaf leaf{tree, point, result};
   visitNearestFirst(
-      tree, SquareDistanceOfChildren(point),
-      [&result](double value) { return result.found && value > result.squareDistance; },
-      NearestLeaf{tree, point, result});
+      tree, SquareDistanceOfChildren(point), [&leaf](double value) { return leaf.tooFar(value); }, leaf);
+  leaf.finish();
 }
 
 /// The smallest double above a squared distance: what a result starts with so that this distance itself still counts.

@@ -26,6 +26,8 @@ public:
   /// The element at a position in leaf order, by value. The position isn't checked.
   E getElement(unsigned position) const;
   std::uint32_t getElementId(unsigned position) const { return indices[position]; }
+  /// Where the search of the leaf that begins at a position reads first.
+  const void* getLeafData(std::uint32_t first) const { return indices.data() + first; }
   /// The capacity of the index array in bytes.
   std::uint64_t estimateBytes() const { return indices.capacity() * sizeof(std::uint32_t); }
 

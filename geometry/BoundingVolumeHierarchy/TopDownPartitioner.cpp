@@ -21,6 +21,8 @@ constexpr int sortTaskThreshold = 5000;
 constexpr std::uint32_t maximumDepthLimit = 30;
 /// How far a leaf's bounds are moved outwards, relative to the bound, and at least.
 constexpr double boxMargin = 1e-6;
+/// How many elements ahead their corners are fetched.
+constexpr std::uint32_t prefetchAhead = 16;
 
 template <class T>
 T margin(T bound)
@@ -44,8 +46,10 @@ void BoundingVolumeHierarchyBase<Provider, Volume>::createBoundingVolumesBottomU
 {
   if (node.isLeaf()) {
     if (node.firstWord == node.secondWord) return;
-    for (std::uint32_t position = node.firstElement(); position < node.endElement(); ++position)
+    for (std::uint32_t position = node.firstElement(); position < node.endElement(); ++position) {
+      if constexpr (requires { this->prefetch(0U); }) this->prefetch(position + prefetchAhead);
       visitPoints(this->getElement(position), [&node](const auto& point) { node.volume.extend(point); });
+    }
     if constexpr (requires { this->packLeaf(0U, 0U); }) this->packLeaf(node.firstElement(), node.endElement());
     widen(node.volume);
     return;

@@ -14,6 +14,15 @@ namespace Kavrel::BoundingVolumeHierarchy {
 /// More than the depth of any tree: element positions have 31 bits and every split halves.
 inline constexpr unsigned maximumDepth = 32;
 
+/// Fetches what a walk reads next below a node, while the node itself is still being looked at.
+template <class Hierarchy, class NodeType>
+void prefetchBelow(const Hierarchy& tree, const NodeType& node)
+{
+  const void* const below =
+      node.isLeaf() ? tree.getLeafData(node.firstElement()) : static_cast<const void*>(&tree.getNode(node.firstWord));
+  __builtin_prefetch(below);
+}
+
 /// Visits leaves in the order of what is nearest at each node.
 /// - `measure(firstChild, secondChild)` gives the ChildValues of two nodes; on a tie the first child is visited first.
 /// - `tooFar(value)` says whether a child of that value can be left out. It is asked twice about the child of greater
@@ -27,7 +36,8 @@ void visitNearestFirst(const Hierarchy& tree, const Measure& measure, const TooF
     double value;
     std::uint32_t node;
   };
-  Waiting waiting[maximumDepth];
+  // One more than is ever used: the farther child is written first and counted only if it stays.
+  Waiting waiting[maximumDepth + 1];
   unsigned count = 0;
   std::uint32_t index = 0;
   while (true) {
@@ -36,13 +46,19 @@ void visitNearestFirst(const Hierarchy& tree, const Measure& measure, const TooF
     if (node.isLeaf()) {
       leaf(node.firstElement(), node.endElement());
     } else {
-      const ChildValues values = measure(tree.getNode(node.firstWord), tree.getNode(node.secondWord));
-      const bool secondIsNearer = values.first > values.second;
-      const double nearer = secondIsNearer ? values.second : values.first;
-      const double farther = secondIsNearer ? values.first : values.second;
-      if (!tooFar(farther)) waiting[count++] = {farther, secondIsNearer ? node.firstWord : node.secondWord};
-      descends = !tooFar(nearer);
-      index = secondIsNearer ? node.secondWord : node.firstWord;
+      const auto& first = tree.getNode(node.firstWord);
+      const auto& second = tree.getNode(node.secondWord);
+      prefetchBelow(tree, first);
+      prefetchBelow(tree, second);
+      const ChildValues values = measure(first, second);
+      // Which child is nearer can't be foreseen, so it is looked up and not branched on.
+      const double sorted[2] = {values.first, values.second};
+      const std::uint32_t children[2] = {node.firstWord, node.secondWord};
+      const unsigned nearer = values.first > values.second ? 1 : 0;
+      waiting[count] = {sorted[1 - nearer], children[1 - nearer]};
+      count += tooFar(sorted[1 - nearer]) ? 0 : 1;
+      descends = !tooFar(sorted[nearer]);
+      index = children[nearer];
     }
     while (!descends) {
       if (count == 0) return;
@@ -91,7 +107,11 @@ void visitAllNear(const Hierarchy& tree, const Measure& measure, const TooFar& t
   while (true) {
     const auto& node = tree.getNode(index);
     if (!node.isLeaf()) {
-      const ChildValues values = measure(tree.getNode(node.firstWord), tree.getNode(node.secondWord));
+      const auto& firstChild = tree.getNode(node.firstWord);
+      const auto& secondChild = tree.getNode(node.secondWord);
+      prefetchBelow(tree, firstChild);
+      prefetchBelow(tree, secondChild);
+      const ChildValues values = measure(firstChild, secondChild);
       const bool first = !tooFar(values.first);
       const bool second = !tooFar(values.second);
       if (first && second) waiting[count++] = node.secondWord;
