@@ -134,6 +134,17 @@ Direction scaledDirection(const PolyLine<P>& polyline, std::size_t segment, cons
   return direction.normalize() ? direction * scale.length() : scale;
 }
 
+/// Appends a range of the source, which may be the target itself. Many small appends cost linear time together.
+template <class P>
+void append(std::vector<P>& target, const std::vector<P>& source, std::size_t first, std::size_t last)
+{
+  if (first >= last) return;
+  const std::size_t needed = target.size() + last - first;
+  if (needed > target.capacity()) target.reserve(std::max(needed, 2 * target.capacity()));
+  for (std::size_t i = first; i < last; ++i)
+    target.push_back(source[i]);
+}
+
 } // namespace
 
 // Construction --------------------------------------------------------------------------------------------------------
@@ -202,17 +213,13 @@ void PolyLine<PointType>::addPolyLine(const PolyLine& other, bool withLast, bool
 {
   const std::size_t first = withFirst ? 0 : 1;
   const std::size_t last = withLast || other.points.empty() ? other.points.size() : other.points.size() - 1;
-  if (first >= last) return;
-  points.reserve(points.size() + last - first);
-  for (std::size_t i = first; i < last; ++i)
-    points.push_back(other.points[i]);
+  append(points, other.points, first, last);
 }
 
 template <class PointType>
 void PolyLine<PointType>::concatenate(const PolyLine& other)
 {
   const std::size_t count = other.points.size();
-  points.reserve(points.size() + count);
   std::size_t first = 0;
   if (!points.empty()) {
     const Position joint = points.back();
@@ -220,8 +227,7 @@ void PolyLine<PointType>::concatenate(const PolyLine& other)
     while (first < count && joint.sqrDistance(other.points[first]) < sqrTolerance)
       ++first;
   }
-  for (std::size_t i = first; i < count; ++i)
-    points.push_back(other.points[i]);
+  append(points, other.points, first, count);
   closed = false;
 }
 

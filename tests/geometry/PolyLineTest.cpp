@@ -105,6 +105,24 @@ TEST(PolyLine, ConcatenateSkipsTheLeadingPointsAtTheJoint)
   EXPECT_EQ(first.getPointCollection(), line("0,0 1,0 1.125,0 1,0").getPointCollection());
 }
 
+TEST(PolyLine, ManyShortLinesAreJoinedInLinearTime)
+{
+  const Line2 piece = line("0,0 1,0");
+  using Join = std::function<void(Line2&)>;
+  for (const Join& join :
+       {Join([&](Line2& l) { l.concatenate(piece); }), Join([&](Line2& l) { l.addPolyLine(piece, true, true); })}) {
+    Line2 whole;
+    int moves = 0;
+    for (int i = 0; i < 10000; ++i) {
+      const std::size_t before = whole.getPointCollection().capacity();
+      join(whole);
+      moves += whole.getPointCollection().capacity() != before;
+    }
+    EXPECT_EQ(whole.numberOfPoints(), 20000U);
+    EXPECT_LT(moves, 64);
+  }
+}
+
 TEST(PolyLine, EqualPointsGo)
 {
   const struct
