@@ -123,7 +123,8 @@ public:
   std::size_t numberOfSegments() const { return closed || points.empty() ? points.size() : points.size() - 1; }
   bool isEmpty() const { return points.empty(); }
 
-  /// The index after \p index: wraps when closed, stops at the last point when open.
+  /// The index after \p index: wraps when closed, stops at the last point when open. On a closed line an index beyond
+  /// the end counts on around it.
   std::size_t getNextPointIndex(std::size_t index) const { return nextIndex(index, points.size()); }
   /// The index before \p index: wraps when closed, stops at 0 when open.
   std::size_t getPreviousPointIndex(std::size_t index) const { return previousIndex(index, points.size()); }
@@ -260,12 +261,13 @@ private:
   std::size_t nextIndex(std::size_t index, std::size_t count) const
   {
     if (index + 1 < count) return index + 1;
-    return closed || count == 0 ? 0 : count - 1;
+    if (count == 0) return 0;
+    return closed ? (index + 1) % count : count - 1;
   }
   std::size_t previousIndex(std::size_t index, std::size_t count) const
   {
-    if (index > 0) return index - 1;
-    return closed && count > 0 ? count - 1 : 0;
+    if (index > 0 && (!closed || index <= count)) return index - 1;
+    return closed && count > 0 ? (index + count - 1) % count : 0;
   }
 
   std::size_t numberOfParameters() const { return closed ? points.size() + 1 : points.size(); }

@@ -95,7 +95,9 @@ TYPED_TEST(PolyLineEvaluationOf, AllRoutesReachThePlaceAtALength)
       EXPECT_THAT(point, IsNear(expected, tolerance));
       ASSERT_LT(segment, polyline.numberOfSegments());
       EXPECT_LE(polyline.getSegment(segment).distance(point), tolerance);
-      EXPECT_EQ(polyline.evaluateDerivation(t), polyline.getSegmentDerivation(segment));
+      const auto found = polyline.getSegment(segment);
+      EXPECT_THAT(polyline.evaluateDerivation(t) * found.length(),
+                  IsNear(*found.getEnd() - *found.getStart(), tolerance));
       if (!closed) {
         double distance = -1.0;
         EXPECT_NEAR(polyline.calculateParameter(point, distance, nullptr), t, tolerance);
@@ -154,6 +156,29 @@ TEST(PolyLineEvaluation, DomainClipsAndDoesNotScale)
     Line2 line = polyLineFrom<Point2>(row.line);
     line.setDomain(row.domain);
     EXPECT_THAT(line.evaluate(row.t), IsNear(row.expected, 1e-15));
+  }
+}
+
+TEST(PolyLineEvaluation, LocatingClampsAndIgnoresTheDomain)
+{
+  const struct
+  {
+    const char* line;
+    double t;
+    Vector2 expected;
+    std::size_t segment;
+  } rows[] = {
+      {"0,0 1,0 1,1", -0.5, {0, 0}, 0}, {"0,0 1,0 1,1", 0.125, {0.25, 0}, 0},       {"0,0 1,0 1,1", 0.5, {1, 0}, 0},
+      {"0,0 1,0 1,1", 7.0, {1, 1}, 1},  {"0,0 1,0 1,1 0,1 closed", 7.0, {0, 0}, 3}, {"3,4", 0.5, {3, 4}, 0}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << row.line << " at " << row.t);
+    Line2 line = polyLineFrom<Point2>(row.line);
+    line.setDomain(Interval(0.25, 0.375, false, false));
+    Point2 point;
+    std::size_t segment = 99;
+    EXPECT_TRUE(line.evaluateParameterPointAndSegment(row.t, point, segment));
+    EXPECT_THAT(point, IsNear(row.expected, 1e-15));
+    EXPECT_EQ(segment, row.segment);
   }
 }
 
