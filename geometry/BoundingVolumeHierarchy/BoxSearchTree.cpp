@@ -1,5 +1,6 @@
 #include "geometry/BoundingVolumeHierarchy/BoxSearchTree.h"
 
+#include "geometry/BoundingVolumeHierarchy/ElementIds.h"
 #include "geometry/BoundingVolumeHierarchy/Queries.h"
 
 #include <cstdint>
@@ -30,8 +31,7 @@ bool selectAll(const Hierarchy& tree, const Test& test, std::vector<int>& ids)
     for (std::uint32_t position = first; position < end; ++position)
       if (test(tree.getElement(position))) ids.push_back(static_cast<int>(position));
   });
-  for (int& id : ids)
-    id = static_cast<int>(tree.getElementId(static_cast<unsigned>(id)));
+  turnIntoIds(tree, ids);
   return !ids.empty();
 }
 

@@ -1,5 +1,6 @@
 #include "geometry/BoundingVolumeHierarchy/MeshSearchTree.h"
 
+#include "geometry/BoundingVolumeHierarchy/ElementIds.h"
 #include "geometry/BoundingVolumeHierarchy/Queries.h"
 #include "geometry/BoundingVolumeHierarchy/SegmentPoint.h"
 #include "geometry/PolyLine.h"
@@ -37,12 +38,6 @@ XiEtaPoint placeOf(const Hierarchy& bvh, const Result& result, bool found)
   XiEtaPoint place(result.xi, result.eta);
   place.setElementIdx(found ? bvh.getElementId(result.secondIndex) : 0);
   return place;
-}
-
-void turnIntoIds(const Hierarchy& bvh, std::vector<int>& positions)
-{
-  for (int& position : positions)
-    position = static_cast<int>(bvh.getElementId(static_cast<unsigned>(position)));
 }
 
 /// The nearest triangle, with the normal there.

@@ -1,5 +1,6 @@
 #include "geometry/BoundingVolumeHierarchy/PointSearchTreeT.h"
 
+#include "geometry/BoundingVolumeHierarchy/ElementIds.h"
 #include "geometry/BoundingVolumeHierarchy/Queries.h"
 #include "geometry/mesh/Mesh.h"
 
@@ -19,13 +20,6 @@ template <class Hierarchy, class Result>
 std::uint64_t idOf(const Hierarchy& tree, const Result& result)
 {
   return result.found ? tree.getElementId(result.secondIndex) : 0;
-}
-
-template <class Hierarchy>
-void turnIntoIds(const Hierarchy& tree, std::vector<int>& positions)
-{
-  for (int& position : positions)
-    position = static_cast<int>(tree.getElementId(static_cast<unsigned>(position)));
 }
 
 /// The nearest candidates so far as a binary heap with the farthest at its root, kept in the lists of the caller.
