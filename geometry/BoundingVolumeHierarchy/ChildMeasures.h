@@ -50,6 +50,23 @@ private:
   Lanes::Double2 point[dim];
 };
 
+/// The squared distances of two volumes from the one of another node.
+template <class VolumeA, class VolumeB>
+ChildValues squareDistancesOfChildren(const Node<VolumeA>& first, const Node<VolumeA>& second,
+                                      const Node<VolumeB>& other)
+{
+  constexpr unsigned dim = VolumeA::Dim;
+  const Lanes::BoxPair<dim> boxes(first.volume, second.volume);
+  const Lanes::BoxPair<dim> others(other.volume, other.volume);
+  Lanes::Double2 sum{};
+  for (unsigned i = 0; i < dim; ++i) {
+    const Lanes::Double2 gap =
+        Lanes::greater(Lanes::greater(boxes.min[i] - others.max[i], others.min[i] - boxes.max[i]), Lanes::Double2{});
+    sum += gap * gap;
+  }
+  return {sum[0], sum[1]};
+}
+
 /// The distances of a plane from both volumes, negative for one that it cuts.
 template <class PlaneType>
 class GapOfChildren;

@@ -147,4 +147,34 @@ struct NearestLeafPair
   }
 };
 
+/// Hands every crossing of elements of two leaves on.
+template <class HierarchyA, class HierarchyB, class Sink>
+struct PlainCrossingLeafPair
+{
+  const HierarchyA& treeA;
+  const HierarchyB& treeB;
+  const Sink& sink;
+
+  void test(std::uint32_t i, std::uint32_t j) const
+  {
+    IntersectionQueryResult<typename HierarchyA::Element, typename HierarchyB::Element> result;
+    if (!intersect(treeA.getElement(i), treeB.getElement(j), result)) return;
+    result.firstIndex = i;
+    result.secondIndex = j;
+    sink(result);
+  }
+
+  template <class NodeA, class NodeB>
+  void operator()(const NodeA& a, const NodeB& b) const
+  {
+    for (std::uint32_t i = a.firstElement(); i < a.endElement(); ++i)
+      for (std::uint32_t j = b.firstElement(); j < b.endElement(); ++j)
+        test(i, j);
+  }
+};
+
+template <class HierarchyA, class HierarchyB, class Sink>
+struct CrossingLeafPair : PlainCrossingLeafPair<HierarchyA, HierarchyB, Sink>
+{};
+
 } // namespace Kavrel::BoundingVolumeHierarchy

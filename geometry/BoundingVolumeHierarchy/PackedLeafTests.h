@@ -3,6 +3,7 @@
 #include "geometry/BoundingVolumeHierarchy/LeafTests.h"
 #include "geometry/BoundingVolumeHierarchy/LineFilter.h"
 #include "geometry/BoundingVolumeHierarchy/NearestFilter.h"
+#include "geometry/BoundingVolumeHierarchy/PairFilter.h"
 #include "geometry/BoundingVolumeHierarchy/PlaneFilter.h"
 
 #include <bit>
@@ -203,6 +204,77 @@ struct AllHitsLeaf<Result, Hierarchy, Plane<double, 3>, Sink>
 private:
   PlainAllHitsLeaf<Result, Hierarchy, Plane<double, 3>, Sink> plain;
   PlaneFilter filter;
+};
+
+template <HasPackedTriangles HierarchyA, HasPackedTriangles HierarchyB>
+struct NearestLeafPair<HierarchyA, HierarchyB, DistanceQueryResult<Triangle, Triangle>>
+{
+  using Result = DistanceQueryResult<Triangle, Triangle>;
+
+  NearestLeafPair(const HierarchyA& first, const HierarchyB& second, Result& best)
+      : treeA(first), treeB(second), result(best), filter(first.getRoot().volume, second.getRoot().volume)
+  {
+    if (best.found) filter.setReach(best.squareDistance);
+  }
+
+  template <class NodeA, class NodeB>
+  void operator()(const NodeA& a, const NodeB& b)
+  {
+    const float* const rows = treeA.getPackedElements().getLeaf(a.firstElement());
+    const std::uint32_t count = a.endElement() - a.firstElement();
+    for (std::uint32_t i = 0; i < count; ++i) {
+      filter.setSingle(rows + i, count);
+      testPacked(
+          treeB, b.firstElement(), b.endElement(),
+          [this](const float* others, std::uint32_t stride, unsigned) { return filter.mayBeNear(others, stride); },
+          [&](std::uint32_t j) {
+            if (measure(a.firstElement() + i, j)) filter.setSingle(rows + i, count);
+          });
+    }
+  }
+
+private:
+  bool measure(std::uint32_t i, std::uint32_t j)
+  {
+    if (!distance(treeA.getElement(i), treeB.getElement(j), result)) return false;
+    result.firstIndex = i;
+    result.secondIndex = j;
+    filter.setReach(result.squareDistance);
+    Vector<double, 3> way = result.secondPoint - result.firstPoint;
+    if (way.normalize()) filter.setDirection(way);
+    return true;
+  }
+
+  const HierarchyA& treeA;
+  const HierarchyB& treeB;
+  Result& result;
+  PairFilter filter;
+};
+
+template <HasPackedTriangles HierarchyA, HasPackedTriangles HierarchyB, class Sink>
+struct CrossingLeafPair<HierarchyA, HierarchyB, Sink>
+{
+  CrossingLeafPair(const HierarchyA& treeA, const HierarchyB& treeB, const Sink& sink)
+      : plain{treeA, treeB, sink}, filter(treeA.getRoot().volume, treeB.getRoot().volume)
+  {}
+
+  template <class NodeA, class NodeB>
+  void operator()(const NodeA& a, const NodeB& b)
+  {
+    const float* const rows = plain.treeA.getPackedElements().getLeaf(a.firstElement());
+    const std::uint32_t count = a.endElement() - a.firstElement();
+    for (std::uint32_t i = 0; i < count; ++i) {
+      filter.setSingle(rows + i, count);
+      testPacked(
+          plain.treeB, b.firstElement(), b.endElement(),
+          [this](const float* others, std::uint32_t stride, unsigned) { return filter.mayCross(others, stride); },
+          [&](std::uint32_t j) { plain.test(a.firstElement() + i, j); });
+    }
+  }
+
+private:
+  PlainCrossingLeafPair<HierarchyA, HierarchyB, Sink> plain;
+  PairFilter filter;
 };
 
 } // namespace Kavrel::BoundingVolumeHierarchy

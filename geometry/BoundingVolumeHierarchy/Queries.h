@@ -123,10 +123,9 @@ void collectLeafs(const Hierarchy& tree, const Box& box, std::vector<int>& posit
 template <class HierarchyA, class HierarchyB, class Result>
 void closestPair(const HierarchyA& treeA, const HierarchyB& treeB, Result& result)
 {
+  NearestLeafPair leaves{treeA, treeB, result};
   visitNearestPairs(
-      treeA, treeB, 0, 0, [](const auto& a, const auto& b) { return squareDistance(a, b); },
-      [&result](double value) { return result.found && value >= result.squareDistance; },
-      NearestLeafPair{treeA, treeB, result});
+      treeA, treeB, 0, 0, [&result](double value) { return result.found && value >= result.squareDistance; }, leaves);
 }
 
 /// Hands all pairs of element positions to `test(positionA, positionB)` that stand in leaves whose volumes, and those
@@ -146,15 +145,9 @@ void overlappingPairs(const HierarchyA& treeA, const HierarchyB& treeB, const Ac
 template <class HierarchyA, class HierarchyB, class Sink>
 void crossingPairs(const HierarchyA& treeA, const HierarchyB& treeB, const Sink& sink)
 {
-  overlappingPairs(
-      treeA, treeB, [](const auto& a, const auto& b) { return overlaps(a, b); },
-      [&](std::uint32_t i, std::uint32_t j) {
-        IntersectionQueryResult<typename HierarchyA::Element, typename HierarchyB::Element> result;
-        if (!intersect(treeA.getElement(i), treeB.getElement(j), result)) return;
-        result.firstIndex = i;
-        result.secondIndex = j;
-        sink(result);
-      });
+  visitAllPairs(
+      treeA, treeB, 0, 0, [](const auto& a, const auto& b) { return overlaps(a, b); },
+      CrossingLeafPair<HierarchyA, HierarchyB, Sink>{treeA, treeB, sink});
 }
 
 /// All pairs of elements within a squared distance of each other, the bound included, in traversal order:

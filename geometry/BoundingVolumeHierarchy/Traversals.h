@@ -137,43 +137,41 @@ bool descendsIntoB(const NodeA& a, const NodeB& b)
   return volume(b.volume) > volume(a.volume);
 }
 
-/// Visits pairs of leaves of two hierarchies, the nearer child of a split node first, the second only if strictly
-/// nearer.
-/// - `measure(volumeA, volumeB)` gives the value of two nodes;
+/// Visits pairs of leaves of two hierarchies by the squared distances of their volumes, the nearer child of a split
+/// node first, the second only if strictly nearer.
 /// - `tooFar(value)` says whether a pair of that value can be left out;
 /// - `leaves(nodeA, nodeB)` takes two leaves.
-template <class HierarchyA, class HierarchyB, class Measure, class TooFar, class Leaves>
+template <class HierarchyA, class HierarchyB, class TooFar, class Leaves>
 void visitNearestPairs(const HierarchyA& treeA, const HierarchyB& treeB, std::uint32_t indexA, std::uint32_t indexB,
-                       const Measure& measure, const TooFar& tooFar, const Leaves& leaves)
+                       const TooFar& tooFar, Leaves& leaves)
 {
   const auto& a = treeA.getNode(indexA);
   const auto& b = treeB.getNode(indexB);
   if (a.isLeaf() && b.isLeaf()) return leaves(a, b);
 
-  // Descends into the split tree; `value` and `visit` name the children of the one that splits.
-  const auto descend = [&](const auto& split, const auto& value, const auto& visit) {
-    const double first = value(split.firstWord);
-    const double second = split.hasSecondChild() ? value(split.secondWord) : std::numeric_limits<double>::max();
-    const bool secondIsNearer = second < first;
-    if (!tooFar(secondIsNearer ? second : first)) visit(secondIsNearer ? split.secondWord : split.firstWord);
-    if (!split.hasSecondChild()) return;
-    if (!tooFar(secondIsNearer ? first : second)) visit(secondIsNearer ? split.firstWord : split.secondWord);
+  // Descends into one of the trees: `split` is its node, `other` the node of the other tree.
+  const auto descend = [&tooFar](const auto& tree, const auto& split, const auto& other, const auto& visit) {
+    ChildValues values =
+        squareDistancesOfChildren(tree.getNode(split.firstWord),
+                                  tree.getNode(split.hasSecondChild() ? split.secondWord : split.firstWord), other);
+    if (!split.hasSecondChild()) values.second = std::numeric_limits<double>::max();
+    const bool secondIsNearer = values.second < values.first;
+    const double nearer = secondIsNearer ? values.second : values.first;
+    const double farther = secondIsNearer ? values.first : values.second;
+    if (!tooFar(nearer)) visit(secondIsNearer ? split.secondWord : split.firstWord);
+    if (split.hasSecondChild() && !tooFar(farther)) visit(secondIsNearer ? split.firstWord : split.secondWord);
   };
   if (descendsIntoB(a, b))
-    descend(
-        b, [&](std::uint32_t child) { return measure(a.volume, treeB.getNode(child).volume); },
-        [&](std::uint32_t child) { visitNearestPairs(treeA, treeB, indexA, child, measure, tooFar, leaves); });
+    descend(treeB, b, a, [&](std::uint32_t child) { visitNearestPairs(treeA, treeB, indexA, child, tooFar, leaves); });
   else
-    descend(
-        a, [&](std::uint32_t child) { return measure(treeA.getNode(child).volume, b.volume); },
-        [&](std::uint32_t child) { visitNearestPairs(treeA, treeB, child, indexB, measure, tooFar, leaves); });
+    descend(treeA, a, b, [&](std::uint32_t child) { visitNearestPairs(treeA, treeB, child, indexB, tooFar, leaves); });
 }
 
 /// Visits all pairs of leaves whose volumes, and those of all nodes above, `accepts(volumeA, volumeB)` lets pass.
 /// `leaves(nodeA, nodeB)` takes two leaves. The pair that the walk starts with is tested too.
 template <class HierarchyA, class HierarchyB, class Accepts, class Leaves>
 void visitAllPairs(const HierarchyA& treeA, const HierarchyB& treeB, std::uint32_t indexA, std::uint32_t indexB,
-                   const Accepts& accepts, const Leaves& leaves)
+                   const Accepts& accepts, Leaves&& leaves)
 {
   const auto& a = treeA.getNode(indexA);
   const auto& b = treeB.getNode(indexB);
