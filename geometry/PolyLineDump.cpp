@@ -15,7 +15,8 @@ constexpr int fullPrecisionDigits = 15;
 class Rows
 {
 public:
-  Rows(std::ostream& stream, const char* keyword) : out(stream) { out << keyword << '\n'; }
+  /// The keyword has the end of its line with it, so that a width of the stream covers both.
+  Rows(std::ostream& stream, const char* keyword) : out(stream) { out << keyword; }
 
   template <class T, unsigned dim>
   void add(const Vector<T, dim>& v)
@@ -41,14 +42,14 @@ void writeSection(const PolyLine<P>& polyline, std::ostream& out, const char* ke
 template <class P>
 void writePoints(const PolyLine<P>& polyline, std::ostream& out)
 {
-  writeSection(polyline, out, "Poly3D", [](const Vector<typename P::Scalar, P::Dim>& position) { return position; });
+  writeSection(polyline, out, "Poly3D\n", [](const Vector<typename P::Scalar, P::Dim>& position) { return position; });
 }
 
 template <class P>
 void writeStrokes(const PolyLine<P>& polyline, std::ostream& out)
 {
   using Position = Vector<typename P::Scalar, P::Dim>;
-  Rows rows(out, "Poly3D");
+  Rows rows(out, "Poly3D\n");
   for (const P& point : polyline) {
     const Position& position = point;
     rows.add(position);
@@ -101,9 +102,9 @@ void PolyLineDump::toStream(const PolyLine<P>& polyline, std::ostream& out, Poly
   text.precision(out.precision());
   if (mode == PolyNormalDumpMode::NormalsSection) {
     if constexpr (P::TypeHasNormal)
-      writeSection(polyline, text, "Normals", [](const P& point) { return point.getNormal(); });
+      writeSection(polyline, text, "Normals\n", [](const P& point) { return point.getNormal(); });
     if constexpr (P::TypeHasTangent)
-      writeSection(polyline, text, "Binormals", [](const P& point) { return point.getTangent(); });
+      writeSection(polyline, text, "Binormals\n", [](const P& point) { return point.getTangent(); });
   }
   const std::string_view written = text.view();
   out.write(written.data(), static_cast<std::streamsize>(written.size()));

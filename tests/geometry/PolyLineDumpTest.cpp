@@ -67,7 +67,7 @@ TEST(PolyLineDump, TakesOverAndKeepsTheFormatOfTheStream)
   std::ostringstream out;
   out << std::showpos << std::setprecision(3) << std::setw(8);
   PolyLineDump::toStream(polyLineFrom<Point2>("1.23456,2"), out, pointsOnly, true, false);
-  EXPECT_EQ(out.str(), "  Poly3D\n0 +1.23456 +2\n");
+  EXPECT_EQ(out.str(), " Poly3D\n0 +1.23456 +2\n");
   EXPECT_EQ(out.precision(), 3);
   EXPECT_EQ(out.width(), 8);
   EXPECT_TRUE(out.flags() & std::ios::showpos);
