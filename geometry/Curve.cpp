@@ -253,7 +253,7 @@ void Curve<T, dim>::setDomainEnd(double upper)
 }
 
 template <class T, unsigned dim>
-int Curve<T, dim>::derivates(std::vector<Point<T, dim>>& /*derivatives*/, double /*t*/) const
+int Curve<T, dim>::derivates(std::vector<Point<T, dim>>& /*derivatives*/, const double& /*t*/) const
 {
   return 0;
 }

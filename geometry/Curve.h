@@ -22,10 +22,9 @@ class PolyLine;
 
 /// A parametric curve: the base of polylines, lines, conics and splines.
 ///
-/// A curve owns a parameter domain, a chord tolerance (model units) and an identifier. A concrete curve supplies
-/// evaluate() and evaluateDerivation(); the other operations have defaults that build on these two, most of them
-/// through the adaptive discretisation calcPolyLine(). Parameters are double in every instantiation; points, vectors
-/// and the tolerance follow T.
+/// Every kind has a range of its parameter (the domain), a chord tolerance in model units and an identifier. It must
+/// say how to evaluate() a point and its derivation; what else a curve can do follows from these two unless the kind
+/// knows a better way, mostly by calcPolyLine(). Parameters are double, for float curves too.
 ///
 /// Curves are held by std::shared_ptr. A deep copy is `auto twin = curve.create(); twin->copy(curve);`.
 template <class T, unsigned dim>
@@ -72,12 +71,14 @@ public:
   /// Stores the interval as given, sorted or not.
   virtual void setDomain(const Interval& interval);
 
-  virtual Point<T, dim> evaluate(double t) const = 0;
-  virtual Vector<T, dim> evaluateDerivation(double t) const = 0;
+  /// The point at the parameter \p t. What a parameter beyond the domain gives is up to the kind of curve.
+  virtual Point<T, dim> evaluate(const double& t) const = 0;
+  /// The direction of travel at \p t. Its length is up to the kind of curve.
+  virtual Vector<T, dim> evaluateDerivation(const double& t) const = 0;
 
   /// Writes the derivatives at \p t, as many as the curve offers, and returns their number. The default is none: 0,
   /// with the vector left alone.
-  virtual int derivates(std::vector<Point<T, dim>>& derivatives, double t) const;
+  virtual int derivates(std::vector<Point<T, dim>>& derivatives, const double& t) const;
 
   /// Replaces the points and the closed flag of \p polyline by an adaptive discretisation of the curve, both ends
   /// included; a closed curve keeps both of its equal end points. Domain and tolerance of \p polyline stay.
@@ -121,7 +122,7 @@ public:
   const Identifier& getId() const { return id; }
   void setId(const Identifier& identifier) { id = identifier; }
 
-  /// Whether \p other is this very object: two curves of equal shape are not equal. Null gives false.
+  /// Whether \p other is this very object; shapes aren't compared. Null gives false.
   bool isEqual(const std::shared_ptr<const Curve>& other) const;
 
 protected:
@@ -129,7 +130,8 @@ protected:
   Curve(Curve&& other) noexcept;
   Curve& operator=(Curve&& other) noexcept;
 
-  /// Refines the stretch of \p polyline between the vertices \p index and \p index + 1, which lie at t0 and t1.
+  /// Adds to \p polyline, behind the vertex \p index, what the curve needs on its way to the next vertex. The two have
+  /// the parameters \p t0 and \p t1; \p depth counts the splits by the sag-to-chord rule so far.
   virtual void refine(PolyLine<Point<T, dim>>& polyline, int index, double t0, double t1, int depth) const;
 
   Interval domain;

@@ -272,7 +272,7 @@ void PolyLine<PointType>::adjustClosedness(double eps)
 // Curve ---------------------------------------------------------------------------------------------------------------
 
 template <class PointType>
-typename PolyLine<PointType>::Position PolyLine<PointType>::evaluate(double t) const
+typename PolyLine<PointType>::Position PolyLine<PointType>::evaluate(const double& t) const
 {
   return evaluateWithAttributes(t);
 }
@@ -325,7 +325,7 @@ bool PolyLine<PointType>::evaluateParameterPointAndSegment(double t, PointType& 
 }
 
 template <class PointType>
-typename PolyLine<PointType>::Direction PolyLine<PointType>::evaluateDerivation(double t) const
+typename PolyLine<PointType>::Direction PolyLine<PointType>::evaluateDerivation(const double& t) const
 {
   if (points.size() < 2)
     throw ShapecoreException("PolyLine<PointType>::evaluateDerivation: PolyLine with 0 or 1 points (has no segments)");

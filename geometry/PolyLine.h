@@ -21,13 +21,12 @@ enum class PolyNormalDumpMode : int;
 template <class T, unsigned dim>
 class StraightLine;
 
-/// A vector of points with a closed flag, and at once a curve by normalised arc length: parameter 0 is the first point,
-/// 1 the end, and a vertex lies at its arc length divided by the total length. Nothing about the parameters is stored:
-/// evaluation walks along the points. Who samples a long line gets the parameters once, with getPointParameters(), and
-/// passes them to getPointAtParam().
+/// Points joined by straight segments: a container of its vertices, and at once a curve whose parameter is the fraction
+/// of the whole length covered so far, from 0 to 1. Each evaluation walks along the points to find its place. Who
+/// samples a long line gets the parameters once, with getPointParameters(), and passes them to getPointAtParam().
 ///
-/// A closed polyline stores its first vertex once: the closing segment from the last vertex to the first is implied.
-/// The domain of the curve clips evaluation and nothing else; it doesn't scale the parameter.
+/// On a closed polyline a segment leads from the last vertex back to the first, which isn't stored again. The domain of
+/// the curve clips evaluation and nothing else; it doesn't scale the parameter.
 ///
 /// Indices given to element access aren't checked. Positions are `Point<T, dim>`; members that keep the attributes of
 /// a point (normal, tangent, ...) take or return `PointType`.
@@ -149,7 +148,7 @@ public:
 
   /// The position at the fraction \p t of the whole length. Below the domain it is the first point, above it the last
   /// one (the first of a closed line). An empty line gives a default point.
-  Position evaluate(double t) const override;
+  Position evaluate(const double& t) const override;
   /// evaluate() with the attributes blended along the segment: a normal or tangent is there when both ends have one.
   PointType evaluateWithAttributes(double t) const;
   /// The point at the fraction \p t, clamped to [0, 1], and the segment that it lies on; the domain takes no part.
@@ -157,7 +156,7 @@ public:
   bool evaluateParameterPointAndSegment(double t, PointType& point, std::size_t& segment) const;
   /// The unit direction of the segment at \p t. Raises ShapecoreException for a line without segments, and for a
   /// segment without direction.
-  Direction evaluateDerivation(double t) const override;
+  Direction evaluateDerivation(const double& t) const override;
   /// The unit direction of segment \p index, of the one before it past the end of an open line. Raises
   /// ShapecoreException for a segment without direction.
   Direction getSegmentDerivation(std::size_t index) const;

@@ -97,14 +97,14 @@ void StraightLine<T, dim>::setTangent(const Vector<T, dim>& tangent)
 }
 
 template <class T, unsigned dim>
-Point<T, dim> StraightLine<T, dim>::evaluate(double t) const
+Point<T, dim> StraightLine<T, dim>::evaluate(const double& t) const
 {
   const double width = this->domain.upper - this->domain.lower;
   return start + (end - start) * static_cast<T>(t / width);
 }
 
 template <class T, unsigned dim>
-Vector<T, dim> StraightLine<T, dim>::evaluateDerivation(double /*t*/) const
+Vector<T, dim> StraightLine<T, dim>::evaluateDerivation(const double& /*t*/) const
 {
   return direction;
 }

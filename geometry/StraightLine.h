@@ -6,8 +6,8 @@ namespace Kavrel {
 
 /// The straight way from a start to an end, with a direction that is end minus start, not normalised.
 ///
-/// The direction follows the ends unless these coincide to within 1e-12: a degenerate line keeps the direction it had,
-/// and setTangent() gives it one.
+/// The direction follows the ends unless these coincide to within 1e-12. Moving the ends together therefore leaves the
+/// direction as it was; setTangent() can change it then.
 template <class T, unsigned dim>
 class KVSHAPES_EXPORT StraightLine : public Curve<T, dim>
 {
@@ -44,9 +44,9 @@ public:
   bool isClosed() const override { return false; }
 
   /// The start at t = 0, the end at t = the width of the domain, whatever its lower bound is.
-  Point<T, dim> evaluate(double t) const override;
+  Point<T, dim> evaluate(const double& t) const override;
   /// The direction.
-  Vector<T, dim> evaluateDerivation(double t) const override;
+  Vector<T, dim> evaluateDerivation(const double& t) const override;
 
   /// The distance of the two ends.
   T getLength() const override;

@@ -32,12 +32,12 @@ public:
   {}
 
   void copy(const Curve<double, 2>& other) override { *this = dynamic_cast<const FunctionCurve&>(other); }
-  Point2 evaluate(double t) const override
+  Point2 evaluate(const double& t) const override
   {
     ++evaluations;
     return position(t);
   }
-  Vector2 evaluateDerivation(double t) const override { return derivation(t); }
+  Vector2 evaluateDerivation(const double& t) const override { return derivation(t); }
   void transform(const CoordinateSystem<double, 2>& /*system*/) override {}
   void reverse() override {}
   std::shared_ptr<Curve<double, 2>> create() const override { return nullptr; }
