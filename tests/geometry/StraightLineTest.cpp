@@ -57,11 +57,13 @@ TEST(StraightLine, ParameterCountsFromZeroWhateverTheDomain)
 
 TEST(StraightLine, DiscretisationIsItsTwoEnds)
 {
-  const Line line(Point3(0.0, 0.0, 0.0), Point3(3.0, 4.0, 0.0), 1e-9);
+  const Line line(Point3(0.0, 4.0, 0.0), Point3(3.0, 0.0, 0.0), 1e-9);
   PolyLine<Point3> polyline;
   line.calcPolyLine(polyline);
   EXPECT_EQ(polyline.getPointCollection(), (std::vector<Point3>{line.getStart(), line.getEnd()}));
   EXPECT_EQ(line.getLength(), 5.0);
+  EXPECT_EQ(line.calculateBoundingBox().getMin(), Point3(0.0, 0.0, 0.0));
+  EXPECT_EQ(line.calculateBoundingBox().getMax(), Point3(3.0, 4.0, 0.0));
 }
 
 TEST(StraightLine, ProjectionIsPerpendicular)
