@@ -10,9 +10,9 @@ model=data/fandisk.txt
 tool=build/release/tools/kvshapes/kvshapes
 say() { printf '\n$ kvshapes %s\n' "$*"; "$tool" "$@"; }
 say info "$model"
-say nearest "$model" --point 0,0,0 --point 1,2,3 --point=-5,0.5,0.25
-say ray "$model" --origin=-10,0.1,0.2 --direction 1,0,0
-say ray "$model" --origin=-10,0.1,0.2 --direction 1,0,0 --all
+say nearest "$model" --point 0,15,0 --point 1,16,-3 --point=-5,12.5,0.25
+say ray "$model" --origin=-10,15,-1 --direction 1,0,0
+say ray "$model" --origin=-10,15,-1 --direction 1,0,0 --all
 
 printf '\nThe same library in a program, checked against brute force:\n'
 build/release/examples/example_mesh_queries "$model"

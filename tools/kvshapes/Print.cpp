@@ -17,6 +17,7 @@ std::string cell(const Json& value)
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
   if (value.is_number_float()) return fmt::format("{:.9g}", value.get<double>());
   if (value.is_null()) return "-";
+  if (value.is_array() && value.empty()) return "-";
   if (!value.is_array()) return value.dump();
   std::string text;
   for (const Json& entry : value)

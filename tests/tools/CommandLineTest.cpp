@@ -1,0 +1,166 @@
+// Runs the command-line tool as a user does.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <sys/wait.h>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::MatchesRegex;
+
+constexpr const char* cube = R"(Points
+0 0 0 0
+1 1 0 0
+2 1 1 0
+3 0 1 0
+4 0 0 1
+5 1 0 1
+6 1 1 1
+7 0 1 1
+Facets
+0 0 2 1
+1 0 3 2
+2 4 5 6
+3 4 6 7
+4 0 1 5
+5 0 5 4
+6 1 2 6
+7 1 6 5
+8 2 3 7
+9 2 7 6
+10 3 0 4
+11 3 4 7
+)";
+
+struct Answer
+{
+  int code;
+  std::string out;
+  std::string error;
+};
+
+std::string contentOf(const std::filesystem::path& file)
+{
+  std::ifstream stream(file);
+  return {std::istreambuf_iterator<char>(stream), {}};
+}
+
+class CommandLine : public testing::Test
+{
+protected:
+  CommandLine()
+  {
+    std::string name = (std::filesystem::temp_directory_path() / "kvshapesXXXXXX").string();
+    if (!mkdtemp(name.data())) std::abort();
+    folder = name;
+    write("cube.txt", cube);
+  }
+  ~CommandLine() override { std::filesystem::remove_all(folder); }
+
+  void write(const std::string& name, const std::string& text) { std::ofstream(folder / name) << text; }
+
+  Answer run(const std::string& arguments)
+  {
+    const std::string command = "cd '" + folder.string() + "' && " KVSHAPES_TOOL " " + arguments + " >out 2>error";
+    const int status = std::system(command.c_str());
+    return {WEXITSTATUS(status), contentOf(folder / "out"), contentOf(folder / "error")};
+  }
+
+  std::filesystem::path folder;
+};
+
+TEST_F(CommandLine, AnswersInTextAndJson)
+{
+  struct Row
+  {
+    const char* arguments;
+    std::initializer_list<const char*> parts;
+  };
+  write("points.txt", "poly3d\n0 0.5 0.5 3\n1 -1 0.5 0.5\n");
+  write("far.txt", std::string("Points\n0 4 0 0\n1 5 0 0\n2 4 1 0\nFacets\n0 0 1 2\n"));
+  const Row rows[] = {
+      {"info cube.txt",
+       {"vertices        8\n", "triangles       12\n", "area            6\n", "closed          yes\n"}},
+      {"info far.txt", {"closed          no\n", "boundary edges  3\n"}},
+      {"--json info cube.txt", {"\"triangles\": 12", "\"closed\": true"}},
+      {"nearest cube.txt --point 0.5,0.25,3", {"0.5 0.25 1 ", " 2\n"}},
+      {"nearest cube.txt --points points.txt --json", {"\"distance\": 2.0", "\"distance\": 1.0"}},
+      {"ray cube.txt --origin=-1,0.25,0.5 --direction 7,0,0 --json", {"\"hit\": true", "\"distance\": 1.0"}},
+      {"ray cube.txt --origin=-1,0.25,0.5 --direction 7,0,0 --all --json", {"\"distance\": 1.0", "\"distance\": 2.0"}},
+      {"ray cube.txt --origin=-1,0.25,0.5 --direction=-1,0,0", {"hit   no\n"}},
+      {"section cube.txt --plane 0,0,2,0.5", {"count      8\n", "4 5 6 7 8 9 10 11\n"}},
+      {"distance cube.txt far.txt", {"distance            3\n", "crossing triangles  0\n"}},
+      {"distance --help", {"Usage: ", "SECOND"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.arguments);
+    const Answer answer = run(row.arguments);
+    EXPECT_EQ(answer.code, 0);
+    EXPECT_EQ(answer.error, "");
+    for (const char* part : row.parts)
+      EXPECT_THAT(answer.out, HasSubstr(part));
+  }
+}
+
+TEST_F(CommandLine, RefusesBadInputInOneLine)
+{
+  struct Row
+  {
+    const char* name;
+    std::string text;
+    const char* message;
+  };
+  const std::string points = "Points\n0 0 0 0\n1 1 0 0\n2 0 1 0\n";
+  const Row rows[] = {
+      {"empty", "", "kvshapes: empty:?[0-9]*: File is empty.\n"},
+      {"comments", "# nothing\n# here\n", "kvshapes: comments:?[0-9]*: File is empty.\n"},
+      {"cut", points + "Facets\n0 0 1\n", "kvshapes: cut:6: .*\n"},
+      {"word", "Points\n0 0 zero 0\n" + points, "kvshapes: word:2: .*\n"},
+      {"nan", "Points\n0 0 0 nan\n1 1 0 0\n2 0 1 0\nFacets\n0 0 1 2\n", "kvshapes: nan:2: .*\n"},
+      {"index", points + "Facets\n0 0 1 3\n", "kvshapes: index:6: Mesh: Facet data is corrupted.\n"},
+      {"negative", points + "Facets\n0 0 1 -1\n", "kvshapes: negative:6: .*\n"},
+      {"other", "solid cube\nendsolid\n", "kvshapes: other: holds no mesh.*\n"},
+      {"vertices", points, "kvshapes: vertices:?[0-9]*: .*\n"},
+      {"binary",
+       std::string("\x7f"
+                   "ELF\0\0\x01\xff\xfe points\n\0\0",
+                   20),
+       "kvshapes: binary:?[0-9]*: .*\n"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.name);
+    write(row.name, row.text);
+    const Answer answer = run(std::string("info ") + row.name);
+    EXPECT_EQ(answer.code, 1);
+    EXPECT_EQ(answer.out, "");
+    EXPECT_THAT(answer.error, MatchesRegex(row.message));
+  }
+  EXPECT_EQ(run("info nowhere").code, 1);
+  EXPECT_EQ(run("info .").code, 1);
+  EXPECT_EQ(run("nearest cube.txt --points cube.txt").code, 1);
+}
+
+TEST_F(CommandLine, RefusesWhatItCannotUnderstand)
+{
+  for (const char* arguments :
+       {"", "bogus", "info", "nearest cube.txt", "nearest cube.txt --point 1,2", "nearest cube.txt --point 1,2,x",
+        "nearest cube.txt --point 1,2,nan", "ray cube.txt --origin 0,0,0",
+        "ray cube.txt --origin 0,0,0 --direction 0,0,0", "section cube.txt --plane 0,0,0,1",
+        "section cube.txt --plane 0,0,1", "info cube.txt --jsn"}) {
+    SCOPED_TRACE(arguments);
+    const Answer answer = run(arguments);
+    EXPECT_EQ(answer.code, 2);
+    EXPECT_EQ(answer.out, "");
+    EXPECT_THAT(answer.error, MatchesRegex("kvshapes: [^\n]*\n"));
+  }
+}
+
+} // namespace
