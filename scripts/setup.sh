@@ -5,7 +5,7 @@ set -euo pipefail
 
 packages=(
   git g++ cmake ninja-build ccache pkg-config
-  libboost-dev libboost-thread-dev libboost-container-dev libeigen3-dev librhash-dev libfmt-dev libcli11-dev nlohmann-json3-dev
+  libboost-dev libboost-thread-dev libeigen3-dev librhash-dev libfmt-dev libcli11-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   clang-format-14
 )

@@ -84,6 +84,8 @@ MeshCollection<Triangle> unpackTriangles(MeshCollection<Vertex>& vertices, unsig
   return triangles;
 }
 
+inline void Mesh::markHashDirty() { lazy->values.hashDirty = true; }
+
 Mesh::Mesh() : lazy(std::make_unique<MeshLazyValues>()) {}
 
 Mesh::Mesh(const Mesh& source) : Mesh() { *this = source; }

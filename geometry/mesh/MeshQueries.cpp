@@ -58,8 +58,6 @@ void Mesh::clearCachedData()
   lazy->values.hashDirty = true;
 }
 
-void Mesh::markHashDirty() { lazy->values.hashDirty = true; }
-
 double Mesh::getArea() const
 {
   const MeshLazyValues::Lock lock(lazy->mutex);
