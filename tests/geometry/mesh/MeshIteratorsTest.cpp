@@ -148,6 +148,27 @@ TEST(MeshIterators, TakeOneWayLinksForBoundaries)
   EXPECT_THAT(walk(triangle.triangleBegin(), triangle.triangleEnd()), testing::ElementsAre(2));
 }
 
+TEST(MeshIterators, EndOnTangledMeshes)
+{
+  RandomGeometry random(5102);
+  for (int round = 0; round < 300; ++round) {
+    SCOPED_TRACE(round);
+    const std::size_t vertices = 3 + random.index(6);
+    Mesh mesh;
+    for (std::size_t i = 0; i < vertices; ++i)
+      mesh.addVertex(0, 0, 0);
+    for (std::size_t i = 0; i < 12; ++i)
+      mesh.addTriangle(random.index(vertices), random.index(vertices), random.index(vertices));
+    mesh.computeTopology();
+    for (const Vertex& vertex : mesh.getVertexCollection()) {
+      walk(vertex.vertexBegin(), vertex.vertexEnd());
+      walk(vertex.triangleBegin(), vertex.triangleEnd());
+    }
+    for (const Triangle& triangle : mesh.getTriangleCollection())
+      walk(triangle.triangleBegin(), triangle.triangleEnd());
+  }
+}
+
 TEST(MeshIterators, AreEmptyWithoutTopology)
 {
   const Mesh mesh = cube();

@@ -134,5 +134,28 @@ TEST(MeshNormalCalculator, KeepsItsResultUntilAnOptionChanges)
   EXPECT_TRUE(out.empty());
 }
 
+TEST(MeshNormalCalculator, LeavesNormalsOfAMeshAloneUntilTheyAreRecomputed)
+{
+  Mesh mesh = meshFromText("0 0 0, 1 0 0, 0 0 1, 5 5 5 | 0 1 2");
+  mesh.computeTopology();
+  EXPECT_EQ(mesh.getVertexRef(3).getHalfEdge(), nullptr);
+  mesh.computeNormals(false, true);
+  EXPECT_EQ(mesh.getVertexRef(3).getNormal(), Normal(0, 0, 1)) << "in no triangle";
+  mesh.check();
+  const std::string hash = mesh.getHash();
+  mesh.getVertexRef(0).setNormal(1, 0, 0);
+  mesh.computeNormals(false, false);
+  EXPECT_EQ(mesh.getVertexRef(0).getNormal(), Normal(1, 0, 0));
+  EXPECT_EQ(mesh.getHash(), hash) << "nothing changed";
+  mesh.getVertexRef(2).set(0, 0, -1);
+  mesh.recomputeNormals(false, false);
+  EXPECT_EQ(mesh.getVertexRef(0).getNormal(), Normal(0, 1, 0));
+  EXPECT_NE(mesh.getHash(), hash);
+
+  Mesh empty;
+  empty.computeNormals(false, true);
+  EXPECT_FALSE(empty.hasNormals());
+}
+
 } // namespace
 } // namespace Kavrel::Testing
