@@ -28,17 +28,16 @@ template <class T>
 class Counterparts
 {
 public:
-  explicit Counterparts(MeshCollection<T>& collection) : begin(collection.begin()), size(collection.size()) {}
+  explicit Counterparts(MeshCollection<T>& ownCollection) : collection(ownCollection) {}
 
   /// Null for none and for a removed half-edge.
   T* operator()(const T* foreign) const
   {
-    return foreign && foreign->getIndex() < size ? &begin[foreign->getIndex()] : nullptr;
+    return foreign && foreign->getIndex() < collection.size() ? &collection[foreign->getIndex()] : nullptr;
   }
 
 private:
-  const typename MeshCollection<T>::iterator begin;
-  const std::size_t size;
+  MeshCollection<T>& collection;
 };
 
 template <class T>
@@ -65,18 +64,13 @@ MeshCollection<Vertex> unpackVertices(unsigned count, const T* coordinates, cons
 
 MeshCollection<Triangle> unpackTriangles(MeshCollection<Vertex>& vertices, unsigned count, const int* corners)
 {
-  std::vector<Vertex*> addresses;
-  addresses.reserve(vertices.size());
-  for (Vertex& vertex : vertices)
-    addresses.push_back(&vertex);
-  const auto exists = [&addresses](int corner) { return corner >= 0 && std::size_t(corner) < addresses.size(); };
-
+  const auto exists = [&vertices](int corner) { return corner >= 0 && std::size_t(corner) < vertices.size(); };
   MeshCollection<Triangle> triangles(count);
   unsigned i = 0;
   for (Triangle& triangle : triangles) {
     const int a = corners[0], b = corners[1], c = corners[2];
     if (!exists(a) || !exists(b) || !exists(c)) break;
-    triangle.setVertices(addresses[std::size_t(a)], addresses[std::size_t(b)], addresses[std::size_t(c)]);
+    triangle.setVertices(&vertices[std::size_t(a)], &vertices[std::size_t(b)], &vertices[std::size_t(c)]);
     triangle.setIndex(i++);
     corners += 3;
   }
