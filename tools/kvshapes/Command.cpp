@@ -10,6 +10,7 @@
 #include <charconv>
 #include <cmath>
 #include <filesystem>
+#include <system_error>
 
 namespace Kavrel::Tool {
 
@@ -17,33 +18,40 @@ namespace {
 
 constexpr unsigned leafSize = 8;
 constexpr unsigned maxDepth = 64;
+constexpr double largestCoordinate = 1e70; // products of four of them must be finite
+
+/// A file that can't be used; names the file and, where there is one, the line.
+struct InputError : std::runtime_error
+{
+  using std::runtime_error::runtime_error;
+};
 
 [[noreturn]] void fail(const std::string& file, std::size_t line, const std::string& message)
 {
-  throw std::runtime_error(line > 0 ? fmt::format("{}:{}: {}", file, line, message)
-                                    : fmt::format("{}: {}", file, message));
+  throw InputError(line > 0 ? fmt::format("{}:{}: {}", file, line, message) : fmt::format("{}: {}", file, message));
 }
 
 // Runs a read that fills the status; a raise or an early end becomes one message with file and line.
 template <class Read>
 auto readWhole(const std::string& file, Read read)
 {
-  if (std::filesystem::is_directory(file)) fail(file, 0, "is a directory, not a file");
+  std::error_code ignored;
+  if (std::filesystem::is_directory(file, ignored)) fail(file, 0, "is a directory, not a file");
   TextImportStatus status;
   try {
     auto result = read(status);
     if (!status.complete) fail(file, status.line, "a row that can't be read ends the file here");
     return result;
+  } catch (const InputError&) {
+    throw;
   } catch (const std::exception& error) {
-    if (std::string(error.what()).starts_with(file)) throw;
     fail(file, status.line, error.what());
   }
 }
 
-bool isFinite(const Vector<double, 3>& v)
-{
-  return std::isfinite(v.x()) && std::isfinite(v.y()) && std::isfinite(v.z());
-}
+bool isUsable(double coordinate) { return std::abs(coordinate) <= largestCoordinate; }
+
+bool isUsable(const Vector<double, 3>& v) { return isUsable(v.x()) && isUsable(v.y()) && isUsable(v.z()); }
 
 } // namespace
 
@@ -54,8 +62,8 @@ std::shared_ptr<Mesh> readMesh(const std::string& file)
   if (mesh->numberOfTriangles() == 0)
     fail(file, 0, "holds no mesh: \"points\" and \"facets\" with their rows are needed");
   for (auto vertex = mesh->beginVertex(); vertex != mesh->endVertex(); ++vertex)
-    if (!isFinite(*vertex))
-      fail(file, 0, fmt::format("vertex {} has a coordinate that isn't finite", vertex->getIndex()));
+    if (!isUsable(*vertex))
+      fail(file, 0, fmt::format("vertex {} has a coordinate beyond {}", vertex->getIndex(), largestCoordinate));
   return mesh;
 }
 
@@ -76,7 +84,7 @@ std::vector<Point3N> readPoints(const std::string& file)
     status = parser.getStatus();
     if (points.empty()) fail(file, 0, "holds no points: \"poly3d\" or \"projpoints\" with their rows are needed");
     for (const Point3N& point : points)
-      if (!isFinite(point)) fail(file, 0, "has a coordinate that isn't finite");
+      if (!isUsable(point)) fail(file, 0, fmt::format("has a coordinate that isn't within {}", largestCoordinate));
     return points;
   });
 }
@@ -94,7 +102,7 @@ std::vector<double> parseNumbers(const std::string& option, const std::string& t
   while (numbers.size() < count) {
     double number = 0.0;
     const auto [rest, error] = std::from_chars(position, end, number);
-    if (error != std::errc() || !std::isfinite(number)) break;
+    if (error != std::errc() || !isUsable(number)) break;
     numbers.push_back(number);
     position = rest;
     if (numbers.size() < count && (position == end || *position++ != ',')) break;

@@ -24,11 +24,12 @@ struct UsageError : std::runtime_error
   using std::runtime_error::runtime_error;
 };
 
-/// Writes a result to standard output: as JSON, or as lines of text with one table for each list of records.
+/// Writes a result to standard output: as JSON, or as lines of text with one table for each list of records. Raises
+/// when standard output doesn't take all of it.
 void print(const Json& result, bool asJson);
 
-/// Reads a mesh that has triangles and finite coordinates; anything else raises with the file's name and, where there
-/// is one, the line.
+/// Reads a mesh that has triangles, and coordinates small enough to be computed with; anything else raises with the
+/// file's name and, where there is one, the line.
 std::shared_ptr<Mesh> readMesh(const std::string& file);
 
 /// The points of all collections of a file in the text format, in order; raises like readMesh.
@@ -37,7 +38,7 @@ std::vector<Point3N> readPoints(const std::string& file);
 /// A tree with the leaf size and depth that suit queries on one mesh. It keeps the mesh alive.
 MeshSearchTree makeTree(const std::shared_ptr<const Mesh>& mesh);
 
-/// `count` finite numbers separated by commas; raises UsageError with the option's name.
+/// `count` numbers of the size of coordinates, separated by commas; raises UsageError with the option's name.
 std::vector<double> parseNumbers(const std::string& option, const std::string& text, std::size_t count);
 Vector<double, 3> parseVector(const std::string& option, const std::string& text);
 

@@ -51,14 +51,8 @@ void printTable(const Json& records)
 
 bool isTable(const Json& value) { return value.is_array() && !value.empty() && value.front().is_object(); }
 
-} // namespace
-
-void print(const Json& result, bool asJson)
+void printText(const Json& result)
 {
-  if (asJson) {
-    fmt::print("{}\n", result.dump(2));
-    return;
-  }
   std::size_t width = 0;
   for (const auto& field : result.items())
     if (!isTable(field.value())) width = std::max(width, field.key().size());
@@ -68,6 +62,17 @@ void print(const Json& result, bool asJson)
     else
       fmt::print("{:<{}}{}\n", field.key(), width + gap, cell(field.value()));
   }
+}
+
+} // namespace
+
+void print(const Json& result, bool asJson)
+{
+  if (asJson)
+    fmt::print("{}\n", result.dump(2));
+  else
+    printText(result);
+  if (std::fflush(stdout) != 0) throw std::runtime_error("the answer can't be written to standard output");
 }
 
 } // namespace Kavrel::Tool
