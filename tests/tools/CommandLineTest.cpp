@@ -69,7 +69,7 @@ protected:
 
   Answer run(const std::string& arguments)
   {
-    const std::string command = "cd '" + folder.string() + "' && " KVSHAPES_TOOL " " + arguments + " >out 2>error";
+    const std::string command = "cd '" + folder.string() + "' && " KVSHAPES_TOOL " >out 2>error " + arguments;
     const int status = std::system(command.c_str());
     return {WEXITSTATUS(status), contentOf(folder / "out"), contentOf(folder / "error")};
   }
@@ -125,6 +125,9 @@ TEST_F(CommandLine, RefusesBadInputInOneLine)
       {"cut", points + "Facets\n0 0 1\n", "kvshapes: cut:6: .*\n"},
       {"word", "Points\n0 0 zero 0\n" + points, "kvshapes: word:2: .*\n"},
       {"nan", "Points\n0 0 0 nan\n1 1 0 0\n2 0 1 0\nFacets\n0 0 1 2\n", "kvshapes: nan:2: .*\n"},
+      {"huge", "Points\n0 0 0 0\n1 1 0 0\n2 0 1e100 0\nFacets\n0 0 1 2\n",
+       "kvshapes: huge: vertex 2 has a coordinate beyond 1e\\+70\n"},
+      {"M", points + "Facets\n0 0 1 3\n", "kvshapes: M:6: Mesh: Facet data is corrupted.\n"},
       {"index", points + "Facets\n0 0 1 3\n", "kvshapes: index:6: Mesh: Facet data is corrupted.\n"},
       {"negative", points + "Facets\n0 0 1 -1\n", "kvshapes: negative:6: .*\n"},
       {"other", "solid cube\nendsolid\n", "kvshapes: other: holds no mesh.*\n"},
@@ -143,16 +146,25 @@ TEST_F(CommandLine, RefusesBadInputInOneLine)
     EXPECT_EQ(answer.out, "");
     EXPECT_THAT(answer.error, MatchesRegex(row.message));
   }
-  EXPECT_EQ(run("info nowhere").code, 1);
-  EXPECT_EQ(run("info .").code, 1);
-  EXPECT_EQ(run("nearest cube.txt --points cube.txt").code, 1);
+  write("nanpoint.txt", "projpoints\nnan 0 0 0 0 0 0 1\n");
+  write("cutpoints.txt", "poly3d\n0 1 2 3\n1 2");
+  for (const std::string& arguments :
+       {std::string("info nowhere"), std::string("info ."), std::string("info ''"), "info " + std::string(300, 'x'),
+        std::string("nearest cube.txt --points cube.txt"), std::string("nearest cube.txt --points nanpoint.txt"),
+        std::string("nearest cube.txt --points cutpoints.txt"), std::string("info cube.txt >/dev/full")}) {
+    SCOPED_TRACE(arguments);
+    const Answer answer = run(arguments);
+    EXPECT_EQ(answer.code, 1);
+    EXPECT_EQ(answer.out, "");
+    EXPECT_THAT(answer.error, MatchesRegex("kvshapes: [^\n]*\n"));
+  }
 }
 
 TEST_F(CommandLine, RefusesWhatItCannotUnderstand)
 {
   for (const char* arguments :
        {"", "bogus", "info", "nearest cube.txt", "nearest cube.txt --point 1,2", "nearest cube.txt --point 1,2,x",
-        "nearest cube.txt --point 1,2,nan", "ray cube.txt --origin 0,0,0",
+        "nearest cube.txt --point 1,2,nan", "nearest cube.txt --point 1,2,1e300", "ray cube.txt --origin 0,0,0",
         "ray cube.txt --origin 0,0,0 --direction 0,0,0", "section cube.txt --plane 0,0,0,1",
         "section cube.txt --plane 0,0,1", "info cube.txt --jsn"}) {
     SCOPED_TRACE(arguments);
