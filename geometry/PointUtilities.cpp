@@ -11,18 +11,16 @@ namespace {
 constexpr std::size_t largestUnreducedCloud = 64;
 constexpr std::size_t numberOfDirections = 31;
 
-using Directions = std::array<Vector<double, 3>, numberOfDirections>;
-
-Directions makeSphereDirections()
+std::vector<Vector<double, 3>> makeSphereDirections()
 {
   const double h = 0.5;
   const double r = std::sqrt(3.0) / 2.0;
   const double k = 1.0 / (2.0 * std::sqrt(2.0));
   const double c = 1.0 / std::sqrt(3.0);
-  return {{{1, 0, 0},   {0, 1, 0},   {0, 0, 1},   {h, 0, r},  {r, 0, h},  {0, h, r},  {0, r, h},  {h, r, 0},
-           {r, h, 0},   {-r, h, 0},  {-h, r, 0},  {-r, 0, h}, {-h, 0, r}, {0, -r, h}, {0, -h, r}, {k, k, r},
-           {r, k, k},   {k, r, k},   {-k, k, r},  {-r, k, k}, {-k, r, k}, {k, -k, r}, {r, -k, k}, {k, -r, k},
-           {-k, -k, r}, {-r, -k, k}, {-k, -r, k}, {c, c, c},  {-c, c, c}, {c, -c, c}, {-c, -c, c}}};
+  return {{1, 0, 0},   {0, 1, 0},   {0, 0, 1},   {h, 0, r},  {r, 0, h},  {0, h, r},  {0, r, h},  {h, r, 0},
+          {r, h, 0},   {-r, h, 0},  {-h, r, 0},  {-r, 0, h}, {-h, 0, r}, {0, -r, h}, {0, -h, r}, {k, k, r},
+          {r, k, k},   {k, r, k},   {-k, k, r},  {-r, k, k}, {-k, r, k}, {k, -k, r}, {r, -k, k}, {k, -r, k},
+          {-k, -k, r}, {-r, -k, k}, {-k, -r, k}, {c, c, c},  {-c, c, c}, {c, -c, c}, {-c, -c, c}};
 }
 
 /// The outermost points of a cloud along the directions, found in one pass over the points.
@@ -87,8 +85,7 @@ std::vector<Vector<double, 3>> PointUtilities::getRelevantPointCloud(const std::
 
 const std::vector<Vector<double, 3>>& PointUtilities::getSphereDirections()
 {
-  static const Directions table = makeSphereDirections();
-  static const std::vector<Vector<double, 3>> directions(table.begin(), table.end());
+  static const std::vector<Vector<double, 3>> directions = makeSphereDirections();
   return directions;
 }
 

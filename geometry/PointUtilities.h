@@ -6,7 +6,7 @@
 
 namespace Kavrel {
 
-/// Helpers over point clouds.
+/// Measures and extracts of point clouds.
 class KVSHAPES_EXPORT PointUtilities
 {
 public:
