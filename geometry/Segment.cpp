@@ -185,19 +185,24 @@ bool Segment<PointType>::getNormalAtParameter([[maybe_unused]] double t, Directi
 }
 
 template <class PointType>
+PointType Segment<PointType>::interpolatedAt(double t) const
+{
+  return PointType(start->linearInterpolation(static_cast<Scalar>(t), *end));
+}
+
+template <class PointType>
 PointType Segment<PointType>::project(const Position& p, double& t) const
 {
   t = parameterOf(p);
-  return PointType(start->linearInterpolation(static_cast<Scalar>(t), *end));
+  return interpolatedAt(t);
 }
 
 template <class PointType>
 PointType Segment<PointType>::nearestPoint(const Position& p) const
 {
-  double t;
-  const PointType foot = project(p, t);
+  const double t = parameterOf(p);
   if (t < 0.0) return *start;
-  return t > 1.0 ? *end : foot;
+  return t > 1.0 ? *end : interpolatedAt(t);
 }
 
 template <class PointType>

@@ -108,6 +108,8 @@ private:
 
   /// Parameter of the foot of the perpendicular from \p p, 0 where the segment is too short.
   constexpr double parameterOf(const Position& p) const;
+  /// The point on the infinite line with its attributes.
+  PointType interpolatedAt(double t) const;
   /// The position nearestPoint() has, without a copy of the attributes.
   constexpr Position nearestPosition(const Position& p) const;
 
