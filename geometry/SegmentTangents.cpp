@@ -31,11 +31,12 @@ std::optional<std::pair<double, double>> rootsOf(double A, double B, double C)
 
 bool isInRange(double t) { return t > firstParameter && t < lastParameter; }
 
-/// The one root in range or else the one with the nearer point; a root that left the range of numbers loses.
+/// The one root in range or else the one with the nearer point. Where the square of an almost linear equation overflows
+/// the second root may be no number; the first one, an infinity, then tells the end.
 double chosenOf(double t1, double t2, const Vector<double, 3>& w, const Vector<double, 3>& c)
 {
   if (isInRange(t1) != isInRange(t2)) return isInRange(t1) ? t1 : t2;
-  if (!std::isfinite(t2)) return t1;
+  if (std::isnan(t2)) return t1;
   return (w - c * t2).sqrLength() > (w - c * t1).sqrLength() ? t1 : t2;
 }
 

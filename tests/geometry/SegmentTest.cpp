@@ -139,7 +139,7 @@ TEST(SegmentTest, TheEndsTakeAttributesAlong)
     double t;
     Vector3 n;
   };
-  const Row rows[] = {{-3, {0, 0, 1}}, {0, {0, 0, 1}}, {0.5, {0, h, h}}, {1, {0, 1, 0}}, {7, {0, 1, 0}}};
+  const Row rows[] = {{-0.25, {0, 0, 1}}, {0, {0, 0, 1}}, {0.5, {0, h, h}}, {1, {0, 1, 0}}, {1.25, {0, 1, 0}}};
   for (const Row& row : rows) {
     Vector3 n;
     EXPECT_TRUE(segment.getNormalAtParameter(row.t, n));
@@ -230,6 +230,8 @@ TEST(SegmentTest, BlendedTangentsDecideTheFoot)
       const double t = (out - a).length() / 2.0;
       EXPECT_NEAR(residual(t), 0.0, 1e-9);
       EXPECT_NEAR(out.getTangent().length(), 1.0, 1e-12);
+      const Vector3 normal = a.getNormal() + (b.getNormal() - a.getNormal()) * t;
+      EXPECT_THAT(out.getNormal(), IsNear(normal.getNormalized(), 1e-9));
       EXPECT_NEAR(out.getTangent().cross(t0 + (t1 - t0) * t).length(), 0.0, 1e-9);
       ++found;
     } else {
@@ -238,27 +240,71 @@ TEST(SegmentTest, BlendedTangentsDecideTheFoot)
     }
   }
   EXPECT_GT(found, 100);
-  const Point3NT a(Vector3(0, 0, 0), Vector3(), Vector3(1, 0, 0)), b(Vector3(2, 0, 0), Vector3(), Vector3(1, 0, 0));
-  Point3NT out;
-  EXPECT_EQ(Segment<Point3NT>(&a, &b).projectUsingInterpolatedTangents(Point3(0.5, 3, 0), out), 1) << "equal tangents";
-  EXPECT_EQ(out, Vector3(0.5, 0, 0));
-  EXPECT_EQ(Segment<Point3NT>(&a, &a).projectUsingInterpolatedTangents(Point3(0.5, 3, 0), out), 0);
+}
+
+TEST(SegmentTest, BlendedTangentsHaveUpToTwoFeet)
+{
+  const Vector3 x(1, 0, 0), end(2, 0, 0);
+  struct Row
+  {
+    const char* what;
+    Vector3 end, firstTangent, lastTangent, p;
+    int code;
+    double foot;
+  };
+  const Row rows[] = {
+      {"equal tangents", end, x, x, {0.5, 3, 0}, 1, 0.5},
+      {"just before the start", end, x, x, {-1e-6, 3, 0}, 1, 0},
+      {"before the start", end, x, x, {-4e-6, 3, 0}, -1, 0},
+      {"just behind the end", end, x, x, {2.000001, 3, 0}, 1, 2},
+      {"behind the end", end, x, x, {2.000004, 3, 0}, -2, 2},
+      // Tangents that turn around make the middle a foot of every point.
+      {"the nearer foot is the first", end, x, -x, {0.75, 0, 0}, 1, 0.75},
+      {"the nearer foot is the second", end, x, -x, {1.25, 0, 0}, 1, 1.25},
+      {"equally far feet: the second", end, {1, -1, 0}, {-1, 1, 0}, {1.25, -0.25, 0}, 1, 1.5},
+      {"the first foot alone in range", end, x, -x, {5, 1, 0}, 1, 1},
+      {"the second foot alone in range", end, x, -x, {-5, 1, 0}, 1, 1},
+      {"no length", {}, x, x, {0.5, 3, 0}, 0, 0},
+      {"no tangents", end, {}, {}, {0.5, 3, 0}, 0, 2},
+      {"roots beyond the numbers", {2, 1e-140, 0}, x, {1, 1e-160, 0}, {0.5, 3, 0}, -2, 2},
+      {"a root that is no number", {2, 2.3e-148, 0}, {10, 0, 0}, {10, 1e-160, 0}, {0.5, 3, 0}, -1, 0},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    const Point3NT a(Vector3(), Vector3(), row.firstTangent), b(row.end, Vector3(), row.lastTangent);
+    Point3NT out;
+    EXPECT_EQ(Segment<Point3NT>(&a, &b).projectUsingInterpolatedTangents(row.p, out), row.code);
+    EXPECT_NEAR(out.x(), row.foot, 1e-15);
+  }
 }
 
 TEST(SegmentTest, MeetsPlanesWithinItsWidenedEnds)
 {
+  struct Row
+  {
+    const char* what;
+    double height;
+    bool meets;
+  };
+  const Row rows[] = {{"below", -3e-6, false},
+                      {"just below", -1e-6, true},
+                      {"between", 1.5, true},
+                      {"just above", 2.000001, true},
+                      {"above", 2.000003, false}};
   const Point3 a(1, 1, 0), b(1, 1, 2), low(1, 1, 9e-7);
-  const Plane<double, 3> planes[] = {
-      {Vector3(0, 0, 1), -1e-6}, {Vector3(0, 0, 1), 1.5}, {Vector3(0, 0, 1), 2.000003}, {Vector3(1, 0, 0), 1.0}};
-  const bool expected[] = {true, true, false, false};
-  for (int i = 0; i < 4; ++i) {
-    double t = 99;
-    Point3 out(9, 9, 9);
-    EXPECT_EQ(Segment3(&a, &b).getIntersectionWithPlane(planes[i], t, out), expected[i]) << i;
-    EXPECT_NEAR(t, expected[i] ? planes[i].getDistance() / 2 : 99, 1e-15);
-    EXPECT_THAT(out, IsNear(expected[i] ? Vector3(1, 1, planes[i].getDistance()) : Vector3(9, 9, 9), 1e-15));
-    EXPECT_FALSE(Segment3(&a, &low).getIntersectionWithPlane(planes[i], t, out)) << "too short to tell";
-  }
+  for (const Row& row : rows)
+    for (const double sign : {1.0, -1.0}) {
+      SCOPED_TRACE(std::string(row.what) + (sign < 0 ? ", facing down" : ", facing up"));
+      double t = 99;
+      Point3 out(9, 9, 9);
+      EXPECT_EQ(Segment3(&a, &b).getIntersectionWithPlane({Vector3(0, 0, sign), sign * row.height}, t, out), row.meets);
+      EXPECT_NEAR(t, row.meets ? row.height / 2 : 99, 1e-15);
+      EXPECT_THAT(out, IsNear(row.meets ? Vector3(1, 1, row.height) : Vector3(9, 9, 9), 1e-15));
+    }
+  double t = 99;
+  Point3 out;
+  EXPECT_FALSE(Segment3(&a, &low).getIntersectionWithPlane({Vector3(0, 0, 1), 0.0}, t, out)) << "too short to tell";
+  EXPECT_FALSE(Segment3(&a, &b).getIntersectionWithPlane({Vector3(1, 0, 0), 1.0}, t, out)) << "in the plane";
 }
 
 TEST(SegmentTest, CrossingsKeepAwayFromTheEnds)
@@ -273,13 +319,15 @@ TEST(SegmentTest, CrossingsKeepAwayFromTheEnds)
   const Row rows[] = {
       {"in the middle", {0, 0}, {4, 0}, {2, -1}, {2, 1}, 0.1, true},
       {"within eps of an end", {0, 0}, {4, 0}, {0.09, -1}, {0.09, 1}, 0.1, false},
+      {"within eps of the other end", {0, 0}, {4, 0}, {3.91, -1}, {3.91, 1}, 0.1, false},
       {"at eps of an end", {0, 0}, {4, 0}, {0.25, -1}, {0.25, 1}, 0.25, true},
-      {"touching, eps 0", {0, 0}, {4, 0}, {2, 0}, {2, 1}, 0, true},
+      {"touching, eps 0", {0, 0}, {4, 0}, {2, 1}, {2, 0}, 0, true},
       {"touching", {0, 0}, {4, 0}, {2, 0}, {2, 1}, 1e-9, false},
       {"common end, eps 0", {0, 0}, {4, 0}, {0, 0}, {2, 1}, 0, true},
       {"missing", {0, 0}, {4, 0}, {5, -1}, {5, 1}, 0, false},
       {"parallel, eps 0", {0, 0}, {4, 0}, {1, 0}, {5, 0}, 0, false},
       {"one as short as eps", {0, 0}, {4, 0}, {2, -0.25}, {2, 0.25}, 0.5, false},
+      {"slope at eps", {0, 0}, {1, 0}, {0.5, -0.5}, {0.5, 0.5}, 0.5, false},
       {"too shallow for eps", {0, 0}, {4, 0}, {0, -0.05}, {4, 0.05}, 0.05, false},
       {"shallow, eps 0", {0, 0}, {4, 0}, {0, -0.05}, {4, 0.05}, 0, true},
   };
@@ -409,7 +457,15 @@ TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
       EXPECT_EQ(pieces[i].getEnd(), &p[row.pieces[i].second]);
     }
   }
+  const Point3 slanted[] = {{1, 0, 0}, {3, 3.9e-5, 0}, {3, 4.1e-5, 0}};
+  const Point3 small[] = {{0, 0, 0}, {1e-3, 0, 0}, {5e-4, 0, 0}, {5e-4, 0.9e-3, 0}, {5e-4, 1.1e-3, 0}};
   std::vector<Segment3> pieces(3);
+  for (const int parallel : {1, 0}) {
+    whole.subtract(Segment3(&slanted[0], &slanted[2 - parallel]), pieces, 1e-6, 1e-6);
+    EXPECT_EQ(pieces.size(), 1u + parallel) << "by the angle";
+    Segment3(&small[0], &small[1]).subtract(Segment3(&small[2], &small[4 - parallel]), pieces, 1e-9, 1e-9);
+    EXPECT_EQ(pieces.size(), 1u + parallel) << "short ones by the area, too";
+  }
   whole.subtract(Segment3(&p[6], &p[7]), pieces, 1e-6, 16.0);
   EXPECT_TRUE(pieces.empty()) << "a whole no longer than the tolerance isn't kept";
 }
@@ -430,6 +486,9 @@ TEST(SegmentTest, ParallelSegmentsShareAnOverlapOrAContact)
       {"overlap, reversed", 0, 1, 3, 2, true, 2, 1, 0},
       {"inside the other", 0, 1, 0, 7, true, 0, 1, 0},
       {"end to end", 0, 1, 6, 7, true, 6, 1, 0},
+      {"end to end, the other way", 6, 7, 0, 1, true, 6, 1, 0},
+      {"from the same place", 6, 7, 1, 8, true, 6, 8, 0},
+      {"to the same place", 0, 1, 4, 6, true, 4, 1, 0},
       {"apart on one line", 0, 1, 8, 7, false, 0, 0, 0},
       {"side by side", 0, 1, 9, 10, false, 0, 0, 0},
       {"short on the other", 4, 5, 0, 1, true, -1, 0, 0.5},
