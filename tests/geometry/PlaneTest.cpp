@@ -267,11 +267,16 @@ TEST(PlaneTest, RepeatsAreToldByTheLastPointAlone)
 {
   const Plane3 plane(Vector3(0, 0, 1), 0.0);
   const auto line = polyLineFrom<Point3N>("0,0,2/0,0,1 3,0,0/1,0,0 3,0,2/1,0,0");
-  std::vector<Point3N> points{Point3N(3, 0, 0)};
+  std::vector<Point3N> points;
   std::vector<double> arcs;
-  EXPECT_TRUE(plane.intersect(line, &points, &arcs, 0.0)) << "repeats count";
-  EXPECT_EQ(points.size(), 1u) << "the caller's point takes part";
-  EXPECT_TRUE(arcs.empty());
+  for (const double away : {0.9e-12, 1.1e-12}) {
+    points = {Point3N(3, away, 0)};
+    arcs.clear();
+    EXPECT_TRUE(plane.intersect(line, &points, &arcs, 0.0)) << "repeats count";
+    EXPECT_EQ(arcs.size(), away < 1e-12 ? 0u : 1u) << "the caller's point takes part";
+    EXPECT_EQ(points.size(), 1 + arcs.size());
+  }
+  arcs.clear();
   EXPECT_TRUE(plane.intersect<Point3N>(line, nullptr, &arcs, 0.0));
   EXPECT_EQ(arcs.size(), 2u) << "without points nothing is filtered";
   points.clear();

@@ -143,18 +143,28 @@ TEST(RayTest, ParallelLinesAreMissedInFloatAndDouble)
 {
   expectParallelsMissed<float>();
   expectParallelsMissed<double>();
+  // Both quotients have to stay in range, whichever direction is the short one.
+  const Point2 start(0, 1), other(0, 0);
+  const std::pair<Vector2, Vector2> rows[] = {{{1e-20, 0}, {1, 1e-303}}, {{1, 0}, {1e-20, 1e-323}}};
+  for (const auto& [d, e] : rows) {
+    const Ray<Point2> ray(&start, &d), otherRay(&other, &e);
+    Point2 hit;
+    EXPECT_FALSE(ray.getIntersectionXY(&otherRay, hit, 1e-6)) << d << " and " << e;
+  }
 }
 
 TEST(RayTest, TheEndsOfASegmentAreWidenedStrictly)
 {
   const Point2 a(0, 0), b(1, 0), bases[] = {{-0.25, 1}, {-0.2, 1}, {0, 1}, {1, 1}, {1.2, 1}, {1.25, 1}};
   const bool expected[] = {false, true, true, true, true, false};
-  const Vector2 down(0, -1);
+  const Vector2 down(0, -1), right(1, 0);
   const Segment<Point2> segment(&a, &b);
   for (std::size_t i = 0; i < 6; ++i) {
     Point2 hit;
     EXPECT_EQ(Ray<Point2>(&bases[i], &down).getIntersectionXY(&segment, hit, 0.25, false), expected[i]) << i;
     EXPECT_EQ(hit, Point2(bases[i].x(), 0)) << "also of a miss";
+    const Ray<Point2> across(&bases[i], &down), level(&a, &right);
+    EXPECT_EQ(across.getIntersectionXY(&level, hit, 0.25), i > 0) << "a ray has no end";
   }
 }
 
