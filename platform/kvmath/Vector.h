@@ -247,6 +247,7 @@ private:
   /// \p v at unit length, or zero where it is too short or not finite.
   [[gnu::noinline, gnu::cold]] static Vector unitByScaling(Vector v, T eps)
   {
+    if (const T plain = v.length(); plain >= safeLow && plain < safeHigh) return Vector(); // eps has turned it down
     const Vector scaled = v.getScaled();
     const T norm = scaled.length();
     if (!(norm > T(0)) || !std::isfinite(norm) || v.largestComponent() * norm < eps) return Vector();
@@ -255,6 +256,7 @@ private:
 
   [[gnu::noinline, gnu::cold]] static T angleByScaling(Vector a, Vector b) requires(dim > 1)
   {
+    if (a == Vector() || b == Vector()) return T(0); // their dot product may be -0, which would mean half a turn
     const Vector p = a.getScaled(), q = b.getScaled();
     return std::atan2(p.crossLength(q), p.dot(q));
   }
