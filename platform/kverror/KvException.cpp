@@ -5,11 +5,13 @@
 namespace Kavrel {
 
 KvException::KvException(std::string text, std::source_location location)
-    : KvException(std::move(text), location.file_name(), location.line(), location.function_name())
+    : KvException(std::move(text), location.file_name(), location.line(), location.column(), location.function_name())
 {}
 
-KvException::KvException(std::string text, std::string sourceFile, unsigned sourceLine, std::string functionName)
-    : message(std::move(text)), file(std::move(sourceFile)), function(std::move(functionName)), line(sourceLine)
+KvException::KvException(std::string text, std::string sourceFile, unsigned sourceLine, unsigned sourceColumn,
+                         std::string functionName)
+    : message(std::move(text)), file(std::move(sourceFile)), function(std::move(functionName)), line(sourceLine),
+      column(sourceColumn)
 {}
 
 KvException::~KvException() = default;
@@ -18,12 +20,14 @@ const char* KvException::what() const noexcept { return message.c_str(); }
 
 std::string KvException::log() const
 {
-  return message + " (" + file + ":" + std::to_string(line) + ", " + function + ")";
+  std::string place = file + ":" + std::to_string(line);
+  if (column != 0) place += ":" + std::to_string(column);
+  return message + " (" + place + ", " + function + ")";
 }
 
 KvExceptionNested::KvExceptionNested(std::string text, const std::string& className, const std::string& functionName,
                                      std::string sourcePath, int sourceLine)
-    : KvException(std::move(text), std::move(sourcePath), static_cast<unsigned>(sourceLine),
+    : KvException(std::move(text), std::move(sourcePath), static_cast<unsigned>(sourceLine), 0,
                   className + "::" + functionName)
 {}
 

@@ -8,7 +8,7 @@
 
 namespace Kavrel {
 
-/// A failure with a message and the place in the source that raised it.
+/// A failure with a message and the place in the source that raised it: file, line, column and function signature.
 class KVSHAPES_EXPORT KvException : public std::exception
 {
 public:
@@ -18,19 +18,20 @@ public:
   /// The message alone.
   const char* what() const noexcept override;
 
-  /// The message followed by file, line and function of the raise.
+  /// The message followed by file, line, column and function of the raise. A column of 0 is unknown and left out.
   virtual std::string log() const;
 
   const std::string& getMessage() const { return message; }
 
 protected:
-  KvException(std::string message, std::string file, unsigned line, std::string function);
+  KvException(std::string message, std::string file, unsigned line, unsigned column, std::string function);
 
 private:
   std::string message;
   std::string file;
   std::string function;
   unsigned line;
+  unsigned column;
 };
 
 /// Raised inside a handler: it keeps the failure that was being handled, which std::rethrow_if_nested brings back.

@@ -13,6 +13,7 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
+constexpr unsigned lineOfRaise = __LINE__ + 1;
 void raiseHere() { throw KvException("lost"); }
 
 TEST(KvExceptionTest, LogTellsWhereItWasRaised)
@@ -23,7 +24,9 @@ TEST(KvExceptionTest, LogTellsWhereItWasRaised)
   } catch (const std::exception& failure) {
     EXPECT_STREQ(failure.what(), "lost");
     const auto& full = dynamic_cast<const KvException&>(failure);
-    EXPECT_THAT(full.log(), AllOf(StartsWith("lost"), HasSubstr("KvExceptionTest.cpp"), HasSubstr("raiseHere")));
+    const std::string place = "KvExceptionTest.cpp:" + std::to_string(lineOfRaise) + ":";
+    EXPECT_THAT(full.log(),
+                AllOf(StartsWith("lost"), HasSubstr(place), HasSubstr("void Kavrel::"), HasSubstr("raiseHere()")));
   }
 }
 
