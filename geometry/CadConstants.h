@@ -1,9 +1,11 @@
 #pragma once
 
+#include "platform/Export.h"
+
 namespace Kavrel {
 
 /// Default tolerances of the modelling programs. Lengths are in model units, angles in radians.
-struct CadConstants
+struct KVSHAPES_EXPORT CadConstants
 {
   static constexpr double DefaultModelSpaceTolerance = 0.01;
   static constexpr double DefaultModelSpaceToleranceR8 = 0.02;

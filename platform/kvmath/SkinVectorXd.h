@@ -6,7 +6,7 @@ namespace Kavrel {
 
 /// A value of `count` directions, each with a flag. Zero vectors with clear flags by default.
 template <unsigned count>
-struct SkinVectorXd
+struct KVSHAPES_EXPORT SkinVectorXd
 {
   struct Entry
   {
