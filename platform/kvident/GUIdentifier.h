@@ -1,14 +1,13 @@
 #pragma once
 
 #include "platform/Export.h"
+#include "platform/kvarchive/Persistent.h"
 
 #include <compare>
 #include <cstdint>
 #include <functional>
 
 namespace Kavrel {
-
-class PersistenceArchiver;
 
 /// A globally unique identifier of 128 bits.
 class KVSHAPES_EXPORT GUIdentifier
@@ -28,15 +27,11 @@ public:
 
   friend constexpr auto operator<=>(const GUIdentifier&, const GUIdentifier&) noexcept = default;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 private:
-  static bool s_force_serialization_registration;
-
   std::uint64_t high;
   std::uint64_t low;
+
+  KVSHAPES_PERSISTENT();
 };
 
 } // namespace Kavrel

@@ -1,16 +1,15 @@
 #pragma once
 
 #include "platform/Export.h"
+#include "platform/kvarchive/Persistent.h"
 
 #include <cstdint>
 #include <functional>
 
 namespace Kavrel {
 
-class PersistenceArchiver;
-
-/// Tells objects of one process apart. A default-constructed identifier is new: no other one in the process has its
-/// value.
+/// Tells objects of one process apart. A default-constructed identifier is new: no other one made so in the process has
+/// its value. A loaded one names the object that was saved, with the value of the process that saved it.
 class KVSHAPES_EXPORT Identifier
 {
 public:
@@ -25,17 +24,12 @@ public:
   friend constexpr bool operator==(Identifier a, Identifier b) { return a.value == b.value; }
   friend constexpr bool operator<(Identifier a, Identifier b) { return a.value < b.value; }
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  /// Takes the stored value as it is: a loaded identifier names the object that was saved.
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
 private:
-  static bool s_force_serialization_registration;
-
   explicit constexpr Identifier(std::uint64_t id) : value(id) {}
 
   std::uint64_t value;
+
+  KVSHAPES_PERSISTENT();
 };
 
 } // namespace Kavrel

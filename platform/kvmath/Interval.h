@@ -1,12 +1,11 @@
 #pragma once
 
 #include "platform/Export.h"
+#include "platform/kvarchive/Persistent.h"
 
 #include <utility>
 
 namespace Kavrel {
-
-class PersistenceArchiver;
 
 /// A parameter range, [0, 1] by default. The two flags travel with the value; nothing here reads them.
 class KVSHAPES_EXPORT Interval
@@ -28,17 +27,12 @@ public:
 
   friend constexpr bool operator==(const Interval&, const Interval&) = default;
 
-  void save(PersistenceArchiver& archiver, unsigned int version) const;
-  void load(PersistenceArchiver& archiver, unsigned int version);
-  static void serialization_register(void* record);
-
   double lower = 0.0;
   double upper = 1.0;
   bool firstFlag = false;
   bool secondFlag = false;
 
-private:
-  static bool s_force_serialization_registration;
+  KVSHAPES_PERSISTENT();
 };
 
 } // namespace Kavrel
