@@ -177,7 +177,7 @@ void Mesh::set(unsigned nVertices, const T* coordinates, unsigned nTriangles, co
                const T* normals)
 {
   if (nVertices == 0 || nTriangles == 0) {
-    logging.logDEBUG("Corrupted mesh.", __FILE__, __func__, __LINE__);
+    logging.logDEBUG("Corrupted mesh.", __FILE__, __PRETTY_FUNCTION__, __LINE__);
     return;
   }
   const bool withNormals = nNormals == nVertices;
