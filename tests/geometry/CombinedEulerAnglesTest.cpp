@@ -98,6 +98,15 @@ TEST(CombinedEulerAnglesTest, OtherAnglesOfTheSameMatrix)
   EXPECT_EQ(system.getEulerAngles(), same) << "the system takes them";
 }
 
+// Of the two solutions the constructors take the one that turns less in all, though its middle angle is beyond a
+// quarter turn.
+TEST(CombinedEulerAnglesTest, ConstructorsTakeTheSmallerAngles)
+{
+  const EulerAngleSet set(Order::XYZ, 0.1, 2.8, -0.2);
+  EXPECT_LE(largestStep(CombinedMatrix(compose(set), Order::XYZ).getEulerAngles(), set), 1e-15);
+  EXPECT_LE(largestStep(CombinedSystem(CS(compose(set), P3()), Order::XYZ).getEulerAngles(), set), 1e-15);
+}
+
 TEST(CombinedEulerAnglesTest, TooSmallChangesAreNotTaken)
 {
   const EulerAngleSet set(Order::XYZ, 0.1, 0.2, 0.3);
