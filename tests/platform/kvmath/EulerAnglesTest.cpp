@@ -58,12 +58,6 @@ TEST(EulerAnglesTest, ComposesAsTheNameOfTheOrderSays)
     }
 }
 
-TEST(EulerAnglesTest, DefaultOrdersOfTheCombinedClassesHaveTheirValues)
-{
-  EXPECT_STREQ(Order::getName(static_cast<Order::Enum>(3)), "YZX");
-  EXPECT_STREQ(Order::getName(static_cast<Order::Enum>(12)), "FixedXYZ");
-}
-
 void expectBothSetsGive(const R3& matrix, Order::Enum order)
 {
   SCOPED_TRACE(Order::getName(order));
