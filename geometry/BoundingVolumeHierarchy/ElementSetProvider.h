@@ -44,6 +44,14 @@ public:
       return records.data() + first;
   }
 
+  /// Fetches the corners of an element that is soon needed.
+  void prefetchCorners(std::uint32_t position) const requires std::is_same_v<E, Triangle>
+  {
+    if (position >= records.size()) return;
+    for (unsigned corner = 0; corner < 3; ++corner)
+      __builtin_prefetch(records[position].element.getVertex(corner));
+  }
+
   /// Compact copies of the elements for fast rejection, where the kind of element has them.
   const PackedElements<E>& getPackedElements() const { return packed; }
 
@@ -68,13 +76,6 @@ protected:
 
   /// Makes room for the packed elements.
   void preparePacking() requires std::is_same_v<E, Triangle> { packed.resize(records.size()); }
-  /// Fetches the corners of an element that is soon needed.
-  void prefetch(std::uint32_t position) const requires std::is_same_v<E, Triangle>
-  {
-    if (position >= records.size()) return;
-    for (unsigned corner = 0; corner < 3; ++corner)
-      __builtin_prefetch(records[position].element.getVertex(corner));
-  }
   /// Packs the elements of a leaf.
   void packLeaf(std::uint32_t first, std::uint32_t end) requires std::is_same_v<E, Triangle>
   {

@@ -116,6 +116,9 @@ struct PlainWithinRadiusLeaf
     sink(result);
   }
 
+  /// To be called behind the last leaf.
+  void finish() const {}
+
   void operator()(std::uint32_t first, std::uint32_t end) const
   {
     for (std::uint32_t position = first; position < end; ++position)

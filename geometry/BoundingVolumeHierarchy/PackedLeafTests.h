@@ -84,11 +84,14 @@ private:
   void wait(std::uint32_t position, const NearestFilter::Sight& sight)
   {
     if (count == maximumWaiting) measureWaiting();
+    __builtin_prefetch(&tree.getElement(position));
     waiting[count++] = {position, sight};
   }
 
   void measureWaiting()
   {
+    for (unsigned i = 0; i < count; ++i)
+      if (!filter.isOutOfReach(waiting[i].sight)) tree.prefetchCorners(waiting[i].position);
     for (unsigned i = 0; i < count; ++i) {
       if (filter.isOutOfReach(waiting[i].sight)) continue;
       if (!distance(query, tree.getElement(waiting[i].position), result)) continue;
@@ -123,12 +126,30 @@ struct WithinRadiusLeaf<DistanceQueryResult<Vector<double, 3>, Triangle>, Hierar
     testPacked(
         plain.tree, first, end,
         [this](const float* rows, std::uint32_t stride, unsigned) { return filter.mayBeWithin(rows, stride); },
-        [this](std::uint32_t position) { plain.test(position); });
+        [this](std::uint32_t position) {
+          if (count == maximumWaiting) finish();
+          __builtin_prefetch(&plain.tree.getElement(position));
+          waiting[count++] = position;
+        });
+  }
+
+  /// Tests those that wait: their memory is fetched for many at once.
+  void finish()
+  {
+    for (unsigned i = 0; i < count; ++i)
+      plain.tree.prefetchCorners(waiting[i]);
+    for (unsigned i = 0; i < count; ++i)
+      plain.test(waiting[i]);
+    count = 0;
   }
 
 private:
+  static constexpr unsigned maximumWaiting = 32;
+
   PlainWithinRadiusLeaf<Result, Hierarchy, Vector<double, 3>, Sink> plain;
   NearestFilter filter;
+  std::uint32_t waiting[maximumWaiting];
+  unsigned count = 0;
 };
 
 template <HasPackedTriangles Hierarchy, class Query, class Result>
@@ -222,6 +243,9 @@ struct NearestLeafPair<HierarchyA, HierarchyB, DistanceQueryResult<Triangle, Tri
   {
     const float* const rows = treeA.getPackedElements().getLeaf(a.firstElement());
     const std::uint32_t count = a.endElement() - a.firstElement();
+    if (filter.areApart(rows, count, treeB.getPackedElements().getLeaf(b.firstElement()),
+                        b.endElement() - b.firstElement()))
+      return;
     for (std::uint32_t i = 0; i < count; ++i) {
       filter.setSingle(rows + i, count);
       testPacked(

@@ -47,6 +47,17 @@ public:
     hasDirection = true;
   }
 
+  /// Whether all triangles of a leaf of the first tree lie out of reach of all of the second, as seen along the
+  /// direction.
+  bool areApart(const float* rowsA, std::uint32_t countA, const float* rowsB, std::uint32_t countB) const
+  {
+    if (!hasDirection) return false;
+    Float4 backwards[3];
+    for (unsigned i = 0; i < 3; ++i)
+      backwards[i] = -direction[i];
+    return nearestAlong(direction, rowsB, countB) + nearestAlong(backwards, rowsA, countA) > reach[0];
+  }
+
   /// Takes one triangle into view, which stands at `rows`.
   void setSingle(const float* rows, std::uint32_t stride)
   {
@@ -119,6 +130,22 @@ private:
     for (unsigned corner = 0; corner < 3; ++corner)
       for (unsigned i = 0; i < 3; ++i)
         corners[corner][i] = Lanes::load(rows + (3 * corner + i) * stride);
+  }
+
+  /// The least that a corner of a leaf does along a direction; negative infinity where a triangle is marked.
+  static float nearestAlong(const Float4* way, const float* rows, std::uint32_t count)
+  {
+    float nearest = std::numeric_limits<float>::infinity();
+    for (std::uint32_t i = 0; i < count; i += PackedElements<Triangle>::lanes) {
+      Float4 corners[3][3];
+      loadCorners(rows + i, count, corners);
+      const Float4 values = least(dot(way, corners[2]), dot(way, corners[1]), dot(way, corners[0]));
+      for (std::uint32_t lane = 0; lane < std::min(count - i, PackedElements<Triangle>::lanes); ++lane) {
+        if (!(corners[0][0][lane] == corners[0][0][lane])) return -std::numeric_limits<float>::infinity();
+        nearest = std::min(nearest, values[lane]);
+      }
+    }
+    return nearest;
   }
 
   void setPlane(const Float4 (&corners)[3][3])

@@ -100,10 +100,12 @@ template <class Result, class Hierarchy, class Query, class Sink>
 void withinRadius(const Hierarchy& tree, const Query& query, double maxSquareDistance, const Sink& sink)
 {
   const auto& point = asQuery(query);
+  WithinRadiusLeaf<Result, Hierarchy, std::remove_cvref_t<decltype(point)>, Sink> leaf{tree, point, maxSquareDistance,
+                                                                                       sink};
   visitAllNear(
       tree, SquareDistanceOfChildren(point), [maxSquareDistance](double value) { return value > maxSquareDistance; },
-      WithinRadiusLeaf<Result, Hierarchy, std::remove_cvref_t<decltype(point)>, Sink>{tree, point, maxSquareDistance,
-                                                                                      sink});
+      leaf);
+  leaf.finish();
 }
 
 /// The positions of all elements in leaves whose boxes meet a box. The elements themselves are not tested.

@@ -47,7 +47,7 @@ void BoundingVolumeHierarchyBase<Provider, Volume>::createBoundingVolumesBottomU
   if (node.isLeaf()) {
     if (node.firstWord == node.secondWord) return;
     for (std::uint32_t position = node.firstElement(); position < node.endElement(); ++position) {
-      if constexpr (requires { this->prefetch(0U); }) this->prefetch(position + prefetchAhead);
+      if constexpr (requires { this->prefetchCorners(0U); }) this->prefetchCorners(position + prefetchAhead);
       visitPoints(this->getElement(position), [&node](const auto& point) { node.volume.extend(point); });
     }
     if constexpr (requires { this->packLeaf(0U, 0U); }) this->packLeaf(node.firstElement(), node.endElement());

@@ -50,7 +50,7 @@ void forEachMesh(const std::function<void(const char*, const Mesh&, const std::v
   Testing::RandomGeometry random(41);
   const auto call = [&](const char* name, const Mesh& mesh, double size) {
     std::vector<Vector3> queries;
-    for (int i = 0; i < 60; ++i) {
+    for (int i = 0; i < 24; ++i) {
       const Triangle& triangle = mesh.getTriangleRef(static_cast<unsigned>(random.index(mesh.numberOfTriangles())));
       queries.push_back(triangle.getCenter());
       queries.push_back(triangle.getVertexRef(0));
