@@ -82,8 +82,9 @@ PersistenceAccess::PendingPointer PersistenceAccess::loadPointerHead(Persistence
 
   unsigned int hash;
   archiver >> hash;
-  if (hash != expected.classHash) target.reset();
   selectClass(archiver, hash, expected, pending.record);
+  // A damaged stream may have met the hash of the class expected where another class was, which then is what is read.
+  if (hash != expected.classHash || pending.record.classHash != expected.classHash) target.reset();
 
   PointerMapContainerBase& container = pointerMap(archiver, pending, expected);
   if (const std::shared_ptr<void> known = container.find(pending.address))

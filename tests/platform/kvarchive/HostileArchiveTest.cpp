@@ -1,4 +1,3 @@
-#include <chrono>
 #include <random>
 
 #include <gmock/gmock.h>
@@ -175,6 +174,35 @@ TEST(HostileArchive, ReferencesMustReachAFrameOfTheirClass)
     std::shared_ptr<Link> link;
     EXPECT_THROW(Persistence::loadPointer(archive, link), PersistenceException);
   }
+}
+
+TEST(HostileArchive, AHashThatCameToStandForAnotherClassMissesTheTarget)
+{
+  // The class table leaves Round out. The first frame is read as a Ball, so that Round's hash stands for Ball from then
+  // on; the Round that the second one would be loaded into is too small for a Ball.
+  ArchiveWriter writer;
+  const auto ball = [&] {
+    writer.object("ZooUnknown", [&] {
+      writer.object("ZooUnknown", [&] { writer << 1; });
+      writer << 2.0;
+    });
+    writer << std::string("red");
+  };
+  const unsigned int frames[] = {writer.object("ZooUnknown", ball), writer.object("ZooUnknown", ball)};
+  std::vector<char> bytes = writer.bytes();
+  for (const unsigned int address : frames)
+    for (std::size_t i = 0; i < 4; ++i)
+      bytes[address + 4 + i] = static_cast<char>(PersistenceArchiver::getHashForName("ZooRound") >> (8 * i) & 0xFFu);
+
+  PersistenceArchiver archive;
+  archive.openForReading(bytes);
+  std::shared_ptr<Ball> first;
+  Persistence::loadPointer(archive, first);
+  const auto owner = std::make_shared<Round>();
+  std::shared_ptr<Round> second = owner;
+  Persistence::loadPointer(archive, second);
+  EXPECT_NE(second, owner);
+  EXPECT_EQ(second->kind(), "Ball");
 }
 
 TEST(HostileArchive, DeepNestingRaises)
