@@ -90,7 +90,7 @@ void PersistenceArchiver::openForReading(std::span<const char> bytes)
   // Reading never writes through these pointers.
   m_begin = const_cast<char*>(bytes.data());
   m_size = bytes.size();
-  readHead();
+  readHeadOrClose();
 }
 
 void PersistenceArchiver::openFile(const std::filesystem::path& path)
@@ -101,15 +101,25 @@ void PersistenceArchiver::openFile(const std::filesystem::path& path)
   if (size < 0) throw PersistenceException("The archive file \"" + path.string() + "\" can't be opened.");
   if (static_cast<unsigned long long>(size) > maxStreamSize)
     throw PersistenceException("The archive file \"" + path.string() + "\" is too large.");
-  m_size = static_cast<std::size_t>(size);
-  m_owned = static_cast<char*>(std::malloc(std::max<std::size_t>(m_size, 1)));
+  m_owned = static_cast<char*>(std::malloc(std::max<std::size_t>(static_cast<std::size_t>(size), 1)));
   if (m_owned == nullptr) throw std::bad_alloc();
   file.seekg(0);
   if (!file.read(m_owned, static_cast<std::streamsize>(size)))
     throw PersistenceException("The archive file \"" + path.string() + "\" can't be read.");
   m_begin = m_owned;
+  m_size = static_cast<std::size_t>(size);
   m_mode = Mode::reading;
-  readHead();
+  readHeadOrClose();
+}
+
+void PersistenceArchiver::readHeadOrClose()
+{
+  try {
+    readHead();
+  } catch (...) {
+    reset(Mode::closed);
+    throw;
+  }
 }
 
 void PersistenceArchiver::readHead()

@@ -28,7 +28,7 @@ namespace Kavrel {
 /// [address][end][class hash] and the body, three unsigned 32-bit integers; its address is the position of `end`, and
 /// `end` is the position behind the body. [address][0][class hash] refers to a frame elsewhere, [0][0] to no object.
 ///
-/// An archive either writes or reads; it is used by one thread at a time. Any failure raises `PersistenceException`.
+/// An archive either writes or reads, and no two threads may share it. Any failure raises `PersistenceException`.
 /// A stream may come from anywhere: what is read from it is checked before it is used.
 class KVSHAPES_EXPORT PersistenceArchiver
 {
@@ -50,7 +50,7 @@ public:
   /// Closes the written stream and stores it in a file.
   void writeFile(const std::filesystem::path& path);
 
-  /// Reads from \p bytes. Borrows them: they must outlive the reading.
+  /// Reads from \p bytes. Borrows them: they must outlive the reading. Bytes that are no archive leave it closed.
   void openForReading(std::span<const char> bytes);
   /// Reads from the file, which is taken into memory whole.
   void openFile(const std::filesystem::path& path);
@@ -63,9 +63,9 @@ public:
   static unsigned int getCurrentVersion(unsigned int kind);
   /// FNV-1a of \p name, 32 bit. The same on every machine.
   static unsigned int getHashForName(const std::string& name);
-  /// Links the hash of a run-time type name to a class hash.
+  /// Makes \p typeHash, the hash of a `typeid` name, stand for the class \p classHash. Raises if it stands for another.
   static void registerHash(unsigned int typeHash, unsigned int classHash);
-  /// The class hash linked to \p typeHash, or `NO_HASH`.
+  /// The class hash for which \p typeHash stands, `NO_HASH` if none.
   static unsigned int getHashForType(unsigned int typeHash);
   /// Stores \p caster for the pair and keeps it. A pair that is already there keeps its caster, and \p caster is freed.
   /// False if \p caster is null.
@@ -103,9 +103,9 @@ public:
   std::streampos tellp() const { return std::streamoff(m_cursor - m_begin); }
   /// Position of the next byte to read.
   std::streampos tellg() const { return std::streamoff(m_cursor - m_begin); }
-  /// The suite version with which the open stream was written.
+  /// The suite version that the open stream carries in its head.
   unsigned int getStreamVersion() const { return m_streamVersion; }
-  /// How many frames of an unknown class were met where another class was expected.
+  /// How many shared objects were of a class that the stream doesn't tell, and read as the class expected instead.
   unsigned int numberOfCorruptedObjects() const { return m_corruptedObjects; }
 
   /// Begins a frame of class \p hash. \p address must be the current position plus 4.
@@ -116,9 +116,9 @@ public:
   void mark_pointer(unsigned int address, unsigned int hash);
   /// Writes a reference to no object.
   void mark_null_pointer();
-  /// Reads a frame's head up to the hash: address 0 is a null reference, end 0 a reference to a frame elsewhere.
+  /// Reads the two addresses of a frame's head: address 0 is a null reference, end 0 a reference to a frame elsewhere.
   void read_to_address_header(unsigned int& address, unsigned int& end);
-  /// Goes to \p end, the end of a frame; what its load left unread is skipped.
+  /// Goes to \p end, the end of a frame, over whatever of its body hasn't been read. Never goes back.
   void end_read_to_address(unsigned int end);
   /// Goes from behind a reference, at \p position, to the body of the frame at \p address. \p saved takes what the way
   /// back needs.
@@ -140,7 +140,7 @@ protected:
   std::map<unsigned long long, unsigned int>& getStreamposMap(unsigned int hash);
   /// Raises if the rest of the stream can't hold \p count elements.
   void check_container_size(unsigned int count) const { checkElementCount(count, 1); }
-  /// Called for a frame of an unknown class where another class was expected. Counts it; the reading goes on.
+  /// Counts an object whose class the stream doesn't tell. It is then read as the class that the reader expects.
   void handle_currupted_object();
 
 private:
@@ -241,6 +241,7 @@ private:
   void grow(std::size_t bytes);
   void releaseUnclaimed();
   void readHead();
+  void readHeadOrClose();
   void readClassTable(std::size_t position, std::size_t size);
   std::size_t checkedFrameEnd(std::size_t address) const;
   void checkElementCount(unsigned long long count, std::size_t elementSize) const;

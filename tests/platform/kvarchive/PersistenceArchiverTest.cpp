@@ -179,6 +179,8 @@ TEST(PersistenceArchiver, RefusesWhatIsNoStream)
     SCOPED_TRACE(c.what);
     PersistenceArchiver archive;
     EXPECT_THROW(archive.openForReading(c.bytes), PersistenceException);
+    bool leftOver;
+    EXPECT_THROW(archive >> leftOver, PersistenceException);
   }
   const auto good = words({mark, 1, 77, 16, 1, 4711, 1});
   PersistenceArchiver archive;
