@@ -296,7 +296,7 @@ TEST(Persistence, FramesWithoutClassHaveVersionZero)
     };
   };
   ArchiveWriter writer;
-  const unsigned int address = writer.objectWithoutClass(body(writer));
+  writer.objectWithoutClass(body(writer));
   writer.object("ZooRound", body(writer));
   writer.objectWithoutClass(body(writer));
   writer.objectWithoutClass(body(writer));
@@ -310,7 +310,6 @@ TEST(Persistence, FramesWithoutClassHaveVersionZero)
   EXPECT_EQ(pointer->loadedVersion, 0u);
   EXPECT_EQ(pointer->radius, 2.0);
   EXPECT_THROW(stream.pointer<Shape>(), PersistenceException); // abstract: nothing to create
-  EXPECT_NE(address, 0u);
 }
 
 TEST(Persistence, AnUnregisteredDynamicClassIsStoredAsTheStaticOne)

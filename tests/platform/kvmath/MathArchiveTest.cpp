@@ -20,17 +20,6 @@ std::size_t bodySize(const T& object)
   return Testing::archiveOf(object).size() - 16 - 12 - (4 + 8);
 }
 
-/// A class hash is stored for each: keys that were mixed up would show here.
-template <class T>
-void expectKey(const char* key)
-{
-  SCOPED_TRACE(key);
-  BaseClassRegister record;
-  T::serialization_register(&record);
-  EXPECT_EQ(record.classHash, PersistenceArchiver::getHashForName(key));
-  EXPECT_EQ(record.polymorphic, std::is_polymorphic_v<T>);
-}
-
 template <class V>
 class VectorArchive : public testing::Test
 {};
@@ -106,23 +95,6 @@ TEST(MathArchive, NamesComeBack)
   NameInterface loaded("before");
   Testing::roundTrip(NameInterface("name"), loaded);
   EXPECT_EQ(loaded.getName(), "name");
-}
-
-TEST(MathArchive, EveryClassHasAKeyOfItsOwn)
-{
-  expectKey<Vector<float, 2>>("Vector2f");
-  expectKey<Vector<float, 3>>("Vector3f");
-  expectKey<Vector<double, 1>>("Vector1");
-  expectKey<Vector<double, 2>>("Vector2");
-  expectKey<Vector<double, 3>>("Vector3");
-  expectKey<OrthMatrix<float, 2>>("OrthMatrix2f");
-  expectKey<OrthMatrix<float, 3>>("OrthMatrix3f");
-  expectKey<OrthMatrix<double, 2>>("OrthMatrix2");
-  expectKey<OrthMatrix<double, 3>>("OrthMatrix3");
-  expectKey<Interval>("Interval");
-  expectKey<Identifier>("Identifier");
-  expectKey<GUIdentifier>("GUIdentifier");
-  expectKey<NameInterface>("NameInterface");
 }
 
 TEST(MathArchive, DamageRaisesOrLoads)
