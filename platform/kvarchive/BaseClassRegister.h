@@ -6,17 +6,17 @@ class Caster;
 class MapContainer;
 class PersistenceArchiver;
 
-/// Class hash that stands for no class.
+/// In place of a class hash: no class.
 inline constexpr unsigned int NO_HASH = 0xBBAFA6C8u;
 
 /// Registration record of one persistent class, and the work record of one save or load of it.
 struct BaseClassRegister
 {
-  /// Calls `load` of the object with `loadVersion`.
+  /// Loads the object at `object` in the form of `loadVersion`.
   void (*loadEntry)(PersistenceArchiver& archiver, BaseClassRegister& record) = nullptr;
-  /// Calls `save` of the object with `saveVersion`.
+  /// Saves the object at `object`; its `save` gets `saveVersion`.
   void (*saveEntry)(PersistenceArchiver& archiver, BaseClassRegister& record) = nullptr;
-  /// A new object by the default constructor, null for an abstract class.
+  /// Makes an object with `new T()`; null if the class is abstract.
   void* (*createEntry)() = nullptr;
   /// Class hash of the dynamic class of the object, `NO_HASH` if that class isn't registered.
   unsigned int (*typeHashEntry)(BaseClassRegister& record) = nullptr;
@@ -24,15 +24,15 @@ struct BaseClassRegister
   MapContainer* (*mapContainerEntry)() = nullptr;
   /// True if the class has virtual operations.
   bool polymorphic = false;
-  /// Hash of the class key.
+  /// Name of the class in streams: its key, hashed.
   unsigned int classHash = NO_HASH;
-  /// Version that `save` is given.
+  /// Version of the form that is written.
   unsigned int saveVersion = 0;
-  /// Version that `load` is given.
+  /// Version of the form that is read.
   unsigned int loadVersion = 0xFFFFFFFFu;
-  /// The object at hand, as the class's own pointer.
+  /// What is saved or loaded now: address of the object as a pointer to the record's class, not to a base.
   void* object = nullptr;
-  /// The caster that led to `object`, or null.
+  /// Set while `object` is reached through a pointer to a base.
   Caster* caster = nullptr;
 };
 

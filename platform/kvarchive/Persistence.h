@@ -79,8 +79,8 @@ void requireParentToLoad()
   if (!ParentRegistration<Base, Derived>::s_load) PersistenceAccess::raiseParentNotRegistered();
 }
 
-/// Saves a base part or a member by value as a frame of its own. The frame holds the class \p T and its base parts
-/// only.
+/// Saves \p object as a frame of its own: a member, or one of the classes that an object derives from. The frame holds
+/// the class \p T and its base parts only.
 template <class T>
 void saveObject(PersistenceArchiver& archiver, const T& object)
 {

@@ -7,7 +7,7 @@
 
 namespace Kavrel {
 
-/// Root of the containers in which an archive keeps the objects that it has read.
+/// Root of the containers of objects that came out of an archive.
 class KVSHAPES_EXPORT MapContainer
 {
 public:
@@ -28,7 +28,7 @@ public:
   virtual std::shared_ptr<void> own(void* object) const = 0;
 };
 
-/// The objects of class \p T that one archive has read, so that a second reference to an object finds the first.
+/// What one archive has read of class \p T, by address: by this, two references lead to one object.
 template <class T>
 class PointerMapContainer final : public PointerMapContainerBase
 {
