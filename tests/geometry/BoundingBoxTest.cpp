@@ -174,6 +174,7 @@ TEST(BoundingBoxTest, HitsComeInTheOrderOfTheSidesWithoutRepeats)
       {"from inside", {1, 1}, {0, -1}, {{1, 0}}},
       {"behind", {3, 1}, {1, 0}, {}},
       {"no direction", {1, 1}, {0, 0}, {}},
+      {"just beside", {-1, 2 + 3e-12}, {1, 0}, {}},
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(row.what);
@@ -184,11 +185,15 @@ TEST(BoundingBoxTest, HitsComeInTheOrderOfTheSidesWithoutRepeats)
     EXPECT_EQ(box.checkIntersectionXY(ray), !row.hits.empty());
     EXPECT_FALSE(Box2().calculateIntersectionXY(ray, hits)) << "an invalid box isn't met, whatever the list holds";
   }
-  std::vector<Point2> kept{{2, 1}};
+  std::vector<Point2> kept;
   const Point2 start(3, 1);
   const Vector<double, 2> direction(-1, 0), away(1, 0);
-  box.calculateIntersectionXY(Ray<Point2>(&start, &direction), kept);
-  EXPECT_EQ(kept, (std::vector<Point2>{{2, 1}, {0, 1}})) << "what the caller left takes part";
+  for (const double off : {1.01e-6, 0.99e-6}) {
+    kept = {{2, 1 + off}};
+    box.calculateIntersectionXY(Ray<Point2>(&start, &direction), kept);
+    EXPECT_EQ(kept.size(), off > 1e-6 ? 3u : 2u) << "what the caller left takes part";
+    EXPECT_EQ(kept.front(), Point2(2, 1 + off));
+  }
   EXPECT_TRUE(box.calculateIntersectionXY(Ray<Point2>(&start, &away), kept));
 }
 
