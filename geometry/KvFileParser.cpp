@@ -202,20 +202,19 @@ private:
 
   bool readVector(Vector<double, 3>& v) { return scanner.read(v[0]) && scanner.read(v[1]) && scanner.read(v[2]); }
 
+  // A row that has no place raises even when its numbers are cut short.
   void readPoint()
   {
-    Vector<double, 3> point;
-    if (!readVector(point)) return;
     if (!mesh) raise("The file seems to contain meshes.");
-    mesh->addVertex(point.x(), point.y(), point.z());
+    Vector<double, 3> point;
+    if (readVector(point)) mesh->addVertex(point.x(), point.y(), point.z());
   }
 
   void readFacet()
   {
-    unsigned a = 0, b = 0, c = 0;
-    if (!scanner.read(a) || !scanner.read(b) || !scanner.read(c)) return;
     if (!mesh) raise("The file seems to contain meshes.");
-    mesh->addTriangle(a, b, c);
+    unsigned a = 0, b = 0, c = 0;
+    if (scanner.read(a) && scanner.read(b) && scanner.read(c)) mesh->addTriangle(a, b, c);
   }
 
   void readProjPoint(std::string_view word)
@@ -242,26 +241,28 @@ private:
 
   void readNormal()
   {
-    Vector<double, 3> normal;
-    if (!readVector(normal)) return;
+    Point3N* target = nullptr;
     if (mesh) {
       if (position >= mesh->numberOfVertices()) raise("Mesh contains a wrong number of normals.");
-      mesh->getVertexRef(static_cast<unsigned>(position++)).setNormal(normal);
+      target = &mesh->getVertexRef(static_cast<unsigned>(position));
     } else if (polyLine) {
       if (position >= polyLine->numberOfPoints()) raise("Polyline contains a wrong number of normals.");
-      polyLine->getPoint(position++).setNormal(normal);
+      target = &polyLine->getPoint(position);
     } else if (collection) {
       if (position >= collection->size()) raise("Point-Collection contains a wrong number of normals.");
-      (*collection)[position++].setNormal(normal);
+      target = &(*collection)[position];
     }
+    Vector<double, 3> normal;
+    if (!readVector(normal) || !target) return;
+    target->setNormal(normal);
+    ++position;
   }
 
   void readBinormal()
   {
+    if (polyLine && position >= polyLine->numberOfPoints()) raise("Polyline contains a wrong number of binormals.");
     Vector<double, 3> tangent;
-    if (!readVector(tangent) || !polyLine) return;
-    if (position >= polyLine->numberOfPoints()) raise("Polyline contains a wrong number of binormals.");
-    polyLine->getPoint(position++).setTangent(tangent);
+    if (readVector(tangent) && polyLine) polyLine->getPoint(position++).setTangent(tangent);
   }
 
   void readTemperature()
