@@ -26,7 +26,8 @@ public:
 
   /// A vertex hangs when exactly two edges at it belong to one triangle only, when these lead to the ends of an edge of
   /// exactly one triangle that doesn't have the vertex as a corner, and when it lies within a hundredth of that edge's
-  /// length, inclusive, from its midpoint. Linear in the size of the mesh.
+  /// length, inclusive, from its midpoint. Linear in the size of the mesh
+  /// unless vertices with very many neighbours abound.
   static Result computeConstraintsAndNeighbourStructure(Mesh& mesh);
 
   /// The constraints alone.
