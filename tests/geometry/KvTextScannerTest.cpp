@@ -1,4 +1,5 @@
 #include "geometry/KvTextScanner.h"
+#include "support/CommaLocale.h"
 #include "support/RandomGeometry.h"
 
 #include <cmath>
@@ -255,26 +256,16 @@ TEST(NumberOfWord, hasItsOwnMessages)
   EXPECT_EQ(message("1e-320"), "stod argument out of range");
 }
 
-struct DecimalComma : std::numpunct<char>
-{
-  char do_decimal_point() const override { return ','; }
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\3"; }
-};
-
 TEST(KvTextScanner, ignoresTheLocaleOfTheHost)
 {
-  const std::locale before = std::locale::global(std::locale(std::locale(), new DecimalComma));
-  double normal = 0, tiny = 0;
+  const CommaLocale foreign;
+  double normal = 0, tiny = 1;
   const std::string text = "1.5 1.5e-400";
   KvTextScanner scanner(text);
-  const bool read = scanner.read(normal) && scanner.read(tiny);
-  const double word = numberOfWord("1.5x");
-  std::locale::global(before);
-  EXPECT_TRUE(read);
+  EXPECT_TRUE(scanner.read(normal) && scanner.read(tiny));
   EXPECT_EQ(normal, 1.5);
   EXPECT_EQ(tiny, 0);
-  EXPECT_EQ(word, 1.5);
+  EXPECT_EQ(numberOfWord("1.5x"), 1.5);
 }
 
 TEST(ReadRemainingText, takesWhatIsLeftAndNothingOfABadStream)

@@ -2,12 +2,12 @@
 
 #include "geometry/mesh/Mesh.h"
 #include "platform/kvident/TigerHash.h"
+#include "support/CommaLocale.h"
 #include "support/Matchers.h"
 #include "support/MeshBuilder.h"
 
 #include <cmath>
 #include <gtest/gtest.h>
-#include <locale>
 
 namespace Kavrel {
 namespace {
@@ -56,24 +56,16 @@ TEST(MeshAlgorithm, areaWeightedNormalVanishesForClosedSurfaces)
   EXPECT_NEAR(MeshAlgorithm::calculateAreaWeightedNormal(hills(6, 9)).z(), 54, 1e-11);
 }
 
-struct DecimalComma : std::numpunct<char>
-{
-  char do_decimal_point() const override { return ','; }
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\3"; }
-};
-
 TEST(MeshAlgorithm, hashIsTheDigestOfTheSumsInSixDigits)
 {
   Mesh mesh = meshFromText("1 2 3.25, 1000 0 0, 0 0.5 0 | 0 1 2, 0 2 1, 1 1 1");
-  const std::locale before = std::locale::global(std::locale(std::locale(), new DecimalComma));
+  const CommaLocale foreign;
   const std::string bare = MeshAlgorithm::computeHash(mesh);
   for (Vertex& vertex : mesh.getVertexCollection())
     vertex.setNormal(0, 0.125, 0);
   const std::string unmarked = MeshAlgorithm::computeHash(mesh);
   mesh.setHasNormals(true);
   const std::string withNormals = MeshAlgorithm::computeHash(mesh);
-  std::locale::global(before);
   // The coordinates add up to 1006.75, the normals to 0.375, the indices to 9.
   EXPECT_EQ(bare, TigerHash::tHash("1006.759"));
   EXPECT_EQ(unmarked, bare) << "normals count only when the mesh says that it has them";
