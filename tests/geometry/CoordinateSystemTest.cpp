@@ -321,23 +321,6 @@ TEST(CoordinateSystemTest, ArchiveKeepsThePlacementAndNotTheMemo)
   EXPECT_EQ(flatLoaded, flat);
 }
 
-template <class T, unsigned dim>
-void expectRegistration(const char* key)
-{
-  BaseClassRegister record;
-  CoordinateSystem<T, dim>::serialization_register(&record);
-  EXPECT_EQ(record.classHash, PersistenceArchiver::getHashForName(key)) << key;
-  EXPECT_EQ(record.saveVersion, 500002U) << key;
-}
-
-TEST(CoordinateSystemTest, ArchiveKeysOfTheInstantiations)
-{
-  expectRegistration<float, 2>("BoostExportCoordinateSystem2f");
-  expectRegistration<float, 3>("BoostExportCoordinateSystem3f");
-  expectRegistration<double, 2>("BoostExportCoordinateSystem2");
-  expectRegistration<double, 3>("BoostExportCoordinateSystem3");
-}
-
 TEST(CoordinateSystemTest, OldStreamsHoldOneMoreFlag)
 {
   const char* key = "BoostExportCoordinateSystem3";
