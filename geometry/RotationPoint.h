@@ -18,8 +18,8 @@ public:
   constexpr double getRotationAngle() const { return rotationAngle; }
   constexpr void setRotationAngle(double angle) { rotationAngle = angle; }
 
-  /// The rotation by the angle about the axis through the foot point along its normal, by the right-hand rule; the
-  /// identity without a normal. Raises MathException when the normal is too short to give a direction.
+  /// Turns by the angle, right-handed, around the line on which this point and its normal lie; the identity without a
+  /// normal. Raises MathException when the normal is too short to give a direction.
   CoordinateSystem<double, 3> calculateRotationCoordinateSystem() const;
 
 private:

@@ -9,8 +9,8 @@
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
-/// A mesh laid out in the plane: its triangles over one float coordinate per vertex and axis, as used to search a mesh
-/// in a flat reference state. Borrows the mesh and both arrays; owns the table of vertex indices, in the mesh's
+/// A mesh laid out in the plane: its triangles over one float coordinate per vertex and axis, for searches in
+/// its flat state. Borrows the mesh and both arrays; owns the table of vertex indices, in the mesh's
 /// triangle order.
 class KVSHAPES_EXPORT InitialCoordinatesMesh
 {

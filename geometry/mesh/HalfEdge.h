@@ -22,7 +22,7 @@ public:
   Triangle* getTriangle() { return triangle; }
   void setTriangle(Triangle* value) { triangle = value; }
 
-  /// The opposite half-edge in the adjacent triangle, null on a boundary. At an edge of three or more triangles the
+  /// The half-edge across, in the triangle next door; null on a boundary. At an edge of three or more triangles the
   /// neighbour need not point back, see hasTwoWayNeighbour().
   const HalfEdge* getNeighbourEdge() const { return neighbourEdge; }
   HalfEdge* getNeighbourEdge() { return neighbourEdge; }
@@ -37,7 +37,7 @@ public:
   const HalfEdge* getPreviousEdge() const { return nextEdge->nextEdge; }
   HalfEdge* getPreviousEdge() { return nextEdge->nextEdge; }
 
-  /// The vertex this half-edge points to. Its origin is the vertex of its previous edge.
+  /// Where the half-edge ends. It starts where its previous edge ends.
   const Vertex* getVertex() const { return vertex; }
   Vertex* getVertex() { return vertex; }
   void setVertex(Vertex* value) { vertex = value; }

@@ -4,7 +4,7 @@
 
 namespace Kavrel {
 
-/// Deleter that does nothing: a `std::shared_ptr` made with it refers to an object that someone else owns and frees.
+/// Deleter that does nothing, for shared pointers that only borrow their object.
 struct KVSHAPES_EXPORT null_deleter
 {
   void operator()(const void* /*object*/) const noexcept {}
