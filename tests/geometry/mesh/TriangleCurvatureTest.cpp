@@ -1,6 +1,7 @@
 #include "geometry/mesh/Triangle.h"
 #include "geometry/mesh/TriangleUtilities.h"
 #include "support/Matchers.h"
+#include "support/OwnTriangle.h"
 #include "support/RandomGeometry.h"
 
 #include <array>
@@ -12,18 +13,6 @@ namespace {
 
 using namespace Testing;
 using Vector3 = Vector<double, 3>;
-
-struct OwnTriangle
-{
-  OwnTriangle(const Vector3& a, const Vector3& b, const Vector3& c)
-      : corners{Vertex(a), Vertex(b), Vertex(c)}, triangle(corners[0], corners[1], corners[2], 0)
-  {}
-  OwnTriangle(const OwnTriangle&) = delete;
-  OwnTriangle& operator=(const OwnTriangle&) = delete;
-
-  std::array<Vertex, 3> corners;
-  Triangle triangle;
-};
 
 struct Curvature
 {

@@ -2,6 +2,7 @@
 #include "geometry/mesh/Triangle.h"
 #include "support/BruteForce.h"
 #include "support/Matchers.h"
+#include "support/OwnTriangle.h"
 #include "support/RandomGeometry.h"
 
 #include <array>
@@ -13,21 +14,6 @@ namespace {
 using namespace Testing;
 using Vector3 = Vector<double, 3>;
 using Point3 = Point<double, 3>;
-
-/// A triangle that owns its corners.
-struct OwnTriangle
-{
-  OwnTriangle(const Vector3& a, const Vector3& b, const Vector3& c, unsigned index = 7)
-      : corners{Vertex(a), Vertex(b), Vertex(c)}, triangle(corners[0], corners[1], corners[2], index)
-  {}
-  OwnTriangle(const OwnTriangle&) = delete;
-  OwnTriangle& operator=(const OwnTriangle&) = delete;
-
-  const Triangle* operator->() const { return &triangle; }
-
-  std::array<Vertex, 3> corners;
-  Triangle triangle;
-};
 
 /// A triangle of the given size anywhere near the origin, not thinner than a twentieth of its size.
 std::array<Vector3, 3> randomCorners(RandomGeometry& random, double size)
