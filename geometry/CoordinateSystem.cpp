@@ -20,6 +20,7 @@ constexpr double distanceEps = 1e-12;
 constexpr double sqrDistanceEps = 1e-24;
 constexpr double normalizeEps = 1e-12; // in float, too
 constexpr double halfTurn = 3.141592653589793;
+constexpr unsigned versionWithoutMemo = 500002; // earlier archives hold one flag more
 constexpr unsigned currentVersion = 500002;
 
 } // namespace
@@ -316,7 +317,7 @@ void CoordinateSystem<T, dim>::load(PersistenceArchiver& archiver, unsigned int 
 {
   Persistence::loadObject(archiver, orientation);
   Persistence::loadObject(archiver, origin);
-  if (version < currentVersion) {
+  if (version < versionWithoutMemo) {
     bool dropped = false; // the memo was once stored
     archiver >> dropped;
   }

@@ -6,7 +6,8 @@ namespace Kavrel {
 
 namespace {
 
-constexpr unsigned currentVersion = 300002; // the first with the values in one container
+constexpr unsigned currentVersion = 300002;
+constexpr unsigned versionOfOneContainer = 300002; // earlier archives hold a frame for each value
 constexpr unsigned lastStreamWithoutPairs = 63013;
 
 } // namespace
@@ -47,7 +48,7 @@ void VectorField::load(PersistenceArchiver& archiver, unsigned int version)
 {
   Persistence::loadObject(archiver, id);
   archiver >> name;
-  if (version >= currentVersion && archiver.getStreamVersion() > lastStreamWithoutPairs) {
+  if (version >= versionOfOneContainer && archiver.getStreamVersion() > lastStreamWithoutPairs) {
     Persistence::loadContainer(archiver, values);
     return;
   }
