@@ -56,10 +56,12 @@ void searchWithin(double maxSquareDistance, Result& result, const Search& search
   result.squareDistance = std::numeric_limits<double>::max();
 }
 
-/// The nearest element within a squared distance, the bound included. \p result is a fresh one.
+/// The nearest element within a squared distance, the bound included; nothing lies within NaN. \p result is a fresh
+/// one.
 template <class Hierarchy, class Query, class Result>
 void closestWithin(const Hierarchy& tree, const Query& query, double maxSquareDistance, Result& result)
 {
+  if (std::isnan(maxSquareDistance)) return;
   searchWithin(maxSquareDistance, result, [&] { closest(tree, query, result); });
 }
 

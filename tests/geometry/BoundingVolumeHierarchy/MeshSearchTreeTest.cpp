@@ -676,6 +676,7 @@ TEST(MeshSearchTree, SurvivesBadNumbers)
     sound.raySelectFirst(bad, V3(0, 0, 1), place, point, distance);
     sound.lineSelectAll(V3(1, 1, 1), bad, places);
     sound.sphereSelectAll(bad, value, places);
+    EXPECT_EQ(sound.sphereSelectFirst(mesh.getVertexRef(3), value, place), !std::isnan(value));
     Mesh broken = Testing::hills(6, 6);
     broken.getVertexRef(11)[1] = value;
     const MeshSearchTree tree(broken, 3, 30);

@@ -13,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <limits>
 #include <numeric>
 
@@ -267,7 +268,8 @@ TYPED_TEST(PointSearchTree, SurvivesBadNumbers)
     EXPECT_LT(id, points.size());
     sound.nearestPointIndices(bad, 5, ids, distances, true);
     EXPECT_LE(ids.size(), 5U);
-    sound.sphereSelectAll(points[0], value, ids);
+    EXPECT_EQ(sound.sphereSelectAll(points[0], value, ids), !std::isnan(value));
+    EXPECT_EQ(sound.sphereSelectFirst(points[0], value, id), !std::isnan(value));
     auto withBad = points;
     withBad.insert(withBad.begin() + 3, bad);
     const PointSearchTreeT<dim> tree(withBad, 4);

@@ -377,7 +377,8 @@ TEST(PolyLineSearchTree, KeepsToTheLimitsInclusively)
     double distance;
     bool found;
   };
-  for (const auto& row : {Row{2, true}, Row{1.999, false}, Row{1e300, true}, Row{0, false}, Row{largest, true}}) {
+  for (const auto& row : {Row{2, true}, Row{1.999, false}, Row{1e300, true}, Row{0, false}, Row{largest, true},
+                          Row{std::numeric_limits<double>::infinity(), true}}) {
     SCOPED_TRACE(row.distance);
     double out = 0;
     EXPECT_EQ(tree.squareDistance(V3(5, 2, 0), row.distance, out), row.found);
@@ -617,6 +618,8 @@ TEST(PolyLineSearchTree, SurvivesBadNumbers)
     const PolyLineSearchTree<P3> tree(line, 3), soundTree(sound, 3);
     EXPECT_EQ(tree.getBvh().numberOfElements(), 39U);
     soundTree.squareDistance(V3(value, 0, 0));
+    double within = 0;
+    EXPECT_EQ(soundTree.squareDistance(positions[30], value, within), !std::isnan(value));
     EXPECT_LT(soundTree.calcLocalParameter(V3(0, value, 0)).second, 39U);
     EXPECT_LT(tree.calcLocalParameter(positions[30]).second, 39U);
     std::vector<PolyLineSearchTree<P3>::SegmentIntersection> list;
