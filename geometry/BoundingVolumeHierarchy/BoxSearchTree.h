@@ -22,6 +22,10 @@ public:
 
   static constexpr unsigned defaultMaxLeafSize = 8;
 
+  /// Copies share the hierarchy. A move is a copy, so that every tree has one.
+  BoxSearchTree(const BoxSearchTree&) = default;
+  BoxSearchTree& operator=(const BoxSearchTree&) = default;
+
   /// \p maxLeafSize, at least 1, is the number of boxes up to which a range is searched one by one.
   explicit BoxSearchTree(const std::vector<Box>& boxes, unsigned maxLeafSize = defaultMaxLeafSize);
 

@@ -64,6 +64,10 @@ public:
   /// A tree without triangles.
   MeshSearchTree();
 
+  /// Copies share the hierarchy. A move is a copy, so that every tree has one.
+  MeshSearchTree(const MeshSearchTree&) = default;
+  MeshSearchTree& operator=(const MeshSearchTree&) = default;
+
   /// Borrows \p mesh. \p maxLeafSize, at least 1, is the number of triangles up to which a range is searched one by
   /// one; it grows where the tree would become deeper than \p maxDepth.
   explicit MeshSearchTree(const Mesh& mesh, unsigned maxLeafSize = defaultMaxLeafSize,

@@ -36,6 +36,10 @@ public:
   /// A tree without points.
   PointSearchTreeT();
 
+  /// Copies share the hierarchy. A move is a copy, so that every tree has one.
+  PointSearchTreeT(const PointSearchTreeT&) = default;
+  PointSearchTreeT& operator=(const PointSearchTreeT&) = default;
+
   /// \p maxLeafSize, at least 1, is the number of points up to which a range is searched one by one.
   template <class PointType>
     requires TreePoint<PointType, dim>

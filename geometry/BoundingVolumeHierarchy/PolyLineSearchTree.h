@@ -55,6 +55,10 @@ public:
   /// A tree without segments.
   PolyLineSearchTree();
 
+  /// Copies share the hierarchy. A move is a copy, so that every tree has one.
+  PolyLineSearchTree(const PolyLineSearchTree&) = default;
+  PolyLineSearchTree& operator=(const PolyLineSearchTree&) = default;
+
   /// Borrows \p polyline. \p maxLeafSize, at least 1, is the number of segments up to which a range is searched one by
   /// one.
   explicit PolyLineSearchTree(const Line& polyline, unsigned maxLeafSize = defaultMaxLeafSize);

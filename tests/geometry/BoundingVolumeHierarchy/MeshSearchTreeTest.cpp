@@ -608,6 +608,8 @@ TEST(MeshSearchTree, KeepsMeshesOnlyWhenAsked)
   assigned = copy;
   EXPECT_EQ(&assigned.getBvh(), &tree->getBvh());
   tree.reset();
+  EXPECT_FALSE(MeshSearchTree(std::move(copy)).empty());
+  EXPECT_FALSE(copy.empty());
   copy = MeshSearchTree();
   EXPECT_FALSE(alive.expired());
   EXPECT_DOUBLE_EQ(assigned.calcMinSquareDistance(V3(0.5, 0.5, 3)), 4);

@@ -412,6 +412,8 @@ TEST(PointSearchTree3, CopiesShareTheHierarchyAndOutliveTheOriginal)
   original.reset();
   EXPECT_EQ(copy.squareDistance(points[17]), 0);
   EXPECT_EQ(assigned.squareDistance(points[18]), 0);
+  const PointSearchTreeT<3> moved(std::move(assigned));
+  EXPECT_EQ(assigned.squareDistance(points[18]), 0);
 }
 
 } // namespace

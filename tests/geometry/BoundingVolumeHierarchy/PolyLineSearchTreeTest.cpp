@@ -350,6 +350,8 @@ TYPED_TEST(PolyLineSearchTreeOf, CopiesShareTheHierarchyAndWhatItKeeps)
   EXPECT_EQ(&copy.getBvh(), &tree->getBvh());
   EXPECT_EQ(&assigned.getBvh(), &tree->getBvh());
   tree.reset();
+  EXPECT_FALSE(PolyLineSearchTree<P>(std::move(copy)).empty());
+  EXPECT_FALSE(copy.empty());
   copy = PolyLineSearchTree<P>();
   EXPECT_FALSE(alive.expired());
   EXPECT_EQ(assigned.squareDistance(query), 0);
