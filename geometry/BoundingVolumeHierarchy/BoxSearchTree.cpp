@@ -73,7 +73,7 @@ bool BoxSearchTree<dim>::getIntersections(const std::shared_ptr<BoxSearchTree>& 
                                           std::vector<std::pair<int, int>>& pairs) const
 {
   pairs.clear();
-  if (bvh->empty() || other->bvh->empty()) return false;
+  if (!other || bvh->empty() || other->bvh->empty()) return false;
   const auto meet = [](const auto& a, const auto& b) { return overlaps(a, b); };
   overlappingPairs(*bvh, *other->bvh, meet, [&](std::uint32_t i, std::uint32_t j) {
     if (overlaps(bvh->getElement(i), other->bvh->getElement(j)))

@@ -44,7 +44,8 @@ public:
   /// Replaces \p ids by those of all boxes that overlap \p box, in traversal order. True if there are any.
   bool getBoxesIntersecting(const Box& box, std::vector<int>& ids) const;
 
-  /// Replaces \p pairs by all pairs (id here, id in \p other) whose boxes overlap. True if there are any.
+  /// Replaces \p pairs by all pairs (id here, id in \p other) whose boxes overlap. True if there are any. Null is
+  /// taken for an empty tree.
   bool getIntersections(const std::shared_ptr<BoxSearchTree>& other, std::vector<std::pair<int, int>>& pairs) const;
 
 private:

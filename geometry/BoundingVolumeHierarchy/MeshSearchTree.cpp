@@ -228,6 +228,7 @@ double MeshSearchTree::calcMinSquareDistance(const Position& point) const
 double MeshSearchTree::calcMinSquareDistanceFromVertices(const std::shared_ptr<const Mesh>& mesh) const
 {
   double nearest = largest;
+  if (!mesh) return nearest;
   for (const Vertex& vertex : mesh->getVertexCollection())
     nearest = std::min(nearest, calcMinSquareDistance(vertex));
   return nearest;
@@ -236,6 +237,7 @@ double MeshSearchTree::calcMinSquareDistanceFromVertices(const std::shared_ptr<c
 double MeshSearchTree::calcMaxSquareDistanceFromVertices(const std::shared_ptr<const Mesh>& mesh) const
 {
   double farthest = 0;
+  if (!mesh) return farthest;
   for (const Vertex& vertex : mesh->getVertexCollection())
     farthest = std::max(farthest, calcMinSquareDistance(vertex));
   return farthest;
@@ -404,6 +406,7 @@ std::vector<MeshSearchTree::RayIntersectionResult>
 MeshSearchTree::mapTriangleCenters(const std::shared_ptr<const Mesh>& mesh) const
 {
   std::vector<RayIntersectionResult> hits;
+  if (!mesh) return hits;
   hits.reserve(mesh->numberOfTriangles());
   for (const Triangle& triangle : mesh->getTriangleCollection()) {
     const Position& a = triangle.getVertexRef(0);

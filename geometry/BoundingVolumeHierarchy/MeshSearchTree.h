@@ -29,7 +29,7 @@ namespace BoundingVolumeHierarchy {
 /// A tree is immutable; its copies share one hierarchy, and any number of threads may query. No query raises. An `out`
 /// argument of a query that finds nothing holds zeros and a point at the origin without normal; a list is emptied
 /// first and filled in traversal order. Directions need no unit length; a zero direction hits nothing. Among equals the
-/// triangle that the traversal meets first wins.
+/// triangle that the traversal meets first wins. A null mesh counts as one without vertices.
 class KVSHAPES_EXPORT MeshSearchTree
 {
 public:

@@ -141,6 +141,9 @@ TYPED_TEST(BoxSearchTreeDim, FindsNothingWhenEmpty)
     EXPECT_FALSE(a->getIntersections(b, pairs));
     EXPECT_TRUE(pairs.empty());
   }
+  std::vector<std::pair<int, int>> pairs = {{1, 1}};
+  EXPECT_FALSE(full->getIntersections(nullptr, pairs));
+  EXPECT_TRUE(pairs.empty());
 }
 
 TEST(BoxSearchTree, DecidesInDoublePrecision)

@@ -492,6 +492,9 @@ TEST(MeshSearchTree, MeasuresTheVerticesOfAMesh)
   EXPECT_NEAR(tree.calcMaxSquareDistanceFromVertices(other), high, 1e-12);
   EXPECT_EQ(tree.calcMinSquareDistanceFromVertices(std::make_shared<Mesh>()), largest);
   EXPECT_EQ(tree.calcMaxSquareDistanceFromVertices(std::make_shared<Mesh>()), 0);
+  EXPECT_EQ(tree.calcMinSquareDistanceFromVertices(nullptr), largest);
+  EXPECT_EQ(tree.calcMaxSquareDistanceFromVertices(nullptr), 0);
+  EXPECT_TRUE(tree.mapTriangleCenters(nullptr).empty());
 }
 
 TEST(MeshSearchTree, MapsTriangleCentres)
