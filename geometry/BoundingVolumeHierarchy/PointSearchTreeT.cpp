@@ -98,178 +98,175 @@ PointSearchTreeT<dim>::PointSearchTreeT() : bvh(std::make_shared<const Hierarchy
 {}
 
 template <unsigned dim>
-template <class PointType>
-  requires TreePoint<PointType, dim> PointSearchTreeT<dim>::PointSearchTreeT(const std::vector<PointType>& points,
-                                                                             unsigned maxLeafSize)
-      : bvh(std::make_shared<const Hierarchy>(points, maxLeafSize, maxDepth))
-  {}
+template <TreePoint<dim> PointType>
+PointSearchTreeT<dim>::PointSearchTreeT(const std::vector<PointType>& points, unsigned maxLeafSize)
+    : bvh(std::make_shared<const Hierarchy>(points, maxLeafSize, maxDepth))
+{}
 
-  template <unsigned dim>
-  PointSearchTreeT<dim>::PointSearchTreeT(const Mesh& mesh, bool useTriangleCenters,
-                                          unsigned maxLeafSize) requires(dim == 3)
-  {
-    initFromMesh(mesh, useTriangleCenters, maxLeafSize);
+template <unsigned dim>
+PointSearchTreeT<dim>::PointSearchTreeT(const Mesh& mesh, bool useTriangleCenters,
+                                        unsigned maxLeafSize) requires(dim == 3)
+{
+  initFromMesh(mesh, useTriangleCenters, maxLeafSize);
+}
+
+template <unsigned dim>
+PointSearchTreeT<dim>::PointSearchTreeT(const std::shared_ptr<const Mesh>& mesh, bool useTriangleCenters,
+                                        unsigned maxLeafSize) requires(dim == 3)
+    : PointSearchTreeT()
+{
+  if (mesh) initFromMesh(*mesh, useTriangleCenters, maxLeafSize);
+}
+
+template <unsigned dim>
+void PointSearchTreeT<dim>::initFromMesh(const Mesh& mesh, bool useTriangleCenters,
+                                         unsigned maxLeafSize) requires(dim == 3)
+{
+  std::vector<Point<double, 3>> points;
+  if (useTriangleCenters) {
+    points.reserve(mesh.numberOfTriangles());
+    for (const Triangle& triangle : mesh.getTriangleCollection())
+      points.push_back(triangle.getCenter());
+  } else {
+    points.assign(mesh.beginVertex(), mesh.endVertex());
   }
+  bvh = std::make_shared<const Hierarchy>(points, maxLeafSize, maxDepth);
+}
 
-  template <unsigned dim>
-  PointSearchTreeT<dim>::PointSearchTreeT(const std::shared_ptr<const Mesh>& mesh, bool useTriangleCenters,
-                                          unsigned maxLeafSize) requires(dim == 3)
-      : PointSearchTreeT()
-  {
-    if (mesh) initFromMesh(*mesh, useTriangleCenters, maxLeafSize);
-  }
+template <unsigned dim>
+bool PointSearchTreeT<dim>::selectClosest(const Vector<double, dim>& point, std::uint64_t& id) const
+{
+  NearestResult<dim> result;
+  closest(*bvh, point, result);
+  id = idOf(*bvh, result);
+  return result.found;
+}
 
-  template <unsigned dim>
-  void PointSearchTreeT<dim>::initFromMesh(const Mesh& mesh, bool useTriangleCenters,
-                                           unsigned maxLeafSize) requires(dim == 3)
-  {
-    std::vector<Point<double, 3>> points;
-    if (useTriangleCenters) {
-      points.reserve(mesh.numberOfTriangles());
-      for (const Triangle& triangle : mesh.getTriangleCollection())
-        points.push_back(triangle.getCenter());
-    } else {
-      points.assign(mesh.beginVertex(), mesh.endVertex());
-    }
-    bvh = std::make_shared<const Hierarchy>(points, maxLeafSize, maxDepth);
-  }
+template <unsigned dim>
+bool PointSearchTreeT<dim>::getNearestPoint(const Vector<double, dim>& point, Point<double, dim>& nearest) const
+{
+  NearestResult<dim> result;
+  closest(*bvh, point, result);
+  if (result.found) nearest = bvh->getElement(result.secondIndex);
+  return result.found;
+}
 
-  template <unsigned dim>
-  bool PointSearchTreeT<dim>::selectClosest(const Vector<double, dim>& point, std::uint64_t& id) const
-  {
-    NearestResult<dim> result;
-    closest(*bvh, point, result);
-    id = idOf(*bvh, result);
-    return result.found;
-  }
+template <unsigned dim>
+double PointSearchTreeT<dim>::squareDistance(const Vector<double, dim>& point) const
+{
+  NearestResult<dim> result;
+  closest(*bvh, point, result);
+  return result.squareDistance;
+}
 
-  template <unsigned dim>
-  bool PointSearchTreeT<dim>::getNearestPoint(const Vector<double, dim>& point, Point<double, dim>& nearest) const
-  {
-    NearestResult<dim> result;
-    closest(*bvh, point, result);
-    if (result.found) nearest = bvh->getElement(result.secondIndex);
-    return result.found;
-  }
+template <unsigned dim>
+double PointSearchTreeT<dim>::squareDistance(const Vector<double, dim>& point, std::uint64_t& id) const
+{
+  NearestResult<dim> result;
+  closest(*bvh, point, result);
+  id = idOf(*bvh, result);
+  return result.squareDistance;
+}
 
-  template <unsigned dim>
-  double PointSearchTreeT<dim>::squareDistance(const Vector<double, dim>& point) const
-  {
-    NearestResult<dim> result;
-    closest(*bvh, point, result);
-    return result.squareDistance;
-  }
+template <unsigned dim>
+bool PointSearchTreeT<dim>::nearestPointIndexExcluded(const Vector<double, dim>& point, std::uint64_t excludedId,
+                                                      std::uint64_t& id) const
+{
+  NearestResult<dim> result;
+  visitNearestFirst(
+      *bvh, SquareDistanceOfChildren(point),
+      [&result](double value) { return result.found && value > result.squareDistance; },
+      [&](std::uint32_t first, std::uint32_t end) {
+        for (std::uint32_t position = first; position < end; ++position)
+          if (bvh->getElementId(position) != excludedId && distance(point, bvh->getElement(position), result))
+            result.secondIndex = position;
+      });
+  id = idOf(*bvh, result);
+  return result.found;
+}
 
-  template <unsigned dim>
-  double PointSearchTreeT<dim>::squareDistance(const Vector<double, dim>& point, std::uint64_t& id) const
-  {
-    NearestResult<dim> result;
-    closest(*bvh, point, result);
-    id = idOf(*bvh, result);
-    return result.squareDistance;
-  }
+template <unsigned dim>
+bool PointSearchTreeT<dim>::nearestPointIndices(const Vector<double, dim>& point, int k, std::vector<int>& ids,
+                                                std::vector<double>& squareDistances, bool sorted) const
+{
+  const auto capacity = std::min<std::size_t>(static_cast<std::size_t>(std::max(k, 0)), bvh->numberOfElements());
+  ids.resize(capacity);
+  squareDistances.resize(capacity);
+  if (capacity == 0) return false;
 
-  template <unsigned dim>
-  bool PointSearchTreeT<dim>::nearestPointIndexExcluded(const Vector<double, dim>& point, std::uint64_t excludedId,
-                                                        std::uint64_t& id) const
-  {
-    NearestResult<dim> result;
+  NearestHeap heap(ids, squareDistances);
+  visitNearestFirst(
+      *bvh, SquareDistanceOfChildren(point), [&heap](double value) { return heap.isFull() && value > heap.farthest(); },
+      [&](std::uint32_t first, std::uint32_t end) {
+        for (std::uint32_t position = first; position < end; ++position) {
+          NearestResult<dim> candidate;
+          distance(point, bvh->getElement(position), candidate);
+          heap.offer(static_cast<int>(position), candidate.squareDistance);
+        }
+      });
+  turnIntoIds(*bvh, ids);
+  if (sorted) heap.sort();
+  return true;
+}
+
+template <unsigned dim>
+bool PointSearchTreeT<dim>::sphereSelectFirst(const Vector<double, dim>& point, double radius, std::uint64_t& id) const
+{
+  NearestResult<dim> result;
+  closestWithin(*bvh, point, radius * radius, result);
+  id = idOf(*bvh, result);
+  return result.found;
+}
+
+template <unsigned dim>
+bool PointSearchTreeT<dim>::sphereSelectAll(const Vector<double, dim>& point, double radius,
+                                            std::vector<int>& ids) const
+{
+  ids.clear();
+  withinRadius<NearestResult<dim>>(*bvh, point, radius * radius, [&ids](const NearestResult<dim>& result) {
+    ids.push_back(static_cast<int>(result.secondIndex));
+  });
+  turnIntoIds(*bvh, ids);
+  return !ids.empty();
+}
+
+template <unsigned dim>
+bool PointSearchTreeT<dim>::minimumSignedPlaneDistance([[maybe_unused]] const Vector<double, 3>& normal,
+                                                       [[maybe_unused]] double offset,
+                                                       [[maybe_unused]] std::uint64_t& id,
+                                                       [[maybe_unused]] double& distance) const
+{
+  if constexpr (dim == 3) {
+    const SignedPlane plane(normal, offset);
+    DistanceQueryResult<SignedPlane, Vector<double, 3>> result;
     visitNearestFirst(
-        *bvh, SquareDistanceOfChildren(point),
+        *bvh, SignedDistanceOfChildren(plane),
         [&result](double value) { return result.found && value > result.squareDistance; },
-        [&](std::uint32_t first, std::uint32_t end) {
-          for (std::uint32_t position = first; position < end; ++position)
-            if (bvh->getElementId(position) != excludedId && distance(point, bvh->getElement(position), result))
-              result.secondIndex = position;
-        });
+        NearestLeaf(*bvh, plane, result));
+    if (!result.found) return false;
     id = idOf(*bvh, result);
-    return result.found;
-  }
-
-  template <unsigned dim>
-  bool PointSearchTreeT<dim>::nearestPointIndices(const Vector<double, dim>& point, int k, std::vector<int>& ids,
-                                                  std::vector<double>& squareDistances, bool sorted) const
-  {
-    const auto capacity = std::min<std::size_t>(static_cast<std::size_t>(std::max(k, 0)), bvh->numberOfElements());
-    ids.resize(capacity);
-    squareDistances.resize(capacity);
-    if (capacity == 0) return false;
-
-    NearestHeap heap(ids, squareDistances);
-    visitNearestFirst(
-        *bvh, SquareDistanceOfChildren(point),
-        [&heap](double value) { return heap.isFull() && value > heap.farthest(); },
-        [&](std::uint32_t first, std::uint32_t end) {
-          for (std::uint32_t position = first; position < end; ++position) {
-            NearestResult<dim> candidate;
-            distance(point, bvh->getElement(position), candidate);
-            heap.offer(static_cast<int>(position), candidate.squareDistance);
-          }
-        });
-    turnIntoIds(*bvh, ids);
-    if (sorted) heap.sort();
+    distance = result.squareDistance;
     return true;
+  } else {
+    return false;
   }
-
-  template <unsigned dim>
-  bool PointSearchTreeT<dim>::sphereSelectFirst(const Vector<double, dim>& point, double radius,
-                                                std::uint64_t& id) const
-  {
-    NearestResult<dim> result;
-    closestWithin(*bvh, point, radius * radius, result);
-    id = idOf(*bvh, result);
-    return result.found;
-  }
-
-  template <unsigned dim>
-  bool PointSearchTreeT<dim>::sphereSelectAll(const Vector<double, dim>& point, double radius,
-                                              std::vector<int>& ids) const
-  {
-    ids.clear();
-    withinRadius<NearestResult<dim>>(*bvh, point, radius * radius, [&ids](const NearestResult<dim>& result) {
-      ids.push_back(static_cast<int>(result.secondIndex));
-    });
-    turnIntoIds(*bvh, ids);
-    return !ids.empty();
-  }
-
-  template <unsigned dim>
-  bool PointSearchTreeT<dim>::minimumSignedPlaneDistance([[maybe_unused]] const Vector<double, 3>& normal,
-                                                         [[maybe_unused]] double offset,
-                                                         [[maybe_unused]] std::uint64_t& id,
-                                                         [[maybe_unused]] double& distance) const
-  {
-    if constexpr (dim == 3) {
-      const SignedPlane plane(normal, offset);
-      DistanceQueryResult<SignedPlane, Vector<double, 3>> result;
-      visitNearestFirst(
-          *bvh, SignedDistanceOfChildren(plane),
-          [&result](double value) { return result.found && value > result.squareDistance; },
-          NearestLeaf(*bvh, plane, result));
-      if (!result.found) return false;
-      id = idOf(*bvh, result);
-      distance = result.squareDistance;
-      return true;
-    } else {
-      return false;
-    }
-  }
+}
 
 #define KV_INSTANTIATE(dim, ...)                                                                                       \
   template KVSHAPES_EXPORT PointSearchTreeT<dim>::PointSearchTreeT(const std::vector<__VA_ARGS__>&, unsigned);
-  KV_INSTANTIATE(2, Vector<double, 2>)
-  KV_INSTANTIATE(2, Point<float, 2>)
-  KV_INSTANTIATE(2, Point<double, 2>)
-  KV_INSTANTIATE(3, Vector<double, 3>)
-  KV_INSTANTIATE(3, Point<float, 3>)
-  KV_INSTANTIATE(3, Point<double, 3>)
-  KV_INSTANTIATE(3, ConstraintPoint)
-  KV_INSTANTIATE(3, Point3N)
-  KV_INSTANTIATE(3, Point3NT)
-  KV_INSTANTIATE(3, ProjectionPoint)
+KV_INSTANTIATE(2, Vector<double, 2>)
+KV_INSTANTIATE(2, Point<float, 2>)
+KV_INSTANTIATE(2, Point<double, 2>)
+KV_INSTANTIATE(3, Vector<double, 3>)
+KV_INSTANTIATE(3, Point<float, 3>)
+KV_INSTANTIATE(3, Point<double, 3>)
+KV_INSTANTIATE(3, ConstraintPoint)
+KV_INSTANTIATE(3, Point3N)
+KV_INSTANTIATE(3, Point3NT)
+KV_INSTANTIATE(3, ProjectionPoint)
 #undef KV_INSTANTIATE
 
-  template class PointSearchTreeT<2>;
-  template class PointSearchTreeT<3>;
+template class PointSearchTreeT<2>;
+template class PointSearchTreeT<3>;
 
 } // namespace Kavrel::BoundingVolumeHierarchy

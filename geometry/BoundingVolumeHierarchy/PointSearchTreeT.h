@@ -41,8 +41,7 @@ public:
   PointSearchTreeT& operator=(const PointSearchTreeT&) = default;
 
   /// \p maxLeafSize, at least 1, is the number of points up to which a range is searched one by one.
-  template <class PointType>
-    requires TreePoint<PointType, dim>
+  template <TreePoint<dim> PointType>
   explicit PointSearchTreeT(const std::vector<PointType>& points, unsigned maxLeafSize = defaultMaxLeafSize);
 
   /// The vertices of the mesh in their order or, with \p useTriangleCenters, the centres of its triangles in theirs.
