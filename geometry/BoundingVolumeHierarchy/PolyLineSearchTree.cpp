@@ -1,5 +1,6 @@
 #include "geometry/BoundingVolumeHierarchy/PolyLineSearchTree.h"
 
+#include "geometry/BoundingVolumeHierarchy/ClosestPoints.h"
 #include "geometry/BoundingVolumeHierarchy/Queries.h"
 #include "geometry/BoundingVolumeHierarchy/SegmentPoint.h"
 #include "geometry/PolyLine.h"
@@ -47,19 +48,6 @@ auto nearestSegment(const Tree& bvh, const Vector<double, P::Dim>& point)
   DistanceQueryResult<Vector<double, P::Dim>, Segment<P>> result;
   closest(bvh, point, result);
   return result;
-}
-
-template <unsigned dim, class P>
-Vector<double, dim> positionOf(const P& point)
-{
-  if constexpr (std::is_base_of_v<Vector<double, dim>, P>) {
-    return point;
-  } else {
-    Vector<double, dim> position;
-    for (unsigned i = 0; i < dim; ++i)
-      position[i] = static_cast<double>(point[i]);
-    return position;
-  }
 }
 
 /// The line in which a plane meets z = 0, and the length of the part of its normal along z = 0: 0 for a plane that is
@@ -302,7 +290,7 @@ double PolyLineSearchTree<PointType>::oneSidedHausdorffDistance(const Line& poly
   if (polyline.isEmpty()) return largest;
   double farthest = 0;
   for (const PointType& point : polyline)
-    farthest = std::max(farthest, squareDistance(positionOf<dimension>(point)));
+    farthest = std::max(farthest, squareDistance(toDouble<dimension>(point)));
   return std::sqrt(farthest);
 }
 
@@ -364,7 +352,7 @@ bool PolyLineSearchTree<PointType>::nearestIntersection(const Plane<double, 3>& 
   const auto crossings = intersect(plane);
   if (crossings.empty()) return false;
   const auto squareTo = [&point](const PointType& crossing) {
-    return (positionOf<dimension>(crossing) - point).sqrLength();
+    return (toDouble<dimension>(crossing) - point).sqrLength();
   };
   out = *std::min_element(crossings.begin(), crossings.end(),
                           [&](const PointType& a, const PointType& b) { return squareTo(a) < squareTo(b); });
