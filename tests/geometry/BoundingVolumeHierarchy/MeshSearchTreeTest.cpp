@@ -641,29 +641,6 @@ TEST(MeshSearchTree, ReportsItsBoxAndSize)
   EXPECT_LE(tree.estimateBytes(), 130 * mesh.numberOfTriangles());
 }
 
-TEST(MeshSearchTree, FollowsTurnsAndTheOrderOfTriangles)
-{
-  RandomGeometry random(411);
-  for (const auto& [name, mesh] : zoo()) {
-    SCOPED_TRACE(name);
-    const Mesh other = Testing::shuffled(mesh, random);
-    // A turn about the main diagonal permutes the axes and rounds nothing.
-    Mesh turned(mesh);
-    for (auto vertex = turned.beginVertex(); vertex != turned.endVertex(); ++vertex) {
-      const V3 p = *vertex;
-      for (unsigned i = 0; i < 3; ++i)
-        (*vertex)[i] = p[(i + 2) % 3];
-    }
-    const MeshSearchTree tree(mesh, 4, 30), otherTree(other, 4, 30), turnedTree(turned, 4, 30);
-    for (int i = 0; i < 100; ++i) {
-      const V3 query = random.inCube<3>(15), turnedQuery(query[2], query[0], query[1]);
-      const double square = tree.calcMinSquareDistance(query);
-      EXPECT_NEAR(otherTree.calcMinSquareDistance(query), square, 1e-12 * (1 + square));
-      EXPECT_NEAR(turnedTree.calcMinSquareDistance(turnedQuery), square, 1e-12 * (1 + square));
-    }
-  }
-}
-
 TEST(MeshSearchTree, SurvivesBadNumbers)
 {
   const double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();

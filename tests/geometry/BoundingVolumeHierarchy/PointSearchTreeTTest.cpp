@@ -15,7 +15,6 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
-#include <numeric>
 
 using namespace Kavrel;
 using namespace Kavrel::BoundingVolumeHierarchy;
@@ -227,28 +226,6 @@ TYPED_TEST(PointSearchTree, AnswersAllTheSameWhenEmpty)
     id = 5;
     EXPECT_FALSE(tree.minimumSignedPlaneDistance(Vector<double, 3>(0, 0, 1), 0, id, distance));
     EXPECT_EQ(distance, 7);
-  }
-}
-
-TYPED_TEST(PointSearchTree, TheOrderOfTheListDoesNotMatter)
-{
-  constexpr unsigned dim = TypeParam::value;
-  RandomGeometry random(103);
-  const auto points = clouds<dim>()[0].points;
-  const auto order = random.permutation(points.size());
-  std::vector<Point<double, dim>> shuffled;
-  for (const auto i : order)
-    shuffled.push_back(points[i]);
-  const PointSearchTreeT<dim> tree(points, 4), other(shuffled, 9);
-  for (const auto& query : queriesFor<dim>(points)) {
-    std::vector<int> ids, otherIds;
-    std::vector<double> distances, otherDistances;
-    tree.nearestPointIndices(query, 12, ids, distances, true);
-    other.nearestPointIndices(query, 12, otherIds, otherDistances, true);
-    EXPECT_EQ(distances, otherDistances);
-    for (int& id : otherIds)
-      id = static_cast<int>(order[static_cast<std::size_t>(id)]);
-    EXPECT_EQ(ids, otherIds);
   }
 }
 

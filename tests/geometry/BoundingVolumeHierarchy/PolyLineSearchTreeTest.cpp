@@ -582,31 +582,6 @@ TEST(PolyLineSearchTree, PassesOnThatOnlyDoublesInThePlaneKnowTheAbsoluteToleran
   }
 }
 
-TEST(PolyLineSearchTree, FollowsRotationAndReversal)
-{
-  RandomGeometry random(390);
-  auto positions = random.walk<3>(300, 1.0);
-  const auto line = lineThrough<P3>(positions);
-  std::reverse(positions.begin(), positions.end());
-  const auto reversed = lineThrough<P3>(positions);
-  // A turn about the main diagonal permutes the axes and rounds nothing.
-  for (auto& position : positions)
-    position = V3(position[2], position[0], position[1]);
-  const auto turned = lineThrough<P3>(positions);
-  const PolyLineSearchTree<P3> tree(line, 4), reversedTree(reversed, 4), turnedTree(turned, 4);
-  for (int i = 0; i < 100; ++i) {
-    const V3 query = random.inCube<3>(20);
-    const auto [parameter, id] = tree.calcLocalParameter(query);
-    const auto [mirrored, mirroredId] = reversedTree.calcLocalParameter(query);
-    EXPECT_NEAR(tree.squareDistance(query), reversedTree.squareDistance(query), 1e-12);
-    if (parameter > 0 && parameter < 1) {
-      EXPECT_EQ(mirroredId, line.numberOfSegments() - 1 - id);
-      EXPECT_NEAR(mirrored, 1 - parameter, 1e-12);
-    }
-    EXPECT_NEAR(turnedTree.squareDistance(V3(query[2], query[0], query[1])), tree.squareDistance(query), 1e-12);
-  }
-}
-
 TEST(PolyLineSearchTree, SurvivesBadNumbers)
 {
   const double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
