@@ -20,8 +20,8 @@ class Mesh;
 
 namespace BoundingVolumeHierarchy {
 
-/// Search tree over the triangles of one or several meshes. The id of a triangle is its index in the mesh and, with
-/// several meshes, the running count over all of them, in list order.
+/// Search tree over the triangles of one or several meshes. The id of a triangle is its index in the mesh; the ids
+/// of a further mesh in the list go on where those of the one before end.
 ///
 /// The tree borrows the vertices of the meshes: these must outlive it and keep their coordinates, unless the tree was
 /// told to keep the meshes and nothing changes them.

@@ -20,11 +20,12 @@ namespace BoundingVolumeHierarchy {
 template <class Query, class Element>
 struct IntersectionQueryResult;
 
-/// Search tree over the segments of one or several polylines. The id of a segment is its index in the polyline and,
-/// with several polylines, the running count over all of them.
+/// Search tree over the segments of one or several polylines. The id of a segment is its index in the polyline; the ids
+/// of a further polyline go on where those of the one before end.
 ///
-/// The tree borrows the points of the polylines: these must outlive it and keep their points in place, unless the tree
-/// was told to keep them. A polyline of one point is searched as a copy with one segment of length zero.
+/// The tree borrows the points of the polylines: unless it was told to keep them, these must live as long as the tree,
+/// and none of their points may move in memory. A polyline of one point is searched as a copy with one segment of
+/// length zero.
 ///
 /// A tree is immutable; its copies share one hierarchy, and any number of threads may query. No query raises, except
 /// `intersectAbsTolerance`. Among segments at equal distance the one that the traversal meets first wins.
