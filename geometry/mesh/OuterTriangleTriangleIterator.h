@@ -10,9 +10,9 @@
 namespace Kavrel {
 
 /// Walks the ring of triangles that touch a centre triangle along an edge or at a corner, counter-clockwise around one
-/// corner after the other; where a fan is open, the walk goes on at the far end of the next one. Needs topology; a
-/// centre without neighbours has an empty ring. T is Triangle or const Triangle. Structural changes of the mesh end the
-/// walk.
+/// corner after the other; where a fan is open, the walk goes on at the far end of the next one. Needs topology, and
+/// three different corners in each triangle: others can keep the walk from ending. A centre without neighbours has an
+/// empty ring. T is Triangle or const Triangle. Structural changes of the mesh end the walk.
 template <class T>
 class OuterTriangleTriangleIterator
 {
