@@ -298,34 +298,36 @@ TYPED_TEST(PolyLineSearchTreeOf, CrossesInXYAtAnyHeight)
       position[2] += 1e4;
   const auto line = lineThrough<P>(positions), other = lineThrough<P>(others, true);
   const PolyLineSearchTree<P> tree(line, 4), otherTree(other, 3);
-  std::vector<Crossing> list(1);
-  ASSERT_TRUE(tree.intersectXY(otherTree, list, false, 0.0));
-  std::vector<std::pair<std::size_t, std::size_t>> found, expected;
-  for (std::size_t i = 1; i < list.size(); ++i) {
-    const auto& crossing = list[i];
-    found.emplace_back(crossing.indexThis, crossing.indexOther);
-    const auto a = line.getSegment(crossing.indexThis), b = other.getSegment(crossing.indexOther);
-    const auto at = [](const Segment<P>& s, double t) {
-      return positionOf(*s.getStart()) + (positionOf(*s.getEnd()) - positionOf(*s.getStart())) * t;
-    };
-    const auto here = at(a, crossing.parameterThis), there = at(b, crossing.parameterOther);
-    const double coarse = std::is_same_v<typename P::Scalar, float> ? 1e-4 : 1e-9;
-    EXPECT_NEAR(here[0], there[0], coarse);
-    EXPECT_NEAR(here[1], there[1], coarse);
-    EXPECT_TRUE(positionOf(crossing.point).isApproximatelyEqualTo(here, coarse));
-  }
   const auto side = [](const Position<P>& a, const Position<P>& b, const Position<P>& p) {
     return (b[0] - a[0]) * (p[1] - a[1]) - (b[1] - a[1]) * (p[0] - a[0]) > 0;
   };
-  for (std::size_t i = 0; i < line.numberOfSegments(); ++i)
-    for (std::size_t k = 0; k < other.numberOfSegments(); ++k) {
-      const auto s = line.getSegment(i), t = other.getSegment(k);
-      const auto a = positionOf(*s.getStart()), b = positionOf(*s.getEnd()), c = positionOf(*t.getStart()),
-                 d = positionOf(*t.getEnd());
-      if (side(a, b, c) != side(a, b, d) && side(c, d, a) != side(c, d, b)) expected.emplace_back(i, k);
+  const auto at = [](const Segment<P>& s, double t) {
+    return positionOf(*s.getStart()) + (positionOf(*s.getEnd()) - positionOf(*s.getStart())) * t;
+  };
+  for (const double tolerance : {0.0, 0.3}) {
+    SCOPED_TRACE(tolerance);
+    std::vector<Crossing> list(1);
+    ASSERT_TRUE(tree.intersectXY(otherTree, list, false, tolerance));
+    std::vector<std::pair<std::size_t, std::size_t>> found, expected;
+    for (std::size_t i = 1; i < list.size(); ++i) {
+      const auto& crossing = list[i];
+      found.emplace_back(crossing.indexThis, crossing.indexOther);
+      const auto a = line.getSegment(crossing.indexThis), b = other.getSegment(crossing.indexOther);
+      const auto here = at(a, crossing.parameterThis), there = at(b, crossing.parameterOther);
+      const double coarse = std::is_same_v<typename P::Scalar, float> ? 1e-4 : 1e-9;
+      EXPECT_NEAR(here[0], there[0], coarse);
+      EXPECT_NEAR(here[1], there[1], coarse);
+      EXPECT_TRUE(positionOf(crossing.point).isApproximatelyEqualTo(here, coarse));
     }
-  ASSERT_GT(expected.size(), 5U);
-  EXPECT_THAT(found, UnorderedElementsAreArray(expected));
+    for (std::size_t i = 0; i < line.numberOfSegments(); ++i)
+      for (std::size_t k = 0; k < other.numberOfSegments(); ++k) {
+        const auto s = line.getSegment(i), t = other.getSegment(k);
+        const auto a = at(s, -tolerance), b = at(s, 1 + tolerance), c = at(t, -tolerance), d = at(t, 1 + tolerance);
+        if (side(a, b, c) != side(a, b, d) && side(c, d, a) != side(c, d, b)) expected.emplace_back(i, k);
+      }
+    ASSERT_GT(expected.size(), 5U);
+    EXPECT_THAT(found, UnorderedElementsAreArray(expected));
+  }
 
   std::vector<Crossing> first;
   EXPECT_TRUE(tree.intersectXY(otherTree, first, true, 0.0));
