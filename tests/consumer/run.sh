@@ -8,9 +8,11 @@ rm -rf "$work/prefix" "$work/consumer"
 mkdir -p "$work"
 
 if [ "$kind" = static ]; then
-  cmake -S "$source" -B "$work/static" -G Ninja -DBUILD_SHARED_LIBS=OFF -DKVSHAPES_TESTS=OFF -DKVSHAPES_EXAMPLES=OFF \
+  # Beside the shared build, so that the compiler cache sees the same relative paths.
+  static=$(dirname "$build")/$(basename "$build")-static
+  cmake -S "$source" -B "$static" -G Ninja -DBUILD_SHARED_LIBS=OFF -DKVSHAPES_TESTS=OFF -DKVSHAPES_EXAMPLES=OFF \
     -DKVSHAPES_TOOLS=OFF -DCMAKE_BUILD_TYPE=Debug "-DCMAKE_CXX_FLAGS_DEBUG=-O1 -g1" -DKVSHAPES_WARNINGS_AS_ERRORS=ON
-  build=$work/static
+  build=$static
   cmake --build "$build"
 fi
 cmake --install "$build" --prefix "$work/prefix" >/dev/null
