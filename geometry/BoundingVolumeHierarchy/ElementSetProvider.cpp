@@ -162,6 +162,7 @@ KV_FOR_EACH_POLYLINE_POINT(KV_SEGMENTS)
   template ElementSetProvider<__VA_ARGS__>::ElementSetProvider(const std::vector<std::shared_ptr<const Mesh>>&);
 KV_TRIANGLES(Triangle)
 KV_TRIANGLES(Triangle*)
+template ElementSetProvider<Triangle*>::ElementSetProvider(const std::vector<Triangle*>&);
 #undef KV_TRIANGLES
 
 } // namespace Kavrel::BoundingVolumeHierarchy

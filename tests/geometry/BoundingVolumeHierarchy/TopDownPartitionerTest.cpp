@@ -268,6 +268,14 @@ TEST(TopDownPartitioner, IdsRunOnOverSourcesAndSkipNull)
     EXPECT_EQ(meshes.getElement(i).getVertex(0), expected.getVertex(0));
     EXPECT_EQ(meshes.getElement(i).getIndex(), expected.getIndex());
   }
+
+  Mesh own = Testing::cube();
+  std::vector<Triangle*> backwards;
+  for (unsigned i = 12; i-- > 0;)
+    backwards.push_back(&own.getTriangleRef(i));
+  const ElementTree<Triangle*, 3> pointers(backwards, 2, 30);
+  for (unsigned i = 0; i < 12; ++i)
+    EXPECT_EQ(pointers.getElement(i), backwards[pointers.getElementId(i)]);
 }
 
 TEST(TopDownPartitioner, NullSorterKeepsTheOrderOfTheSource)
