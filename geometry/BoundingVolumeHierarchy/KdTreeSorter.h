@@ -32,9 +32,15 @@ public:
       return;
     }
     ThreadPool& pool = ThreadPool::getInstance();
-    for (std::size_t first = 0; first < count; first += positionChunk)
-      pool.enqueue(
-          [this, &hierarchy, first, last = std::min(count, first + positionChunk)] { fill(hierarchy, first, last); });
+    try {
+      for (std::size_t first = 0; first < count; first += positionChunk)
+        pool.enqueue(
+            [this, &hierarchy, first, last = std::min(count, first + positionChunk)] { fill(hierarchy, first, last); });
+    } catch (...) {
+      // The tasks that made it into the queue still write to the entries.
+      pool.waitUntilIdle();
+      throw;
+    }
     pool.waitUntilIdle();
   }
 
