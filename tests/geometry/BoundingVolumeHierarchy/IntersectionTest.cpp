@@ -42,6 +42,9 @@ TEST(Intersection, LineAndRayAgainstATriangle)
       {"away from it", {1, 2, 5}, {0, 0, 1}, true, false, -5, 0.25, 0.5},
       {"past it", {3, 3, 5}, {0, 0, -1}, false, false, 0, 0, 0},
       {"through an edge", {2, 2, 5}, {0, 0, -1}, true, true, 5, 0.5, 0.5},
+      {"beside an edge by rounding, from above", {-1e-13, 1, 5}, {0, 0, -1}, true, true, 5, 0, 0.25},
+      {"beside an edge by rounding, from below", {-1e-13, 1, -5}, {0, 0, 1}, true, true, 5, 0, 0.25},
+      {"beside an edge by more", {-1e-9, 1, 5}, {0, 0, -1}, false, false, 0, 0, 0},
       {"through a corner", {4, 0, 5}, {0, 0, -1}, true, true, 5, 1, 0},
       {"a hair behind the origin", {1, 1, -5e-7}, {0, 0, -1}, true, true, -5e-7, 0.25, 0.25},
       {"behind the origin", {1, 1, -2e-6}, {0, 0, -1}, true, false, -2e-6, 0.25, 0.25},
@@ -72,6 +75,35 @@ TEST(Intersection, LineAndRayAgainstATriangle)
     EXPECT_TRUE(line.point.hasNormal());
     EXPECT_LT((line.point - (row.origin + row.direction * row.parameter)).length(), 1e-12);
     EXPECT_NEAR(line.parameter, row.parameter * row.direction.sqrLength(), 1e-12);
+  }
+}
+
+TEST(Intersection, LinesCloselyAlongAPlaneMeetTheEdges)
+{
+  Vertex a(0, 0, 0), b(0.1, 0, 0), c(0, 0.1, 0);
+  const Triangle triangle(a, b, c, 0);
+  const struct
+  {
+    const char* name;
+    Vector3 origin;
+    bool line, ray;
+    double parameter, xi, eta;
+  } rows[] = {
+      {"from outside", {-1, 0.02, 3e-9}, true, true, 1, 0, 0.2},
+      {"from inside", {0.03, 0.02, 3e-9}, true, true, 0, 0.3, 0.2},
+      {"behind", {1, 0.02, 3e-9}, true, false, -0.92, 0.8, 0.2},
+      {"past it", {-1, 0.2, 3e-9}, false, false, 0, 0, 0},
+      {"too far above", {-1, 0.02, 1e-8}, false, false, 0, 0, 0},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const auto line = hitOf(Line(row.origin, Vector3(1, 0, 0)), triangle);
+    ASSERT_EQ(line.intersected, row.line);
+    EXPECT_EQ(hitOf(Ray(row.origin, Vector3(1, 0, 0)), triangle).intersected, row.ray);
+    if (!row.line) continue;
+    EXPECT_NEAR(line.parameter, row.parameter, 1e-12);
+    EXPECT_NEAR(line.xi, row.xi, 1e-12);
+    EXPECT_NEAR(line.eta, row.eta, 1e-12);
   }
 }
 
