@@ -26,7 +26,7 @@ struct SegmentTrianglePair
   }
 };
 
-/// Offers the place where a segment with its ends on different sides of the triangle's plane goes through the triangle.
+/// Offers the place where a segment goes through the triangle; one that ends in its plane doesn't.
 void offerCrossing(const SegmentEnds<3>& segment, const Corners& corners, SegmentTrianglePair& best)
 {
   const Vector<double, 3> e1 = corners.points[1] - corners.points[0];
