@@ -118,6 +118,9 @@ TEST(Intersection, TinyTrianglesAreStillHit)
     EXPECT_NEAR(hit.parameter, 1.0, 1e-12);
     EXPECT_NEAR(hit.xi, 0.25, 1e-6);
     EXPECT_FALSE(hitOf(Ray(Vector3(size, size, 1), Vector3(0, 0, -1)), triangle).intersected);
+    // Where all edge values are tiny, none counts as 0: a hair beside the edge is beside it.
+    const Ray beside(Vector3(-1e-9 * size, size / 4, 1), Vector3(0, 0, -1));
+    EXPECT_EQ(hitOf(beside, triangle).intersected, size > 1e-4);
   }
 }
 
