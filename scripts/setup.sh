@@ -10,7 +10,8 @@ packages=(
   clang-format-14
 )
 if [ "${1:-}" = peers ]; then
-  packages+=(libcgal-dev libembree-dev libfcl-dev libgeos-dev libgeos++-dev libnanoflann-dev libopenmesh-dev libboost-serialization-dev)
+  packages+=(libcgal-dev libembree-dev libfcl-dev libgeos-dev libgeos++-dev libnanoflann-dev libopenmesh-dev libboost-serialization-dev
+             libocct-foundation-dev libocct-modeling-data-dev libocct-modeling-algorithms-dev)
 fi
 
 missing=()
