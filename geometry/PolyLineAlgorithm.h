@@ -1,8 +1,21 @@
 #pragma once
 
+#include "geometry/Plane.h"
 #include "geometry/PolyLine.h"
+#include "geometry/PolyLineMeasureInstantiations.h"
+
+#include <cstddef>
+#include <memory>
+#include <type_traits>
+#include <utility>
+#include <vector>
 
 namespace Kavrel {
+
+namespace BoundingVolumeHierarchy {
+template <class PointType>
+class PolyLineSearchTree;
+}
 
 /// Measures, questions and changes of polylines.
 class KVSHAPES_EXPORT PolyLineAlgorithm
@@ -18,6 +31,165 @@ public:
   static typename P::Scalar sqrDist(const PolyLine<P>& polyline, const Point<typename P::Scalar, P::Dim>& point,
                                     double& u, std::size_t& segment);
 
+  /// The segment nearest to \p point, the first of equally near ones, and its \p distance. A segment counts when the
+  /// foot of the point lies on it, to within 1e-6 in its parameter; with \p extended its ends count as well. A segment
+  /// without length never counts. -1 with distance 0 when none counts.
+  template <OneOf<Point<double, 2>, Point<double, 3>, Point3N, ProjectionPoint> P>
+  static int getNearestSegment(const PolyLine<P>& polyline, const std::type_identity_t<P>& point, bool extended,
+                               double& distance);
+  /// The same without the distance, except for a Point3N: that one is projected along its normal, seen along z, if it
+  /// has one longer than 1e-12, and with \p extended or where nothing is hit, the ends of the segments count, too.
+  /// A Point3N closer than √1e-5 to an end of a segment counts with distance 0 in any case.
+  template <OneOf<Point<double, 2>, Point<double, 3>, Point3N, ProjectionPoint> P>
+  static int getNearestSegment(const PolyLine<P>& polyline, const std::type_identity_t<P>& point, bool extended);
+  /// The nearest point of the line, with a normal as Segment::projectPoint() gives it. Without a segment of some length
+  /// the position of \p point, without a normal.
+  template <PolyLinePoint P>
+  static P calculateProjectionPoint(const PolyLine<P>& polyline, const std::type_identity_t<P>& point);
+  /// The point at \p t, from 0 to 1 and beyond, on an existing segment.
+  template <PolyLinePoint P>
+  static P getPointByParameters(const PolyLine<P>& polyline, std::size_t segment, double t);
+  /// The first of the longest segments; -1 if there is none.
+  template <PolyLinePoint P>
+  static int getLongestSegment(const PolyLine<P>& polyline);
+
+  /// The length from vertex \p a forward to vertex \p b, around the end of the line when \p b comes first.
+  template <OneOf<Point<double, 3>, Point3N> P>
+  static double getPartialPolyLineLength(const PolyLine<P>& polyline, std::size_t a, std::size_t b);
+  /// The unit direction of the segment that is nearest to \p point. Within a tenth of it from a corner, the segment
+  /// behind the corner counts with \p forward and the one before it without; where the segment is shorter than the
+  /// usual model-space tolerance, the next one does. The zero vector for an empty line.
+  template <PolyLinePoint P>
+  static Vector<typename P::Scalar, P::Dim>
+  calcTangentAtPoint(const PolyLine<P>& polyline, const Point<typename P::Scalar, P::Dim>& point, bool forward);
+  /// The unit direction of the chord over \p segment and the one before it, for \p u below 0.5, or behind it. At the
+  /// ends of an open line it is that of the end segment. The zero vector for an empty line.
+  template <PolyLinePoint P>
+  static Vector<typename P::Scalar, P::Dim> getSmoothedTangent(const PolyLine<P>& polyline, double u,
+                                                               std::size_t segment);
+  /// The largest turn at a vertex in radians; 0 at the ends of an open line.
+  static double maxAngleOfTangents(const PolyLine<Point<double, 3>>& polyline);
+  /// The vertices, ascending, at which the line turns by more than \p angle (radians), measured between the first
+  /// vertices more than \p distance away on either side. The vertices passed over on the way forward aren't looked at.
+  /// The start of a closed line is reported as the number of its points. Empty below three points.
+  template <PolyLinePoint P>
+  static std::vector<std::size_t> computeCuspIndices(const PolyLine<P>& polyline, double angle, double distance);
+  /// Whether the vertices between two, given in either order, keep strictly closer than \p tolerance to their chord.
+  /// False when one doesn't exist; true for equal and adjacent ones.
+  template <PolyLinePoint P>
+  static bool isStraightLine(const PolyLine<P>& polyline, double tolerance, std::size_t first, std::size_t last);
+
+  /// The largest distance from a vertex of either line to the other line; the largest finite double if a line is empty.
+  /// n log n through two trees.
+  template <PolyLinePoint P>
+  static double hausdorffDistance(const PolyLine<P>& a, const PolyLine<P>& b);
+  /// The same with a tree over \p b at hand.
+  template <PolyLinePoint P>
+  static double hausdorffDistance(const PolyLine<P>& a, const PolyLine<P>& b,
+                                  const BoundingVolumeHierarchy::PolyLineSearchTree<P>& treeOfB);
+  /// The smallest distance from a vertex of \p a to the line \p b; where one is empty the root of the largest finite
+  /// double. n log n through a tree.
+  template <PolyLinePoint P>
+  static double minDistToPolygon(const PolyLine<P>& a, const PolyLine<P>& b);
+  /// The same by sqrDist(), with the vertex of \p a, the first of equally near ones. It stays where a line is empty.
+  template <PolyLinePoint P>
+  static double minDistToPolygon(const PolyLine<P>& a, const PolyLine<P>& b, std::type_identity_t<P>& nearestOfA);
+  /// The same with a tree over the second line at hand.
+  template <PolyLinePoint P>
+  static double minDistToPolygon(const PolyLine<P>& a, const BoundingVolumeHierarchy::PolyLineSearchTree<P>& treeOfB);
+  /// The smallest distance from a vertex of either line to the other line. Segments that cross don't count.
+  template <PolyLinePoint P>
+  static double minDistBetweenPolygons(const PolyLine<P>& a, const PolyLine<P>& b);
+  /// The same by sqrDist(), with the nearest points: a vertex with its attributes on one line and a position on the
+  /// other. Of equal distances those from \p a to \p b come first. The points stay where a line is empty.
+  template <PolyLinePoint P>
+  static double minDistBetweenPolygons(const PolyLine<P>& a, const PolyLine<P>& b, std::type_identity_t<P>& pointOnA,
+                                       std::type_identity_t<P>& pointOnB);
+  /// The smallest Segment::distance() of a segment of \p a to one of \p b, 0 where they cross in space; a line of one
+  /// point counts as that point. The largest finite double if a line is empty.
+  template <OneOf<Point<double, 3>, Point3N, Point3NT> P>
+  static double minDistBetweenPolygonsThroughSegments(const PolyLine<P>& a, const PolyLine<P>& b);
+  /// The largest distance, by sqrDist(), from a vertex of \p a to the line \p b; 0 for an empty \p a.
+  template <PolyLinePoint P>
+  static double maxDistToPolygon(const PolyLine<P>& a, const PolyLine<P>& b);
+  /// The larger maxDistToPolygon() of both directions. Lines with equally many vertices that agree in pairs to within
+  /// 1e-5 give the largest distance of a pair, in one pass.
+  template <PolyLinePoint P>
+  static double maxDistBetweenPolygons(const PolyLine<P>& a, const PolyLine<P>& b);
+  /// The largest distance of a vertex of \p a from one of \p b; -1 if a line is empty.
+  template <PolyLinePoint P>
+  static double maxDistBetweenTwoPolygons(const PolyLine<P>& a, const PolyLine<P>& b);
+  /// For each point of \p a the vector to its foot on the segment of \p b that getNearestSegment() finds without
+  /// extension, or to the end of it when the foot lies outside. Where no segment is found it is the zero vector.
+  template <OneOf<Point<double, 3>, Point3N> P>
+  static std::shared_ptr<std::vector<Vector<double, 3>>> calculateDifference(const PolyLine<P>& a,
+                                                                             const PolyLine<P>& b);
+  /// The largest angle (radians) between the normal of a point of \p a and that of \p b at its nearest point; 0 for an
+  /// empty \p a. The largest finite double if a point has no normal, or one too short to have a direction, or lies
+  /// farther than \p maxDistance from \p b.
+  template <OneOf<Point3N, Point3NT> P>
+  static double maxNormalDeviationBetweenTwoPolygons(const PolyLine<P>& a, const PolyLine<P>& b, double maxDistance);
+  /// The larger maxNormalDeviationBetweenTwoPolygons() of both directions.
+  template <OneOf<Point3N, Point3NT> P>
+  static double maxNormalDeviation(const PolyLine<P>& a, const PolyLine<P>& b, double maxDistance);
+
+  // Lines in two dimensions have z = 0 for the following.
+
+  /// The smallest distance of a vertex from the plane; the largest finite double for an empty line.
+  template <PolyLinePoint P>
+  static double minDistToPlane(const PolyLine<P>& polyline, const Plane<double, 3>& plane);
+  /// The largest distance of a vertex from the plane; 0 for an empty line.
+  template <PolyLinePoint P>
+  static double maxDistToPlane(const PolyLine<P>& polyline, const Plane<double, 3>& plane);
+  /// Whether no vertex is farther than \p tolerance from the plane.
+  template <OneOf<Point<double, 3>, Point3N> P>
+  static bool laysOnPlane(const PolyLine<P>& polyline, const Plane<double, 3>& plane, double tolerance);
+  /// How far the line runs back against the direction, as a length; 0 below two points.
+  static double calcBackdraft(const PolyLine<Point<double, 3>>& polyline, Vector<double, 3> direction);
+  /// The plane through the mean of the vertices with the normal that the triangles between it and the segments have on
+  /// balance, the smaller ones of two opposite turns left out. Triangles with a doubled area below 0.01 don't count;
+  /// without any the normal is zero. An empty line gives the default plane.
+  template <PolyLinePoint P>
+  static Plane<double, 3> computeRegressionPlane(const PolyLine<P>& polyline);
+  /// Whether no vertex is farther than \p tolerance from a plane, and that plane: the regression plane of three and
+  /// more points, some plane through fewer. False with the default plane, for an empty line, too.
+  template <PolyLinePoint P>
+  static std::pair<bool, Plane<double, 3>> checkPlanarity(const PolyLine<P>& polyline, double tolerance);
+  /// The centre of gravity of the line as a wire, with the unit normal of the area it spans there, if there is one. The
+  /// origin without a segment of some length.
+  template <PolyLinePoint P>
+  static Point3N calculateCenterOfPolyLine(const PolyLine<P>& polyline);
+  /// The centre of gravity of the area enclosed in x and y, with the mean of all other coordinates by the same weights.
+  /// Where the sum of the weights is below 1e-12 the weighted sum itself; a default point for an empty line.
+  template <OneOf<Point<double, 2>, Point<double, 3>, Point3N> P>
+  static P calculateCenterOfEnclosedXYArea(const PolyLine<P>& polyline);
+  /// Whether the line runs counter-clockwise in x and y: its shoelace sum isn't negative. Unless the line is closed or
+  /// \p treatAsClosed, the closing segment is missing there, and the sum depends on the origin.
+  template <OneOf<Point<double, 2>, Point<double, 3>, Point3N> P>
+  static bool checkXYOrientation(const PolyLine<P>& polyline, bool treatAsClosed);
+  /// Four times the area in the regression plane by the length of the line seen along its normal; 0 below three points,
+  /// without a regression plane, and for an open line, which has no area.
+  template <OneOf<Point<double, 3>, Point3N> P>
+  static double getHydraulicDiameter(const PolyLine<P>& polyline);
+
+  /// Whether all of \p inner lies within \p outer, which counts as closed. With \p strict vertices on the border are
+  /// inside, and segments may touch it to within the tolerance 0.001; without, neither is.
+  template <OneOf<Point<double, 2>, Point<float, 3>, Point<double, 3>, Point3N, Point3NT> P>
+  static bool isInsideOfPolyLine(const PolyLine<P>& inner, const PolyLine<P>& outer, bool strict);
+  /// The same, seen along \p direction, or along z if that is shorter than the tolerance of \p outer. In space the form
+  /// without a direction looks along the normal of the regression plane of \p inner.
+  template <OneOf<Point<float, 3>, Point<double, 3>, Point3N, Point3NT> P>
+  static bool isInsideOfPolyLine(const PolyLine<P>& inner, const PolyLine<P>& outer,
+                                 const Vector<typename P::Scalar, P::Dim>& direction, bool strict);
+  /// Whether the closed polygon winds around the point; \p onBoundary for a point exactly on it. False if it is open.
+  static bool enclosing(const PolyLine<Point<double, 2>>& polygon, const Point<double, 2>& point, bool onBoundary);
+  /// Whether \p p lies strictly closer than \p tolerance, along y, to the line y = slope·x + intercept. With the slope
+  /// exactly 0 it is whether |x| is at most \p tolerance.
+  static bool valueBetweenLines(double slope, double intercept, double tolerance, const Point<double, 2>& p);
+  /// The same with the slope from \p a to \p b, and y of \p a as the intercept.
+  static bool valueBetweenLines(const Point<double, 2>& a, const Point<double, 2>& b, double tolerance,
+                                const Point<double, 2>& p);
+
   // Editing
 };
 
@@ -28,6 +200,38 @@ public:
       const PolyLine<__VA_ARGS__>&, const Point<__VA_ARGS__::Scalar, __VA_ARGS__::Dim>&, double&, std::size_t&);
 KV_FOR_EACH_POLYLINE_POINT(KV_INSTANTIATE)
 #undef KV_INSTANTIATE
+
+#define KV_EXTERN(...)                                                                                                 \
+  KV_POLYLINE_NEAREST(extern template, __VA_ARGS__)                                                                    \
+  KV_POLYLINE_DISTANCES(extern template, __VA_ARGS__)                                                                  \
+  KV_POLYLINE_TANGENTS(extern template, __VA_ARGS__)                                                                   \
+  KV_POLYLINE_PLANES(extern template, __VA_ARGS__)
+KV_FOR_EACH_POLYLINE_POINT(KV_EXTERN)
+#undef KV_EXTERN
+#define KV_EXTERN(...) KV_POLYLINE_NEAREST_SEGMENT(extern template, __VA_ARGS__)
+KV_FOR_EACH_NEAREST_SEGMENT_POINT(KV_EXTERN)
+#undef KV_EXTERN
+#define KV_EXTERN(...)                                                                                                 \
+  KV_POLYLINE_DIFFERENCE(extern template, __VA_ARGS__)                                                                 \
+  KV_POLYLINE_PARTIAL_LENGTH(extern template, __VA_ARGS__)                                                             \
+  KV_POLYLINE_SPATIAL(extern template, __VA_ARGS__)
+KV_FOR_EACH_SPATIAL_MEASURE_POINT(KV_EXTERN)
+#undef KV_EXTERN
+#define KV_EXTERN(...) KV_POLYLINE_SEGMENT_DISTANCES(extern template, __VA_ARGS__)
+KV_FOR_EACH_SEGMENT_DISTANCE_POINT(KV_EXTERN)
+#undef KV_EXTERN
+#define KV_EXTERN(...) KV_POLYLINE_NORMAL_DEVIATION(extern template, __VA_ARGS__)
+KV_FOR_EACH_NORMAL_DEVIATION_POINT(KV_EXTERN)
+#undef KV_EXTERN
+#define KV_EXTERN(...) KV_POLYLINE_XY(extern template, __VA_ARGS__)
+KV_FOR_EACH_XY_MEASURE_POINT(KV_EXTERN)
+#undef KV_EXTERN
+#define KV_EXTERN(...)                                                                                                 \
+  KV_POLYLINE_INSIDE(extern template, __VA_ARGS__)                                                                     \
+  KV_POLYLINE_INSIDE_ALONG(extern template, __VA_ARGS__)
+KV_FOR_EACH_INSIDE_ALONG_POINT(KV_EXTERN)
+#undef KV_EXTERN
+KV_POLYLINE_INSIDE(extern template, Point<double, 2>)
 
 // Editing
 
