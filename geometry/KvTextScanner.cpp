@@ -82,16 +82,14 @@ TextBuffer readRemainingText(std::istream& stream)
   TextBuffer text;
   if (!stream.good()) return text;
   // One byte more than is there, so that the first read already meets the end.
-  std::size_t capacity = std::max(firstBlock, bytesLeft(*stream.rdbuf()) + 1);
-  text.bytes = std::make_unique_for_overwrite<char[]>(capacity);
+  text.bytes = BoundingVolumeHierarchy::RawArray<char>(std::max(firstBlock, bytesLeft(*stream.rdbuf()) + 1));
   while (true) {
-    stream.read(text.bytes.get() + text.size, static_cast<std::streamsize>(capacity - text.size));
+    stream.read(text.bytes.data() + text.size, static_cast<std::streamsize>(text.bytes.size() - text.size));
     text.size += static_cast<std::size_t>(stream.gcount());
     if (!stream.good()) return text;
-    capacity *= 2;
-    auto larger = std::make_unique_for_overwrite<char[]>(capacity);
-    std::memcpy(larger.get(), text.bytes.get(), text.size);
-    text.bytes = std::move(larger);
+    BoundingVolumeHierarchy::RawArray<char> larger(2 * text.bytes.size());
+    std::memcpy(larger.data(), text.bytes.data(), text.size);
+    text.bytes.swap(larger);
   }
 }
 

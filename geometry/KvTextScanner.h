@@ -1,12 +1,14 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/RawArray.h"
 #include "platform/Export.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <limits>
-#include <memory>
 #include <string_view>
 
 namespace Kavrel {
@@ -113,18 +115,45 @@ private:
     constexpr std::uint64_t largestExact = std::uint64_t(1) << 53;
     const char* const first = at;
     std::uint64_t digits = 0;
-    while (at != end && isDigit(*at))
-      digits = 10 * digits + static_cast<std::uint64_t>(*at++ - '0');
+    at = takeDigits(at, digits);
     std::ptrdiff_t fraction = 0;
     if (at != end && *at == '.') {
       const char* const point = at++;
-      while (at != end && isDigit(*at))
-        digits = 10 * digits + static_cast<std::uint64_t>(*at++ - '0');
+      at = takeDigits(at, digits);
       fraction = at - point - 1;
     }
     if (at - first > mostCharacters || digits > largestExact || (at != end && isExponent(*at))) return nullptr;
     value = static_cast<double>(digits) / exactPowersOfTen[fraction];
     return at;
+  }
+
+  /// Appends the digits at hand to a number; what is behind them. More than 19 digits wrap around.
+  const char* takeDigits(const char* at, std::uint64_t& number) const
+  {
+    std::uint64_t chunk = 0;
+    for (; end - at >= 8 && isDigitChunk(at, chunk); at += 8)
+      number = 100000000 * number + valueOfDigits(chunk);
+    while (at != end && isDigit(*at))
+      number = 10 * number + static_cast<std::uint64_t>(*at++ - '0');
+    return at;
+  }
+
+  /// Whether the next eight bytes are digits; \p chunk holds them, the first one lowest.
+  static bool isDigitChunk(const char* at, std::uint64_t& chunk)
+  {
+    if constexpr (std::endian::native != std::endian::little) return false;
+    std::memcpy(&chunk, at, sizeof(chunk));
+    // Below '0' the subtraction borrows, above '9' the addition reaches the top bit.
+    return (((chunk + 0x4646464646464646) | (chunk - 0x3030303030303030)) & 0x8080808080808080) == 0;
+  }
+
+  /// Eight digits in three multiplications: pairs, then all four pairs. (Lemire, 2018)
+  static std::uint64_t valueOfDigits(std::uint64_t chunk)
+  {
+    chunk -= 0x3030303030303030;
+    chunk = 10 * chunk + (chunk >> 8);
+    constexpr std::uint64_t outerPairs = 0x000000FF000000FF;
+    return ((chunk & outerPairs) * 0x000F424000000064 + ((chunk >> 16) & outerPairs) * 0x0000271000000001) >> 32;
   }
 
   bool readAnyDecimal(const char* first, double& value);
@@ -155,9 +184,9 @@ private:
 /// Text that was read in one piece.
 struct KVSHAPES_EXPORT TextBuffer
 {
-  std::string_view view() const { return {bytes.get(), size}; }
+  std::string_view view() const { return {bytes.data(), size}; }
 
-  std::unique_ptr<char[]> bytes;
+  BoundingVolumeHierarchy::RawArray<char> bytes;
   std::size_t size = 0;
 };
 
