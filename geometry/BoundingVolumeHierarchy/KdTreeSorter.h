@@ -1,6 +1,7 @@
 #pragma once
 
 #include "geometry/BoundingVolumeHierarchy/ElementGeometry.h"
+#include "geometry/BoundingVolumeHierarchy/Lanes.h"
 #include "geometry/BoundingVolumeHierarchy/MedianSelection.h"
 #include "geometry/BoundingVolumeHierarchy/RawArray.h"
 #include "geometry/BoundingVolumeHierarchy/ThreadPool.h"
@@ -9,6 +10,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
+#include <limits>
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
@@ -75,34 +78,60 @@ private:
     }
   }
 
+  /// The least and the greatest coordinates of entries, two a lane pair. Of an odd number of coordinates the last lane
+  /// sees the index behind them and means nothing.
+  struct Extent
+  {
+    static constexpr unsigned pairs = (dim + 1) / 2;
+    static_assert(sizeof(PositionEntry) >= pairs * sizeof(Lanes::Double2));
+
+    Extent() { std::fill_n(min, pairs, Lanes::all(infinity)), std::fill_n(max, pairs, Lanes::all(-infinity)); }
+
+    void add(const PositionEntry& entry)
+    {
+      for (unsigned i = 0; i < pairs; ++i) {
+        Lanes::Double2 coordinates;
+        std::memcpy(&coordinates, reinterpret_cast<const unsigned char*>(&entry) + i * sizeof(coordinates),
+                    sizeof(coordinates));
+        min[i] = Lanes::smaller(coordinates, min[i]);
+        max[i] = Lanes::greater(coordinates, max[i]);
+      }
+    }
+
+    void add(const Extent& other)
+    {
+      for (unsigned i = 0; i < pairs; ++i) {
+        min[i] = Lanes::smaller(other.min[i], min[i]);
+        max[i] = Lanes::greater(other.max[i], max[i]);
+      }
+    }
+
+    double along(unsigned axis) const { return max[axis / 2][axis % 2] - min[axis / 2][axis % 2]; }
+
+    static constexpr double infinity = std::numeric_limits<double>::infinity();
+    Lanes::Double2 min[pairs];
+    Lanes::Double2 max[pairs];
+  };
+
   /// The axis of the greatest extent, the lowest of equal ones.
   unsigned longestAxis(unsigned first, unsigned last) const
   {
-    // Two boxes, of every other entry each: a single one would wait for itself at every step.
-    AxisAlignedBox<double, dim> box, other;
+    // Two extents, of every other entry each: a single one would wait for itself at every step.
+    Extent extent, other;
     for (unsigned i = first; i + 1 < last; i += 2) {
-      grow(box, positionEntries[i].position);
-      grow(other, positionEntries[i + 1].position);
+      extent.add(positionEntries[i]);
+      other.add(positionEntries[i + 1]);
     }
-    grow(box, positionEntries[last - 1].position);
-    box.extend(other);
-    const Vector<double, dim> extent = box.max - box.min;
+    extent.add(positionEntries[last - 1]);
+    extent.add(other);
     unsigned longest = 0;
-    double length = std::max(extent[0], 0.0);
+    double length = std::max(extent.along(0), 0.0);
     for (unsigned axis = 1; axis < dim; ++axis)
-      if (extent[axis] > length) {
+      if (extent.along(axis) > length) {
         longest = axis;
-        length = extent[axis];
+        length = extent.along(axis);
       }
     return longest;
-  }
-
-  static void grow(AxisAlignedBox<double, dim>& box, const Vector<double, dim>& point)
-  {
-    for (unsigned i = 0; i < dim; ++i) {
-      box.min[i] = point[i] < box.min[i] ? point[i] : box.min[i];
-      box.max[i] = point[i] > box.max[i] ? point[i] : box.max[i];
-    }
   }
 
   RawArray<PositionEntry> positionEntries;
