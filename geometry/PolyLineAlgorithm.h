@@ -2,6 +2,7 @@
 
 #include "geometry/Plane.h"
 #include "geometry/PolyLine.h"
+#include "geometry/PolyLineEditInstantiations.h"
 #include "geometry/PolyLineMeasureInstantiations.h"
 
 #include <cstddef>
@@ -191,6 +192,113 @@ public:
                                 const Point<double, 2>& p);
 
   // Editing
+
+  /// The piece of \p polyline between the parameters \p from and \p to, fractions of the whole length that are clamped
+  /// to [0, 1]. On a closed line \p from above \p to gives the piece through the seam, all around where both lie on one
+  /// segment. \p out takes over everything else from \p polyline and is closed exactly where the ends of the piece are
+  /// closer than 1e-3. An end of the piece has the attributes that evaluateParameterPointAndSegment() gives it; one
+  /// within 1e-12 of a vertex doesn't double it. False, with \p out as it was, for an empty line.
+  template <PolyLinePoint P>
+  static bool trim(const PolyLine<P>& polyline, typename P::Scalar from, typename P::Scalar to, PolyLine<P>& out);
+
+  /// The same as a new polyline with the tolerance of \p polyline; null for an empty line.
+  template <PolyLinePoint P>
+  static std::shared_ptr<PolyLine<P>> trim(const PolyLine<P>& polyline, typename P::Scalar from, typename P::Scalar to);
+
+  /// The piece between the points of \p polyline nearest to two positions, running from \p from to \p to. Of the two
+  /// pieces of a closed line it is the one that holds the point nearest to \p reference; otherwise that has no part.
+  /// Null for an empty line.
+  template <PolyLinePoint P>
+  static std::shared_ptr<PolyLine<P>> trim(const PolyLine<P>& polyline, const Point<typename P::Scalar, P::Dim>& from,
+                                           const Point<typename P::Scalar, P::Dim>& to,
+                                           const Point<typename P::Scalar, P::Dim>& reference);
+
+  /// Lets a closed line begin at the vertex \p index. False, with nothing changed, for an open line, for index 0 and
+  /// for one beyond the end.
+  template <PolyLinePoint P>
+  static bool resetFirstPointIndexTo(std::size_t index, PolyLine<P>& polyline);
+
+  /// Drops the points whose position has a component that is NaN or not below the largest float in size. True if there
+  /// were any.
+  template <PolyLinePoint P>
+  static bool removeUndefinedPoints(PolyLine<P>& polyline);
+
+  /// Halves each segment longer than \p maxLength, once: repeated calls bring all below it. The middle point comes from
+  /// linearInterpolation() of the points. True if there was such a segment.
+  template <PolyLinePoint P>
+  static bool subdivide(PolyLine<P>& polyline, typename P::Scalar maxLength);
+
+  /// Splits each segment longer than \p distance into the least number of equal parts that aren't, by
+  /// linearInterpolation() of its ends. A negative distance changes nothing. Raises std::length_error or std::bad_alloc
+  /// for more points than there is room for, with a distance of 0 too, and changes nothing then.
+  template <OneOf<Point<double, 3>, Point3N, Point3NT> P>
+  static void resampleToMinimalDistance(PolyLine<P>& polyline, double distance);
+
+  /// Halves the segments, and the halves again, until none is longer than twice \p distance. A distance below 1e-5
+  /// stands for the length of the line over its number of points. Segments stay that are infinitely long, and those
+  /// whose middle is rounded to one of their ends.
+  template <OneOf<Point<double, 3>, Point3N> P>
+  static void reducePointDistance(PolyLine<P>& polyline, double distance);
+
+  /// Removes the vertices at which the line turns back on itself: those with an angle below \p angle (radians) between
+  /// the ways to their neighbours, those that differ from the vertex before by at most \p tolerance in each coordinate,
+  /// and those that differ from the next one by at most 1e-12. After each removal the vertices before it are looked at
+  /// again. Lines of fewer than three points stay, the ends of an open line too. Linear time.
+  template <PolyLinePoint P>
+  static void removeSpikes(PolyLine<P>& polyline, typename P::Scalar tolerance, typename P::Scalar angle);
+
+  /// PolyLineThinOutAlgorithm::thinout() of the greedy kind. A tolerance that isn't positive stands for that of the
+  /// line. True if a point went.
+  template <PolyLinePoint P>
+  static bool thinout(PolyLine<P>& polyline, typename P::Scalar tolerance);
+
+  /// Makes \p out a copy of \p polyline in which each vertex is shifted across \p axis, to the right of the way seen
+  /// against the axis, by \p constant and its value in \p offsets. Corners are mitred, up to a shift of 100000. The
+  /// shift scales with the length of the axis, except where the line turns right back. True if all corners turn by less
+  /// than a right angle; false for fewer than two points too. Raises ShapecoreException for fewer offsets than points.
+  template <OneOf<Point<double, 3>, Point3N> P>
+  static bool calcOffsetPolyLine(const PolyLine<P>& polyline, const Vector<double, 3>& axis,
+                                 const std::vector<double>& offsets, double constant, PolyLine<P>& out);
+
+  /// The same with one \p offset for all vertices.
+  template <OneOf<Point<double, 3>, Point3N> P>
+  static bool calcOffsetPolyLine(const PolyLine<P>& polyline, const Vector<double, 3>& axis, double offset,
+                                 PolyLine<P>& out);
+
+  /// Appends the polylines of \p list to \p out, end to start. Leading points of a polyline closer to the end of \p out
+  /// than its tolerance are left out, unless the line turns there by more than 60 degrees; so are a first and a last
+  /// polyline of two equal points that only repeat their neighbour's end. The result is closed unless its ends lie more
+  /// than ten tolerances apart, and doesn't repeat its first point. A single polyline keeps its closed flag; an open
+  /// one whose ends are closer than a tenth of the tolerance is closed, without its last point. Null and empty
+  /// polylines have no part; with no other in the list nothing happens.
+  template <PolyLinePoint P>
+  static void mergePolyLines(const std::vector<std::shared_ptr<const PolyLine<P>>>& list, PolyLine<P>& out);
+
+  /// What remains of \p polyline without its overlaps with \p segments: open polylines of tolerance 0.1, in order. Both
+  /// tolerances are squared lengths: a segment overlaps when its start lies closer than the first to the line through a
+  /// parallel piece of \p polyline, and pieces not longer than the second are dropped. New ends have the attributes
+  /// that \p polyline has there. An overlap within a segment leaves two pieces, of which the one at the end comes
+  /// first, each a polyline of its own. A closed line stays closed if nothing is taken from it; otherwise its pieces at
+  /// the seam are joined. Without \p segments, or for fewer than two points, the result is a copy.
+  ///
+  /// Runs on all threads of OpenMP; their number doesn't change the result. One search per segment, then linear in its
+  /// candidates unless an overlap splits it: each piece is tried with all of them.
+  template <PolyLinePoint P>
+  static std::vector<std::shared_ptr<PolyLine<P>>> subtractSegments(const PolyLine<P>& polyline,
+                                                                    const std::vector<Segment<P>>& segments,
+                                                                    double sqrCollinearTol, double sqrLengthTol);
+
+  /// subtractSegments() with all segments of \p other.
+  template <PolyLinePoint P>
+  static std::vector<std::shared_ptr<PolyLine<P>>>
+  subtractPolylineBoundary(const PolyLine<P>& polyline, const PolyLine<P>& other, double sqrCollinearTol,
+                           double sqrLengthTol);
+
+  /// subtractSegments() with the segments of all polylines of \p list, in order; null ones have none.
+  template <PolyLinePoint P>
+  static std::vector<std::shared_ptr<PolyLine<P>>>
+  subtractPolylineBoundaries(const PolyLine<P>& polyline, const std::vector<std::shared_ptr<const PolyLine<P>>>& list,
+                             double sqrCollinearTol, double sqrLengthTol);
 };
 
 // Measuring
@@ -234,5 +342,23 @@ KV_FOR_EACH_INSIDE_ALONG_POINT(KV_EXTERN)
 KV_POLYLINE_INSIDE(extern template, Point<double, 2>)
 
 // Editing
+
+#define KV_INSTANTIATE(...)                                                                                            \
+  KV_POLYLINE_TRIM(extern template, __VA_ARGS__)                                                                       \
+  KV_POLYLINE_REFINEMENT(extern template, __VA_ARGS__)                                                                 \
+  KV_POLYLINE_MERGE(extern template, __VA_ARGS__)                                                                      \
+  KV_POLYLINE_SUBTRACT(extern template, __VA_ARGS__)
+KV_FOR_EACH_POLYLINE_POINT(KV_INSTANTIATE)
+#undef KV_INSTANTIATE
+
+#define KV_INSTANTIATE(...) KV_POLYLINE_RESAMPLING(extern template, __VA_ARGS__)
+KV_FOR_EACH_RESAMPLED_POINT(KV_INSTANTIATE)
+#undef KV_INSTANTIATE
+
+#define KV_INSTANTIATE(...)                                                                                            \
+  KV_POLYLINE_HALVING(extern template, __VA_ARGS__)                                                                    \
+  KV_POLYLINE_OFFSET(extern template, __VA_ARGS__)
+KV_FOR_EACH_SHIFTED_POINT(KV_INSTANTIATE)
+#undef KV_INSTANTIATE
 
 } // namespace Kavrel
