@@ -34,8 +34,7 @@ KVSHAPES_EXPORT int PO_IG_NURBS_CRV_der(const PO_IG_NURBS_CRV* record, PO_VEC* r
 KVSHAPES_EXPORT int PO_IG_NURBS_CRV_makeClamped(PO_IG_NURBS_CRV* record);
 
 /// Whether the record is a curve: 1 when its degree is 1 to 255, arrays and counts match, and, with `values` not 0, all
-/// numbers are finite, knots never descend, no inner knot of the domain occurs more than degree + 1 times and the
-/// domain has a length. Else 0, also for null.
+/// numbers are finite, knots never descend and the domain has a length. Else 0, also for null.
 KVSHAPES_EXPORT int PO_IG_NURBS_CRV_check(const PO_IG_NURBS_CRV* record, int values);
 
 /// Releases the record with its arrays and clears the pointer. Null stays null.
