@@ -161,7 +161,7 @@ public:
   template <PolyLinePoint P>
   static Point3N calculateCenterOfPolyLine(const PolyLine<P>& polyline);
   /// The centre of gravity of the area enclosed in x and y, with the mean of all other coordinates by the same weights.
-  /// Where the sum of the weights is below 1e-12 the weighted sum itself; a default point for an empty line.
+  /// Where three times the sum of weights is below 1e-12, the weighted sum itself; a default point for an empty line.
   template <OneOf<Point<double, 2>, Point<double, 3>, Point3N> P>
   static P calculateCenterOfEnclosedXYArea(const PolyLine<P>& polyline);
   /// Whether the line runs counter-clockwise in x and y: its shoelace sum isn't negative. Unless the line is closed or
@@ -312,6 +312,7 @@ KV_FOR_EACH_POLYLINE_POINT(KV_INSTANTIATE)
 #define KV_EXTERN(...)                                                                                                 \
   KV_POLYLINE_NEAREST(extern template, __VA_ARGS__)                                                                    \
   KV_POLYLINE_DISTANCES(extern template, __VA_ARGS__)                                                                  \
+  KV_POLYLINE_FARTHEST_VERTICES(extern template, __VA_ARGS__)                                                          \
   KV_POLYLINE_TANGENTS(extern template, __VA_ARGS__)                                                                   \
   KV_POLYLINE_PLANES(extern template, __VA_ARGS__)
 KV_FOR_EACH_POLYLINE_POINT(KV_EXTERN)

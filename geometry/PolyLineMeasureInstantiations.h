@@ -27,7 +27,9 @@
   PREFIX double PolyLineAlgorithm::minDistBetweenPolygons(const PolyLine<__VA_ARGS__>&, const PolyLine<__VA_ARGS__>&,  \
                                                           __VA_ARGS__&, __VA_ARGS__&);                                 \
   PREFIX double PolyLineAlgorithm::maxDistToPolygon(const PolyLine<__VA_ARGS__>&, const PolyLine<__VA_ARGS__>&);       \
-  PREFIX double PolyLineAlgorithm::maxDistBetweenPolygons(const PolyLine<__VA_ARGS__>&, const PolyLine<__VA_ARGS__>&); \
+  PREFIX double PolyLineAlgorithm::maxDistBetweenPolygons(const PolyLine<__VA_ARGS__>&, const PolyLine<__VA_ARGS__>&);
+
+#define KV_POLYLINE_FARTHEST_VERTICES(PREFIX, ...)                                                                     \
   PREFIX double PolyLineAlgorithm::maxDistBetweenTwoPolygons(const PolyLine<__VA_ARGS__>&,                             \
                                                              const PolyLine<__VA_ARGS__>&);
 

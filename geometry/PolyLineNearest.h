@@ -1,0 +1,61 @@
+#pragma once
+
+#include "geometry/Point.h"
+
+#include <utility>
+
+/// The arithmetic of the nearest point of a polyline, for all that must answer exactly as PolyLineAlgorithm::sqrDist().
+namespace Kavrel::PolyLineNearest {
+
+inline constexpr double degenerateSqrLength = 1e-12; // strictly below: the segment is its start
+inline constexpr double snapSqrLength = 1e-24;       // strictly below: the foot is the end of the segment
+
+/// A segment as seen from a point.
+template <class T, unsigned dim>
+struct SegmentView
+{
+  /// Whether no point of the segment is nearer than the given distance: it keeps further away than its start is, less
+  /// its length. True only with a wide margin, so that rounding doesn't matter.
+  bool isBeyond(T sqrDistance) const { return sqrToStart > T(4) * (sqrDistance + sqrLength); }
+
+  /// The squared distance of the nearest point and its parameter.
+  std::pair<T, T> nearest() const
+  {
+    const std::pair<T, T> atStart(sqrToStart, T(0));
+    const std::pair<T, T> atEnd(sqrToEnd, T(1));
+    // Comparing before the division decides the ends exactly as the quotient would.
+    const T along = -(start - point).dot(way);
+    if (sqrLength < T(degenerateSqrLength) || along <= T(0)) return atStart;
+    if (along > sqrLength) return atEnd;
+    const T t = along / sqrLength;
+    const T rest = T(1) - t;
+    if (t * t * sqrLength < T(snapSqrLength)) return atStart;
+    if (rest * rest * sqrLength < T(snapSqrLength)) return atEnd;
+    return {point.sqrDistance(Point<T, dim>(start + way * t)), t};
+  }
+
+  const Point<T, dim>& point;
+  const Point<T, dim>& start;
+  Vector<T, dim> way;
+  T sqrLength;
+  T sqrToStart;
+  T sqrToEnd;
+};
+
+template <class T, unsigned dim>
+SegmentView<T, dim> viewOf(const Point<T, dim>& start, const Point<T, dim>& end, const Point<T, dim>& point)
+{
+  const Vector<T, dim> way = end - start;
+  return {point, start, way, way.sqrLength(), point.sqrDistance(start), point.sqrDistance(end)};
+}
+
+/// The squared distance to the line of two points.
+template <class T, unsigned dim>
+T sqrDistToChord(const Point<T, dim>& a, const Point<T, dim>& b, const Point<T, dim>& point)
+{
+  const auto view = viewOf(a, b, point);
+  const T sqrDistance = view.nearest().first;
+  return view.sqrToStart > sqrDistance ? sqrDistance : view.sqrToStart;
+}
+
+} // namespace Kavrel::PolyLineNearest
