@@ -1,11 +1,7 @@
 #pragma once
 
-#include "geometry/mesh/HalfEdge.h"
+#include "geometry/mesh/MeshWalk.h"
 #include "geometry/mesh/Triangle.h"
-
-#include <cstddef>
-#include <iterator>
-#include <type_traits>
 
 namespace Kavrel {
 
@@ -14,15 +10,16 @@ namespace Kavrel {
 /// three different corners in each triangle: others can keep the walk from ending. A centre without neighbours has an
 /// empty ring. T is Triangle or const Triangle. Structural changes of the mesh end the walk.
 template <class T>
-class OuterTriangleTriangleIterator
+class OuterTriangleTriangleIterator : public MeshWalk<OuterTriangleTriangleIterator<T>, T>
 {
+  using Base = MeshWalk<OuterTriangleTriangleIterator<T>, T>;
+  using Edge = typename Base::Edge;
+
 public:
-  using Edge = std::conditional_t<std::is_const_v<T>, const HalfEdge, HalfEdge>;
-  using iterator_category = std::bidirectional_iterator_tag;
-  using value_type = std::remove_const_t<T>;
-  using difference_type = std::ptrdiff_t;
-  using pointer = T*;
-  using reference = T&;
+  using typename Base::pointer;
+  using typename Base::reference;
+  using Base::operator++;
+  using Base::operator--;
 
   OuterTriangleTriangleIterator() = default;
   OuterTriangleTriangleIterator(T& triangle, bool end) : centre(&triangle), atEnd(end)
@@ -75,19 +72,6 @@ public:
       goToPreviousFan();
     }
     return *this;
-  }
-
-  OuterTriangleTriangleIterator operator++(int)
-  {
-    OuterTriangleTriangleIterator before(*this);
-    ++*this;
-    return before;
-  }
-  OuterTriangleTriangleIterator operator--(int)
-  {
-    OuterTriangleTriangleIterator before(*this);
-    --*this;
-    return before;
   }
 
   friend bool operator==(const OuterTriangleTriangleIterator& a, const OuterTriangleTriangleIterator& b)

@@ -1,26 +1,23 @@
 #pragma once
 
-#include "geometry/mesh/HalfEdge.h"
+#include "geometry/mesh/MeshWalk.h"
 #include "geometry/mesh/Triangle.h"
-
-#include <cstddef>
-#include <iterator>
-#include <type_traits>
 
 namespace Kavrel {
 
 /// Walks the up to three triangles across an edge of a triangle, in the order of its half-edges from the first one with
 /// a neighbour. Any neighbour counts, pointing back or not. T is Triangle or const Triangle.
 template <class T>
-class TriangleTriangleIterator
+class TriangleTriangleIterator : public MeshWalk<TriangleTriangleIterator<T>, T>
 {
+  using Base = MeshWalk<TriangleTriangleIterator<T>, T>;
+  using Edge = typename Base::Edge;
+
 public:
-  using Edge = std::conditional_t<std::is_const_v<T>, const HalfEdge, HalfEdge>;
-  using iterator_category = std::bidirectional_iterator_tag;
-  using value_type = std::remove_const_t<T>;
-  using difference_type = std::ptrdiff_t;
-  using pointer = T*;
-  using reference = T&;
+  using typename Base::pointer;
+  using typename Base::reference;
+  using Base::operator++;
+  using Base::operator--;
 
   TriangleTriangleIterator() = default;
   TriangleTriangleIterator(T& triangle, bool end) : first(firstWithNeighbour(triangle.getHalfEdge()))
@@ -50,19 +47,6 @@ public:
       current = current->getPreviousEdge();
     while (!current->getNeighbourEdge());
     return *this;
-  }
-
-  TriangleTriangleIterator operator++(int)
-  {
-    TriangleTriangleIterator before(*this);
-    ++*this;
-    return before;
-  }
-  TriangleTriangleIterator operator--(int)
-  {
-    TriangleTriangleIterator before(*this);
-    --*this;
-    return before;
   }
 
   friend bool operator==(const TriangleTriangleIterator& a, const TriangleTriangleIterator& b) = default;

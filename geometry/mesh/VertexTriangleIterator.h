@@ -1,11 +1,7 @@
 #pragma once
 
-#include "geometry/mesh/HalfEdge.h"
+#include "geometry/mesh/MeshWalk.h"
 #include "geometry/mesh/Vertex.h"
-
-#include <cstddef>
-#include <iterator>
-#include <type_traits>
 
 namespace Kavrel {
 
@@ -13,15 +9,16 @@ namespace Kavrel {
 /// to the other end of the fan: each triangle of the fan comes once. V and T are Vertex and Triangle, both const or
 /// both not. Structural changes of the mesh end the walk.
 template <class V, class T>
-class VertexTriangleIterator
+class VertexTriangleIterator : public MeshWalk<VertexTriangleIterator<V, T>, T>
 {
+  using Base = MeshWalk<VertexTriangleIterator<V, T>, T>;
+  using Edge = typename Base::Edge;
+
 public:
-  using Edge = std::conditional_t<std::is_const_v<V>, const HalfEdge, HalfEdge>;
-  using iterator_category = std::bidirectional_iterator_tag;
-  using value_type = std::remove_const_t<T>;
-  using difference_type = std::ptrdiff_t;
-  using pointer = T*;
-  using reference = T&;
+  using typename Base::pointer;
+  using typename Base::reference;
+  using Base::operator++;
+  using Base::operator--;
 
   VertexTriangleIterator() = default;
   VertexTriangleIterator(V& vertex, bool end)
@@ -55,19 +52,6 @@ public:
         current = current->getNeighbourEdge()->getNextEdge();
     }
     return *this;
-  }
-
-  VertexTriangleIterator operator++(int)
-  {
-    VertexTriangleIterator before(*this);
-    ++*this;
-    return before;
-  }
-  VertexTriangleIterator operator--(int)
-  {
-    VertexTriangleIterator before(*this);
-    --*this;
-    return before;
   }
 
   friend bool operator==(const VertexTriangleIterator& a, const VertexTriangleIterator& b) = default;

@@ -1,11 +1,7 @@
 #pragma once
 
-#include "geometry/mesh/HalfEdge.h"
+#include "geometry/mesh/MeshWalk.h"
 #include "geometry/mesh/Vertex.h"
-
-#include <cstddef>
-#include <iterator>
-#include <type_traits>
 
 namespace Kavrel {
 
@@ -13,15 +9,16 @@ namespace Kavrel {
 /// to the other end of the fan, first to the vertex that no outgoing half-edge reaches, and goes on to its start: each
 /// neighbour comes once. V is Vertex or const Vertex. Structural changes of the mesh end the walk.
 template <class V>
-class VertexVertexIterator
+class VertexVertexIterator : public MeshWalk<VertexVertexIterator<V>, V>
 {
+  using Base = MeshWalk<VertexVertexIterator<V>, V>;
+  using Edge = typename Base::Edge;
+
 public:
-  using Edge = std::conditional_t<std::is_const_v<V>, const HalfEdge, HalfEdge>;
-  using iterator_category = std::bidirectional_iterator_tag;
-  using value_type = std::remove_const_t<V>;
-  using difference_type = std::ptrdiff_t;
-  using pointer = V*;
-  using reference = V&;
+  using typename Base::pointer;
+  using typename Base::reference;
+  using Base::operator++;
+  using Base::operator--;
 
   VertexVertexIterator() = default;
   VertexVertexIterator(V& vertex, bool end)
@@ -62,19 +59,6 @@ public:
       onExtraSpoke = true;
     }
     return *this;
-  }
-
-  VertexVertexIterator operator++(int)
-  {
-    VertexVertexIterator before(*this);
-    ++*this;
-    return before;
-  }
-  VertexVertexIterator operator--(int)
-  {
-    VertexVertexIterator before(*this);
-    --*this;
-    return before;
   }
 
   friend bool operator==(const VertexVertexIterator& a, const VertexVertexIterator& b) = default;
