@@ -152,6 +152,17 @@ private:
   unsigned count = 0;
 };
 
+/// The exact test for the triangles of a leaf that a line may meet.
+template <class Plain>
+void testMetTriangles(LineFilter& filter, Plain& plain, std::uint32_t first, std::uint32_t end)
+{
+  filter.approach(plain.tree.getPackedElements().getLeaf(first), end - first);
+  testPacked(
+      plain.tree, first, end,
+      [&filter](const float* rows, std::uint32_t stride, unsigned) { return filter.mayMeet(rows, stride); },
+      [&plain](std::uint32_t position) { plain.test(position); });
+}
+
 template <HasPackedTriangles Hierarchy, class Query, class Result>
   requires OneOf<Query, Ray, Line>
 struct FirstHitLeaf<Hierarchy, Query, Result>
@@ -160,14 +171,7 @@ struct FirstHitLeaf<Hierarchy, Query, Result>
       : plain{tree, query, result, best}, filter(query.origin, query.direction, tree.getRoot().volume)
   {}
 
-  void operator()(std::uint32_t first, std::uint32_t end)
-  {
-    filter.approach(plain.tree.getPackedElements().getLeaf(first), end - first);
-    testPacked(
-        plain.tree, first, end,
-        [this](const float* rows, std::uint32_t stride, unsigned) { return filter.mayMeet(rows, stride); },
-        [this](std::uint32_t position) { plain.test(position); });
-  }
+  void operator()(std::uint32_t first, std::uint32_t end) { testMetTriangles(filter, plain, first, end); }
 
 private:
   PlainFirstHitLeaf<Hierarchy, Query, Result> plain;
@@ -182,14 +186,7 @@ struct AllHitsLeaf<Result, Hierarchy, Query, Sink>
       : plain{tree, query, sink}, filter(query.origin, query.direction, tree.getRoot().volume)
   {}
 
-  void operator()(std::uint32_t first, std::uint32_t end)
-  {
-    filter.approach(plain.tree.getPackedElements().getLeaf(first), end - first);
-    testPacked(
-        plain.tree, first, end,
-        [this](const float* rows, std::uint32_t stride, unsigned) { return filter.mayMeet(rows, stride); },
-        [this](std::uint32_t position) { plain.test(position); });
-  }
+  void operator()(std::uint32_t first, std::uint32_t end) { testMetTriangles(filter, plain, first, end); }
 
 private:
   PlainAllHitsLeaf<Result, Hierarchy, Query, Sink> plain;
