@@ -1,0 +1,302 @@
+#pragma once
+
+#include "geometry/CoordinateSystem.h"
+#include "geometry/Plane.h"
+#include "geometry/PolyLine.h"
+#include "geometry/ShapecoreException.h"
+#include "platform/kvmath/MatrixFunctions.h"
+#include "support/ArchiveWriter.h"
+#include "support/Matchers.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <string>
+#include <typeinfo>
+
+namespace Kavrel::Testing {
+
+/// What the derivation of a kind of curve tells.
+enum class Derivation
+{
+  Velocity,  // the derivative by the parameter
+  Direction, // its direction alone
+  Refused
+};
+
+/// A kind of curve for the checks below: coordinates of up to about 10, curved no more than a circle of radius 0.5.
+/// Flags tell where a kind deviates from what curves have in common.
+template <class T, unsigned dim>
+struct CurveKind
+{
+  std::string name;
+  std::function<std::shared_ptr<Curve<T, dim>>()> make;
+  Derivation derivation = Derivation::Velocity;
+  bool mirrorTurnsAround = false; // the mirror image runs the other way
+  bool measuresLength = true;     // else the length is an estimate
+  bool hasBox = true;             // else the box is refused
+  bool domainMovesEnds = true;    // else ends, and with them lengths, take no notice of the domain
+};
+
+template <class T, unsigned dim>
+class CurveSuite
+{
+public:
+  using Kind = CurveKind<T, dim>;
+  using CurveType = Curve<T, dim>;
+  using P = Point<T, dim>;
+  using V = Vector<T, dim>;
+
+  static constexpr bool isFloat = std::is_same_v<T, float>;
+  static constexpr double eps = isFloat ? 1e-4 : 1e-11;
+
+  static void checkDerivation(const Kind& kind)
+  {
+    const auto curve = kind.make();
+    const double step = (isFloat ? 1e-2 : 1e-5) * width(*curve);
+    for (const double f : innerFractions) {
+      SCOPED_TRACE(f);
+      const double t = parameter(*curve, f);
+      if (kind.derivation == Derivation::Refused) {
+        EXPECT_THROW(curve->evaluateDerivation(t), ShapecoreException);
+        continue;
+      }
+      V expected = (curve->evaluate(t + step) - curve->evaluate(t - step)) / static_cast<T>(2.0 * step);
+      V actual = curve->evaluateDerivation(t);
+      if (kind.derivation == Derivation::Direction) {
+        ASSERT_TRUE(expected.normalize() && actual.normalize());
+      }
+      EXPECT_THAT(actual, IsNear(expected, (isFloat ? 2e-2 : 1e-6) * width(*curve)));
+    }
+    if (kind.derivation == Derivation::Refused) return;
+    const auto& domain = curve->getDomain();
+    EXPECT_LT(curve->getStartTangent().angle(curve->evaluateDerivation(domain.lower)), 0.05);
+    EXPECT_LT(curve->getEndTangent().angle(curve->evaluateDerivation(domain.upper)), 0.05);
+  }
+
+  static void checkDiscretisation(const Kind& kind)
+  {
+    const auto curve = kind.make();
+    const auto dense = sampled(*curve);
+    for (const double tolerance : {0.5, 0.05, 0.005}) {
+      SCOPED_TRACE(tolerance);
+      curve->setTolerance(static_cast<T>(tolerance));
+      PolyLine<P> polyline;
+      polyline.addPoint(P());
+      curve->calcPolyLine(polyline);
+      EXPECT_EQ(polyline.isClosed(), curve->isClosed());
+      EXPECT_THAT(polyline.front(), IsNear(curve->getStart(), eps));
+      if (!curve->isClosed()) {
+        EXPECT_THAT(polyline.back(), IsNear(curve->getEnd(), eps));
+      }
+      double worst = 0.0, offCurve = 0.0;
+      for (const P& p : dense)
+        worst = std::max(worst, static_cast<double>(polyline.dist(p)));
+      for (const P& p : polyline)
+        offCurve = std::max(offCurve, static_cast<double>(dense.dist(p)));
+      EXPECT_LE(worst, tolerance + eps);
+      EXPECT_LE(offCurve, 0.01) << "vertices lie on the curve";
+      checkBox(kind, *curve, dense, tolerance);
+    }
+    if (kind.measuresLength) {
+      EXPECT_NEAR(curve->getLength(), dense.getLength(), 2e-3 * static_cast<double>(dense.getLength()));
+    }
+  }
+
+  static void checkReverse(const Kind& kind)
+  {
+    const auto curve = kind.make();
+    const auto turned = kind.make();
+    const Identifier id = turned->getId();
+    turned->reverse();
+    expectShape(kind, *turned, *curve, true, [](const V& v) { return v; });
+    expectSameState(*turned, *curve);
+    EXPECT_TRUE(turned->getId() == id);
+    if (!curve->isClosed()) {
+      EXPECT_THAT(turned->getStart(), IsNear(curve->getEnd(), eps));
+      EXPECT_THAT(turned->getEnd(), IsNear(curve->getStart(), eps));
+    }
+    turned->reverse();
+    expectShape(kind, *turned, *curve, false, [](const V& v) { return v; });
+    EXPECT_NEAR(turned->getDomain().lower, curve->getDomain().lower, 1e-12);
+  }
+
+  static void checkMirror(const Kind& kind)
+  {
+    V normal;
+    for (unsigned i = 0; i < dim; ++i)
+      normal[i] = T(i) + T(0.5);
+    normal.normalize();
+    const Plane<T, dim> plane(normal, T(1.25));
+    const auto curve = kind.make();
+    const auto image = curve->mirror(plane);
+    ASSERT_TRUE(image);
+    CoordinateSystem<T, dim> reflection;
+    reflection.setUpMirror(plane);
+    expectShape(kind, *image, *curve, kind.mirrorTurnsAround, place(reflection));
+    expectSameState(*image, *curve);
+    EXPECT_FALSE(image->getId() == curve->getId());
+    expectShape(kind, *curve, *kind.make(), false, [](const V& v) { return v; });
+  }
+
+  static void checkTransform(const Kind& kind)
+  {
+    const auto curve = kind.make();
+    const auto moved = kind.make();
+    const Identifier id = moved->getId();
+    moved->transform(placement());
+    expectShape(kind, *moved, *curve, false, place(placement()));
+    expectSameState(*moved, *curve);
+    EXPECT_TRUE(moved->getId() == id);
+  }
+
+  static void checkCopy(const Kind& kind)
+  {
+    const auto curve = kind.make();
+    curve->setTolerance(T(0.25));
+    const auto twin = curve->create();
+    const Identifier id = twin->getId();
+    twin->copy(*curve);
+    expectShape(kind, *twin, *curve, false, [](const V& v) { return v; });
+    expectSameState(*twin, *curve);
+    EXPECT_TRUE(twin->getId() == id);
+    EXPECT_FALSE(twin->getId() == curve->getId());
+    twin->transform(placement());
+    expectShape(kind, *curve, *kind.make(), false, [](const V& v) { return v; });
+  }
+
+  static void checkCopyOfAnotherKind(const Kind& kind, const Kind& other)
+  {
+    const auto curve = kind.make(), stranger = other.make();
+    const CurveType &a = *curve, &b = *stranger;
+    if (typeid(a) == typeid(b)) return;
+    EXPECT_THROW(curve->copy(b), std::bad_cast);
+    expectShape(kind, a, *kind.make(), false, [](const V& v) { return v; });
+  }
+
+  static void checkArchive(const Kind& kind)
+  {
+    const std::shared_ptr<CurveType> curve = kind.make();
+    curve->setTolerance(T(0.25));
+    ArchiveWriter writer;
+    Persistence::savePointer(writer.archive(), curve);
+    Persistence::savePointer(writer.archive(), curve);
+    const auto bytes = writer.bytes();
+    PersistenceArchiver archive;
+    archive.openForReading(bytes);
+    std::shared_ptr<CurveType> first, second;
+    Persistence::loadPointer(archive, first);
+    Persistence::loadPointer(archive, second);
+    ASSERT_TRUE(first);
+    EXPECT_EQ(first, second);
+    expectSameState(*first, *curve);
+    EXPECT_TRUE(first->getId() == curve->getId());
+    EXPECT_EQ(first->getDomain(), curve->getDomain());
+    for (const double f : innerFractions)
+      EXPECT_EQ(pointAt(*first, f), pointAt(*curve, f));
+  }
+
+  static void checkDomain(const Kind& kind)
+  {
+    const auto curve = kind.make();
+    const Interval domain = curve->getDomain();
+    EXPECT_LT(domain.lower, domain.upper);
+    EXPECT_THAT(curve->getMid(), IsNear(pointAt(*curve, 0.5), eps));
+    const double cut = parameter(*curve, 0.375);
+    const auto head = kind.make(), tail = kind.make();
+    head->setDomainEnd(cut);
+    tail->setDomainStart(cut);
+    EXPECT_EQ(head->getDomain(), Interval(domain.lower, cut, false, false));
+    EXPECT_EQ(tail->getDomain(), Interval(cut, domain.upper, false, false));
+    if (kind.domainMovesEnds) {
+      EXPECT_THAT(head->getStart(), IsNear(pointAt(*curve, 0.0), eps));
+      EXPECT_THAT(head->getEnd(), IsNear(curve->evaluate(cut), eps));
+      EXPECT_THAT(tail->getStart(), IsNear(curve->evaluate(cut), eps));
+      const double whole = curve->getLength();
+      EXPECT_NEAR(head->getLength() + tail->getLength(), whole, 0.02 * whole);
+    } else {
+      EXPECT_EQ(head->getEnd(), curve->getEnd());
+      EXPECT_EQ(tail->getStart(), curve->getStart());
+    }
+    head->setDomainStart(domain.upper + 1.0);
+    EXPECT_EQ(head->getDomain(), Interval(cut, domain.upper + 1.0, false, false));
+  }
+
+  /// A turn and a shift in general position.
+  static CoordinateSystem<T, dim> placement()
+  {
+    P origin;
+    for (unsigned i = 0; i < dim; ++i)
+      origin[i] = T(i) * T(2) - T(1);
+    if constexpr (dim == 2)
+      return {OrthMatrix<T, 2>(MatrixFunctions::makeRotationMatrix(T(0.7))), origin};
+    else
+      return {OrthMatrix<T, 3>(MatrixFunctions::makeRotationMatrix(T(0.7), V(1, 2, 3)).second), origin};
+  }
+
+private:
+  static constexpr double innerFractions[] = {0.03, 0.11, 0.23, 0.31, 0.47, 0.62, 0.67, 0.79, 0.91, 0.98};
+
+  static double width(const CurveType& curve) { return curve.getDomain().length(); }
+  static double parameter(const CurveType& curve, double f) { return curve.getDomain().lower + f * width(curve); }
+  static P pointAt(const CurveType& curve, double f) { return curve.evaluate(parameter(curve, f)); }
+
+  static auto place(const CoordinateSystem<T, dim>& system)
+  {
+    return [system]<class X>(X x) {
+      if constexpr (std::is_same_v<X, P>)
+        x.transform(system);
+      else
+        system.transformVector(x);
+      return x;
+    };
+  }
+
+  static PolyLine<P> sampled(const CurveType& curve)
+  {
+    PolyLine<P> polyline;
+    for (int i = 0; i <= 1500; ++i)
+      polyline.addPoint(pointAt(curve, i / 1500.0));
+    return polyline;
+  }
+
+  static void checkBox(const Kind& kind, const CurveType& curve, const PolyLine<P>& samples, double tolerance)
+  {
+    if (!kind.hasBox) {
+      EXPECT_THROW(curve.calculateBoundingBox(), ShapecoreException);
+      return;
+    }
+    double worst = 0.0;
+    const auto box = curve.calculateBoundingBox();
+    for (const P& p : samples)
+      worst = std::max(worst, static_cast<double>(box.distance(p)));
+    EXPECT_LE(worst, tolerance + eps);
+  }
+
+  static void expectSameState(const CurveType& actual, const CurveType& expected)
+  {
+    EXPECT_TRUE(typeid(actual) == typeid(expected));
+    EXPECT_EQ(actual.getTolerance(), expected.getTolerance());
+    EXPECT_EQ(actual.isClosed(), expected.isClosed());
+    EXPECT_NEAR(width(actual), width(expected), 1e-12);
+    const double length = expected.getLength();
+    EXPECT_NEAR(actual.getLength(), length, eps * length);
+  }
+
+  /// Each point and derivation of \p actual is what \p map makes of that of \p original at the same fraction of the
+  /// domain, or, run backwards, at the opposite one.
+  template <class Map>
+  static void expectShape(const Kind& kind, const CurveType& actual, const CurveType& original, bool backwards, Map map)
+  {
+    for (const double f : innerFractions) {
+      SCOPED_TRACE(f);
+      const double g = backwards ? 1.0 - f : f;
+      EXPECT_THAT(pointAt(actual, f), IsNear(map(pointAt(original, g)), eps));
+      if (kind.derivation == Derivation::Refused) continue;
+      const V expected = map(original.evaluateDerivation(parameter(original, g)));
+      EXPECT_THAT(actual.evaluateDerivation(parameter(actual, f)), IsNear(backwards ? -expected : expected, 10 * eps));
+    }
+  }
+};
+
+} // namespace Kavrel::Testing
