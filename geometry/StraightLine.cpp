@@ -1,7 +1,9 @@
 #include "geometry/StraightLine.h"
 
 #include "geometry/CoordinateSystem.h"
+#include "geometry/NurbsCurve.h"
 #include "geometry/Plane.h"
+#include "geometry/ShapecoreException.h"
 #include "platform/kvarchive/Persistence.h"
 
 #include <cmath>
@@ -36,6 +38,16 @@ template <class T, unsigned dim>
 StraightLine<T, dim>::StraightLine(const Point<T, dim>& a, const Vector<T, dim>& d, T chordTolerance)
     : Curve<T, dim>(chordTolerance), start(a), end(a + d), direction(d)
 {}
+
+template <class T, unsigned dim>
+StraightLine<T, dim>::StraightLine(const NurbsCurve<T, dim>& curve) : Curve<T, dim>(curve.getTolerance())
+{
+  const std::size_t points = curve.numberOfControlPoints();
+  const std::size_t knots = curve.numberOfKnots();
+  if (points == 0 || knots < 2) throw ShapecoreException("StraightLine: The NURBS curve has no ends.");
+  setStartAndEnd(curve.getControlPoint(0), curve.getControlPoint(points - 1));
+  this->setDomain(Interval(curve.getKnot(1), curve.getKnot(knots - 2), false, false).sort());
+}
 
 template <class T, unsigned dim>
 StraightLine<T, dim>::StraightLine(const StraightLine& other) : Curve<T, dim>(other.tolerance)

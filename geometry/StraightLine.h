@@ -4,6 +4,9 @@
 
 namespace Kavrel {
 
+template <class T, unsigned dim>
+class NurbsCurve;
+
 /// The straight way from a start to an end, with a direction that is end minus start, not normalised.
 ///
 /// The direction follows the ends unless these coincide to within 1e-12. Moving the ends together therefore leaves the
@@ -17,6 +20,10 @@ public:
   StraightLine(const Point<T, dim>& a, const Point<T, dim>& b, T chordTolerance);
   /// From \p a to a + d.
   StraightLine(const Point<T, dim>& a, const Vector<T, dim>& d, T chordTolerance);
+  /// From the first to the last control point of a curve that is straight, over the domain between the second knot from
+  /// either end, with the tolerance of the curve. Raises ShapecoreException for a curve without control points or with
+  /// fewer than two knots.
+  explicit StraightLine(const NurbsCurve<T, dim>& curve);
   /// Copies domain, tolerance, ends and direction; the identifier is a fresh one.
   StraightLine(const StraightLine& other);
   /// Copies domain, tolerance, ends and direction; the identifier stays.
