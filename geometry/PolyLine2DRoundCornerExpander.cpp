@@ -129,7 +129,7 @@ private:
   {
     for (std::size_t i = 0; i < polygon.numberOfSegments(); ++i) {
       const double atStart = std::min(records[i].cut, records[before(i)].length);
-      const double atEnd = std::min(records[after(i)].cut, records[i].length);
+      const double atEnd = std::min(records[after(i)].cut, records[after(i)].length);
       records[i].tooShort = records[i].length < atStart + atEnd;
     }
   }

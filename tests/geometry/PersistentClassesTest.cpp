@@ -1,7 +1,11 @@
 #include "geometry/BoundingBox.h"
+#include "geometry/Circle.h"
 #include "geometry/ConstraintPoint.h"
 #include "geometry/CoordinateSystem.h"
+#include "geometry/Ellipse.h"
 #include "geometry/GeometricTolerances.h"
+#include "geometry/Hyperbola.h"
+#include "geometry/Parabola.h"
 #include "geometry/Plane.h"
 #include "geometry/PolyLine.h"
 #include "geometry/PolyLine2_Deprecated.h"
@@ -56,9 +60,14 @@ void expectSpaces(const std::string& key, unsigned floatVersion, unsigned double
 TEST(PersistentClasses, KeysAndVersionsStayWhatArchivesHold)
 {
   expectSpaces<BoundingBox>("BoundingBox", 500001, 300001, false);
+  expectSpaces<Circle>("BoostExportCircle", 500001, 53013, true);
+  expectSpaces<ConicArc>("BoostExportConicArc", 500001, 1, true);
   expectSpaces<CoordinateSystem>("BoostExportCoordinateSystem", 500002, 500002, false);
   expectSpaces<Curve>("BoostExportCurve", 500001, 53013, true);
+  expectSpaces<Ellipse>("BoostExportEllipse", 500001, 53013, true);
+  expectSpaces<Hyperbola>("BoostExportHyperbola", 500001, 53013, true);
   expectSpaces<OrthMatrix>("OrthMatrix", 1, 1, false);
+  expectSpaces<Parabola>("BoostExportParabola", 500001, 53013, true);
   expectSpaces<Plane>("Plane", 500001, 53013, false);
   expectSpaces<Point>("Point", 500001, 53013, false);
   expectSpaces<StraightLine>("BoostExportStraightLine", 500001, 53013, true);
@@ -111,6 +120,10 @@ TEST(PersistentClasses, DerivedClassesAreReachedFromTheirBases)
   expectPair<Curve<float, 3>, StraightLine<float, 3>>();
   expectPair<Curve<double, 2>, StraightLine<double, 2>>();
   expectPair<Curve<double, 3>, StraightLine<double, 3>>();
+  expectPair<ConicArc<float, 2>, Circle<float, 2>>();
+  expectPair<ConicArc<double, 3>, Ellipse<double, 3>>();
+  expectPair<Curve<double, 2>, Hyperbola<double, 2>>();
+  expectPair<Curve<float, 3>, Parabola<float, 3>>();
 #define KV_EXPECT_PAIR(...) expectPolyLinePair<__VA_ARGS__>();
   KV_FOR_EACH_POLYLINE_POINT(KV_EXPECT_PAIR)
 #undef KV_EXPECT_PAIR

@@ -1,0 +1,161 @@
+#include "geometry/Circle.h"
+
+#include "geometry/PolyLine.h"
+#include "geometry/ShapecoreException.h"
+#include "platform/kvmath/MathException.h"
+#include "support/Matchers.h"
+#include "support/RandomGeometry.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+#include <numbers>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+
+namespace {
+
+using Circle2 = Circle<double, 2>;
+using Circle3 = Circle<double, 3>;
+using Point2 = Point<double, 2>;
+using Point3 = Point<double, 3>;
+using Vector2 = Vector<double, 2>;
+using Vector3 = Vector<double, 3>;
+constexpr double pi = std::numbers::pi;
+
+TEST(Circle, DiscretisationCountsPoints)
+{
+  const struct
+  {
+    double radius, tolerance, width;
+    std::size_t points;
+  } rows[] = {{1.0, 0.1, 2 * pi, 13},  {1.0, 0.1, pi / 2, 5},  {1.0, 0.0, 2 * pi, 2}, {1.0, -1.0, 2 * pi, 2},
+              {1.0, 4.0, 2 * pi, 2},   {1.0, 3.9, 2 * pi, 13}, {0.0, 0.1, 2 * pi, 2}, {-1.0, 0.1, 2 * pi, 2},
+              {1e3, 0.1, 2 * pi, 317}, {1.0, 0.1, 0.0, 2},     {1.0, 0.1, -1.0, 4}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::PrintToString(row.radius) + " " + testing::PrintToString(row.tolerance));
+    Circle2 circle(row.radius, {}, row.tolerance);
+    circle.setDomain(Interval(0.0, row.width, false, false));
+    PolyLine<Point2> polyline;
+    circle.calcPolyLine(polyline);
+    EXPECT_EQ(polyline.numberOfPoints(), row.points);
+    if (row.points > 2) {
+      EXPECT_LE(row.radius - (polyline[0] + polyline[1]).length() / 2, row.tolerance / 2);
+    }
+  }
+  PolyLine<Point2> polyline;
+  EXPECT_THROW(Circle2(1.0, {}, 1e-30).calcPolyLine(polyline), ShapecoreException);
+}
+
+TEST(Circle, ArcBetweenPointsTakesItsSide)
+{
+  const Vector3 up(0.0, 0.0, 5.0);
+  const struct
+  {
+    const char* name;
+    Vector3 normal, end, middle;
+    double angle;
+  } rows[] = {{"clockwise, short", up, {0, -3, 0}, {std::sqrt(2), -std::sqrt(2), 0}, pi / 2},
+              {"clockwise, long", up, {0, 3, 0}, {-std::sqrt(2), -std::sqrt(2), 0}, 3 * pi / 2},
+              {"from below", -up, {0, 3, 0}, {std::sqrt(2), std::sqrt(2), 0}, pi / 2},
+              {"opposite", up, {-1, 0, 0}, {0, -2, 0}, pi},
+              {"start is end", up, {1, 0, 0}, {2, 0, 0}, 0.0}};
+  const Point3 center(7, 8, 9);
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    const Circle3 arc(center, 2.0, row.normal, center + Vector3(1, 0, 0), center + row.end, 0.1);
+    EXPECT_NEAR(arc.getDomain().upper, row.angle, 1e-15);
+    EXPECT_FALSE(arc.isClosed());
+    EXPECT_THAT(arc.getMid(), IsNear(center + row.middle, 1e-14));
+    EXPECT_NEAR(arc.getLength(), 2.0 * row.angle, 1e-14);
+  }
+  for (const double y : {3.0, -3.0}) {
+    const Circle2 arc(Point2(1, 1), 1.0, Vector2(), Point2(2, 1), Point2(1, 1 + y), 0.1);
+    EXPECT_THAT(arc.getMid(), IsNear(Point2(1 + std::sqrt(0.5), 1 + std::copysign(std::sqrt(0.5), y)), 1e-15));
+  }
+}
+
+TEST(Circle, ArcByAngleKnowsWhetherItIsClosed)
+{
+  const struct
+  {
+    double angle;
+    bool closed;
+  } rows[] = {{6.283185307179586, true}, {6.283185307179585, false}, {7.0, true}, {0.0, false}, {-1.0, false}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.angle);
+    const Circle3 arc(Point3(), 2.0, Vector3(0, 0, 1), Point3(0, 1, 0), row.angle, 0.1);
+    EXPECT_EQ(arc.isClosed(), row.closed);
+    EXPECT_THAT(arc.getEnd(), IsNear(Point3(2 * std::sin(row.angle), 2 * std::cos(row.angle), 0), 1e-14));
+    EXPECT_THAT(arc.getStartTangent(), IsNear(Vector3(row.angle < 0 ? -2 : 2, 0, 0), 1e-14));
+    const Circle2 flat(Point2(), 2.0, Vector2(), Point2(0, 1), row.angle, 0.1);
+    EXPECT_THAT(flat.getEnd(), IsNear(Point2(-2 * std::sin(row.angle), 2 * std::cos(row.angle)), 1e-14));
+  }
+}
+
+TEST(Circle, BadArcsAreRefused)
+{
+  const Point2 o2, p2(1, 0);
+  const Point3 o3, p3(1, 0, 0);
+  const Vector3 up(0, 0, 1);
+  const struct
+  {
+    const char* message;
+    std::function<void()> make;
+  } rows[] = {{"startPoint on center", [&] { Circle2(o2, 1.0, Vector2(), o2, p2, 0.1); }},
+              {"endPoint on center", [&] { Circle2(o2, 1.0, Vector2(), p2, o2, 0.1); }},
+              {"startPoint on center", [&] { Circle2(o2, 1.0, Vector2(), o2, 1.0, 0.1); }},
+              {"startPoint on center", [&] { Circle3(o3, 1.0, up, o3, p3, 0.1); }},
+              {"no normal", [&] { Circle3(o3, 1.0, Vector3(), p3, p3, 0.1); }},
+              {"no normal", [&] { Circle3(o3, 1.0, up * 1e-13, p3, 1.0, 0.1); }},
+              {"OrthMatrix::setRotationMatrix: Couldn't normalize axis", [] { Circle3(0.0, {}, 0.1).reverse(); }}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.message);
+    EXPECT_THAT(row.make, testing::ThrowsMessage<KvException>(row.message));
+  }
+  EXPECT_THROW(rows[6].make(), MathException);
+}
+
+TEST(Circle, RotationMovesTheStartOfTheParameter)
+{
+  RandomGeometry random(71);
+  for (int round = 0; round < 20; ++round) {
+    const Point3 center(random.inCube<3>(5.0));
+    const Circle3 circle(center, 2.0, random.direction<3>(), center + random.direction<3>(), 1.0, 0.1);
+    const Circle2 flat(Point2(1, 2), 3.0, Vector2(), Point2(random.inCube<2>(9.0)), 1.0, 0.1);
+    const double angle = random.uniform(-7.0, 7.0), t = random.uniform(-7.0, 7.0);
+    Circle3 rotated(circle);
+    rotated.rotate(angle);
+    EXPECT_THAT(rotated.evaluate(t), IsNear(circle.evaluate(t + angle), 1e-13));
+    Circle2 rotatedFlat(flat);
+    rotatedFlat.rotate(angle);
+    EXPECT_THAT(rotatedFlat.evaluate(t), IsNear(flat.evaluate(t + angle), 1e-13));
+  }
+}
+
+TEST(Circle, ParameterInTheXZPlane)
+{
+  const Point3 center(4, 5, 6);
+  const struct
+  {
+    Vector3 p;
+    double t;
+  } rows[] = {{{2, 0, 0}, 2 * pi},   {{2, 9, 1e-9}, 0.0}, {{3, 0, -1}, 2 * pi},
+              {{-2, 0, 0}, pi},      {{-5, 0, 1}, pi},    {{0, 0, 2}, pi / 2},
+              {{0, 0, 0}, 1.5 * pi}, {{1, 0, 7}, pi / 3}, {{1, 0, -7}, 5 * pi / 3}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.t);
+    EXPECT_NEAR(Circle3(center, 2.0, Vector3(0, 1, 0), center + Vector3(1, 0, 0), 1.0, 0.1)
+                    .calculateParameterFromXZ(center + row.p),
+                row.t, 1e-14);
+  }
+}
+
+TEST(Circle, BoxIsThatOfTheTurnedSquare)
+{
+  const Circle2 arc(Point2(1, 1), 2.0, Vector2(), Point2(2, 2), 0.1, 0.1);
+  EXPECT_THAT(arc.calculateBoundingBox().getMax(), IsNear(Point2(1 + std::sqrt(8), 1 + std::sqrt(8)), 1e-14));
+  EXPECT_THAT(arc.calculateBoundingBox().getMin(), IsNear(Point2(1 - std::sqrt(8), 1 - std::sqrt(8)), 1e-14));
+}
+
+} // namespace
