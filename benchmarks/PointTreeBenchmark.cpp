@@ -1,6 +1,7 @@
 /// How fast are points found, beside nanoflann and CGAL's k-d tree? A million points in a cube (0) and on a sphere (1);
 /// queries near them. Times are per query, and per build.
 
+#include "Walks.h"
 #include "geometry/BoundingVolumeHierarchy/PointSearchTreeT.h"
 
 #include <benchmark/benchmark.h>
@@ -18,6 +19,7 @@
 #endif
 
 using namespace Kavrel;
+using namespace Kavrel::Benchmarks;
 using Tree = BoundingVolumeHierarchy::PointSearchTreeT<3>;
 using Position = Vector<double, 3>;
 
@@ -62,18 +64,6 @@ const std::vector<Position>& queries(std::int64_t shape)
   return lists[shape];
 }
 
-/// Runs `query` on one query point after the other, one per iteration.
-template <class Query>
-void runQueries(benchmark::State& state, const Query& query)
-{
-  const auto& list = queries(state.range(0));
-  std::size_t i = 0;
-  for (auto _ : state) {
-    benchmark::DoNotOptimize(query(list[i]));
-    if (++i == list.size()) i = 0;
-  }
-}
-
 const Tree& tree(std::int64_t shape)
 {
   static const Tree trees[] = {Tree(points(cube)), Tree(points(sphere))};
@@ -90,7 +80,7 @@ void build(benchmark::State& state)
 void nearest(benchmark::State& state)
 {
   const Tree& t = tree(state.range(0));
-  runQueries(state, [&t](const Position& query) {
+  runQueries(state, queries(state.range(0)), [&t](const Position& query) {
     std::uint64_t id = 0;
     t.selectClosest(query, id);
     return id;
@@ -102,7 +92,7 @@ void eightNearest(benchmark::State& state)
   const Tree& t = tree(state.range(0));
   std::vector<int> ids;
   std::vector<double> squareDistances;
-  runQueries(state, [&](const Position& query) {
+  runQueries(state, queries(state.range(0)), [&](const Position& query) {
     t.nearestPointIndices(query, neighbours, ids, squareDistances, true);
     return ids[0];
   });
@@ -112,7 +102,7 @@ void withinRadius(benchmark::State& state)
 {
   const Tree& t = tree(state.range(0));
   std::vector<int> ids;
-  runQueries(state, [&](const Position& query) {
+  runQueries(state, queries(state.range(0)), [&](const Position& query) {
     t.sphereSelectAll(query, radius, ids);
     return ids.size();
   });
@@ -165,7 +155,7 @@ void flannBuild(benchmark::State& state)
 void flannNearest(benchmark::State& state)
 {
   const FlannTree& t = flannTree(state.range(0));
-  runQueries(state, [&t](const Position& query) {
+  runQueries(state, queries(state.range(0)), [&t](const Position& query) {
     std::uint32_t id = 0;
     double squareDistance = 0;
     t.knnSearch(query.data(), 1, &id, &squareDistance);
@@ -176,7 +166,7 @@ void flannNearest(benchmark::State& state)
 void flannEightNearest(benchmark::State& state)
 {
   const FlannTree& t = flannTree(state.range(0));
-  runQueries(state, [&t](const Position& query) {
+  runQueries(state, queries(state.range(0)), [&t](const Position& query) {
     std::uint32_t ids[neighbours];
     double squareDistances[neighbours];
     t.knnSearch(query.data(), neighbours, ids, squareDistances);
@@ -188,7 +178,7 @@ void flannRadius(benchmark::State& state)
 {
   const FlannTree& t = flannTree(state.range(0));
   std::vector<std::pair<std::uint32_t, double>> hits;
-  runQueries(state, [&](const Position& query) {
+  runQueries(state, queries(state.range(0)), [&](const Position& query) {
     return t.radiusSearch(query.data(), radius * radius, hits, nanoflann::SearchParams(32, 0, false));
   });
 }
@@ -224,7 +214,7 @@ void cgalNearest(benchmark::State& state)
     t = std::make_unique<CgalSearch::Tree>(list.begin(), list.end());
     t->build();
   }
-  runQueries(state, [&t](const Position& query) {
+  runQueries(state, queries(state.range(0)), [&t](const Position& query) {
     CgalSearch search(*t, Kernel::Point_3(query[0], query[1], query[2]), count);
     return search.begin()->second;
   });
