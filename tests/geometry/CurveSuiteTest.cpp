@@ -2,6 +2,7 @@
 
 #include "geometry/Circle.h"
 #include "geometry/Ellipse.h"
+#include "geometry/NurbsCurve.h"
 #include "geometry/StraightLine.h"
 
 using namespace Kavrel;
@@ -67,6 +68,19 @@ struct Space
     part.name = "Ellipse, arc within bounds";
     part.make = [=] { return within(ellipse(), 0.5, 4.0); };
     all.push_back(part);
+
+    const std::vector<P> ring = {at(0, 0, 0), at(4, 0, 1), at(5, 4, 2), at(0, 5, 0), at(-3, 2, 1), at(0, 0, 0)};
+    const std::vector<double> weights = {1, 0.7, 1, 2, 1, 1}, knots = {2, 2, 2, 2, 3, 4.5, 5, 5, 5, 5};
+    constexpr bool planar = dim == 2;
+    Kind spline{"NurbsCurve, closed",
+                [=] { return std::make_shared<NurbsCurve<T, dim>>(ring, knots, true, planar, false, T(0.1), false); }};
+    if (std::is_same_v<T, float> && dim == 2) spline.derivation = Derivation::Refused;
+    all.push_back(spline);
+    spline.name = "NurbsCurve, piece of a rational one";
+    spline.make = [=] {
+      return within(std::make_shared<NurbsCurve<T, dim>>(ring, weights, knots, false, planar, false, T(0.1)), 2.3, 4.8);
+    };
+    all.push_back(spline);
     return all;
   }
 };
