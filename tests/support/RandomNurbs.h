@@ -3,6 +3,8 @@
 #include "platform/kvcadcore/nurbs/CurveEvaluation.h"
 #include "support/RandomGeometry.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <vector>
 
@@ -50,6 +52,18 @@ inline NurbsArrays randomNurbs(RandomGeometry& random, unsigned degree, bool cla
   return curve;
 }
 
+/// Runs `check(curve, random)` over degrees 1 to 25, clamped or not, rational or not, until the first failure.
+template <class Check>
+void forRandomCurves(unsigned repetitions, Check check)
+{
+  RandomGeometry random(20);
+  for (unsigned degree = 1; degree <= 25; ++degree)
+    for (unsigned variant = 0; variant < 4 * repetitions && !testing::Test::HasFailure(); ++variant) {
+      SCOPED_TRACE(testing::Message() << "degree " << degree << ", variant " << variant);
+      check(randomNurbs(random, degree, variant & 1, variant & 2), random);
+    }
+}
+
 /// A second way to evaluate: the Bézier points of one span by inserting its ends knot by knot, then de Casteljau, all
 /// in long double.
 class BezierReference
@@ -64,11 +78,9 @@ public:
       const double* p = &curve.points[3 * i];
       points.push_back({w * p[0], w * p[1], w * p[2], w});
     }
-    std::size_t span = degree, last = degree;
+    std::size_t span = degree;
     for (std::size_t k = degree; k < curve.count(); ++k)
-      if (knots[k] < knots[k + 1]) last = k;
-    while (span < last && (knots[span] == knots[span + 1] || knots[span + 1] <= u))
-      ++span;
+      if (knots[k] < knots[k + 1] && (knots[k] <= u || knots[k] == curve.domainStart())) span = k;
     start = knots[span];
     end = knots[span + 1];
     raise(start, false);
@@ -78,50 +90,40 @@ public:
     points.erase(points.begin(), points.end() - degree - 1);
   }
 
-  /// The homogeneous point at u; with `absolute`, how large the terms are that it is summed up from.
-  Homogeneous at(double u, bool absolute = false) const
+  double at(double u, unsigned coordinate) const
   {
     const long double t = (static_cast<long double>(u) - start) / (end - start);
     auto triangle = points;
-    if (absolute)
-      for (auto& p : triangle)
-        std::ranges::transform(p, p.begin(), [](long double c) { return std::abs(c); });
     for (unsigned level = 1; level <= degree; ++level)
       for (unsigned i = 0; i + level <= degree; ++i)
-        triangle[i] = absolute ? mix(triangle[i], triangle[i + 1], std::abs(1 - t), std::abs(t))
-                               : mix(triangle[i], triangle[i + 1], 1 - t, t);
-    return triangle[0];
+        triangle[i] = mix(triangle[i], triangle[i + 1], t);
+    return static_cast<double>(triangle[0][coordinate] / triangle[0][3]);
   }
 
   std::vector<Homogeneous> points; ///< the Bézier points
   double start, end;               ///< of the span that counts at u
 
 private:
-  static Homogeneous mix(const Homogeneous& a, const Homogeneous& b, long double s, long double t)
+  static Homogeneous mix(const Homogeneous& a, const Homogeneous& b, long double t)
   {
-    return {s * a[0] + t * b[0], s * a[1] + t * b[1], s * a[2] + t * b[2], s * a[3] + t * b[3]};
+    return {(1 - t) * a[0] + t * b[0], (1 - t) * a[1] + t * b[1], (1 - t) * a[2] + t * b[2], (1 - t) * a[3] + t * b[3]};
   }
 
-  void raise(double knot, bool fromLeft)
+  /// Inserts u until Bézier points end there; from the left when it is the upper end of the span.
+  void raise(double u, bool fromLeft)
   {
-    while (std::ranges::count(knots, knot) < degree)
-      insert(knot, fromLeft);
-  }
-
-  void insert(double u, bool fromLeft)
-  {
-    const auto behind =
-        fromLeft ? std::lower_bound(knots.begin(), knots.end(), u) : std::upper_bound(knots.begin(), knots.end(), u);
-    const std::size_t k = static_cast<std::size_t>(behind - knots.begin()) - 1;
-    auto finer = points;
-    finer.insert(finer.begin() + static_cast<std::ptrdiff_t>(k), points[k]);
-    for (std::size_t i = k - degree + 1; i <= k; ++i) {
-      const long double s =
-          (static_cast<long double>(u) - knots[i]) / (static_cast<long double>(knots[i + degree]) - knots[i]);
-      finer[i] = i < points.size() ? mix(points[i - 1], points[i], 1 - s, s) : points[i - 1];
+    while (std::ranges::count(knots, u) < degree) {
+      const auto behind = fromLeft ? std::ranges::lower_bound(knots, u) : std::ranges::upper_bound(knots, u);
+      const auto k = static_cast<std::size_t>(behind - knots.begin()) - 1;
+      auto finer = points;
+      finer.insert(finer.begin() + (behind - knots.begin()) - 1, points[k - 1]);
+      for (std::size_t i = k; i > k - degree; --i) {
+        const long double low = knots[i], high = knots[i + degree];
+        finer[i] = i < points.size() ? mix(points[i - 1], points[i], (u - low) / (high - low)) : points[i - 1];
+      }
+      points = finer;
+      knots.insert(behind, u);
     }
-    points = finer;
-    knots.insert(behind, u);
   }
 
   unsigned degree;

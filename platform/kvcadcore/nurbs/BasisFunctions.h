@@ -27,13 +27,14 @@ inline void basisFunctions(const double* knots, std::size_t span, unsigned runti
   if (order >= degree) rows[degree][0] = 1.0;
   for (unsigned level = 1; level <= degree; ++level) {
     double* const reciprocal = inverse[std::min(degree - level, order)];
+    const double* const lower = upper - level;
+    for (unsigned r = 0; r < level; ++r)
+      reciprocal[r] = 1.0 / (upper[r] - lower[r]); // apart from the recursion: these don't wait for each other
     double carried = 0.0;
     for (unsigned r = 0; r < level; ++r) {
-      const double low = *(upper + r - level);
-      reciprocal[r] = 1.0 / (upper[r] - low);
       const double part = rows[0][r] * reciprocal[r];
       rows[0][r] = carried + (upper[r] - u) * part;
-      carried = (u - low) * part;
+      carried = (u - lower[r]) * part;
     }
     rows[0][level] = carried;
     if (level < degree && degree - level <= order)

