@@ -4,6 +4,7 @@
 #include "geometry/Plane.h"
 #include "geometry/PolyLineAlgorithm.h"
 #include "geometry/PolyLineDump.h"
+#include "geometry/PolyLinePlaces.h"
 #include "geometry/ShapecoreException.h"
 #include "geometry/StraightLine.h"
 #include "platform/kvarchive/Persistence.h"
@@ -30,7 +31,6 @@ namespace {
 
 constexpr double shortestTotal = 1e-12;     // a total length at or below: parameters stay lengths
 constexpr double shortestBlended = 1e-12;   // a segment strictly below: evaluation gives its start
-constexpr double shortestLocated = 1e-5;    // the same where the segment is asked for
 constexpr double shortestParameter = 1e-12; // a parameter width at or below isn't divided by
 constexpr double sqrOnBoundary = 1e-12;     // of hasPointInside, strictly below
 constexpr double leastWinding = 0.1;        // radians, strictly above: inside
@@ -84,21 +84,6 @@ ParameterRange rangeAtParam(const PolyLine<P>& polyline, double t, const std::ve
     (parameters[middle] > t ? high : low) = middle;
   }
   return {low, parameters[low], parameters[high]};
-}
-
-/// A point at a position on the segment that begins at `vertex`, with the attributes that need no blending.
-template <class P>
-P pointWithinSegment(const P& vertex, const Point<typename P::Scalar, P::Dim>& position)
-{
-  if constexpr (std::is_same_v<P, ConstraintPoint>) {
-    return P(position, ConstraintPoint::Clamped);
-  } else if constexpr (OneOf<P, Point3N, Point3NT>) {
-    P point(vertex);
-    point.set(position);
-    return point;
-  } else {
-    return P(position);
-  }
 }
 
 template <class T, unsigned dim>
@@ -314,13 +299,7 @@ bool PolyLine<PointType>::evaluateParameterPointAndSegment(double t, PointType& 
     ++segment;
     length = segment < segments ? segmentLength(*this, segment) : 0.0;
   }
-  const PointType& vertex = points[wrapped(segment)];
-  if (length < shortestLocated) {
-    point = vertex;
-    return true;
-  }
-  const Direction way = points[wrapped(segment + 1)] - vertex;
-  point = pointWithinSegment(vertex, Position(vertex + way * static_cast<Scalar>((target - passed) / length)));
+  point = PolyLinePlaces::pointBehind(points[wrapped(segment)], points[wrapped(segment + 1)], length, target - passed);
   return true;
 }
 

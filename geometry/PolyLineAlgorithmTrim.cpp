@@ -1,32 +1,13 @@
 #include "geometry/PolyLineAlgorithm.h"
 
+#include "geometry/PolyLinePlaces.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace Kavrel {
 
 namespace {
-
-constexpr double sqrClosingGap = 1e-6;   // strictly below: the piece is closed
-constexpr double sqrVertexReach = 1e-24; // at or below: an end of the piece is the vertex
-
-template <class P>
-double sqrDistance(const P& a, const P& b)
-{
-  return static_cast<double>(a.sqrDistance(b));
-}
-
-/// Appends the start of each segment behind `segment`, up to that of `last`; those of all segments where the two are
-/// the same.
-template <class P>
-void appendStarts(const PolyLine<P>& polyline, std::size_t segment, std::size_t last, std::vector<P>& vertices)
-{
-  const std::size_t segments = polyline.numberOfSegments();
-  do {
-    segment = segment + 1 < segments ? segment + 1 : 0;
-    vertices.push_back(polyline[segment]);
-  } while (segment != last);
-}
 
 /// Whether the piece of a closed line from one parameter to another holds a third one.
 bool holds(double from, double to, double reference)
@@ -41,19 +22,13 @@ template <PolyLinePoint P>
 bool PolyLineAlgorithm::trim(const PolyLine<P>& polyline, typename P::Scalar from, typename P::Scalar to,
                              PolyLine<P>& out)
 {
-  P first, last;
-  std::size_t firstSegment = 0, lastSegment = 0;
-  if (!polyline.evaluateParameterPointAndSegment(static_cast<double>(from), first, firstSegment)) return false;
-  if (!polyline.evaluateParameterPointAndSegment(static_cast<double>(to), last, lastSegment)) return false;
+  PolyLinePlaces::Place<P> first{}, last{};
+  if (!polyline.evaluateParameterPointAndSegment(static_cast<double>(from), first.point, first.segment)) return false;
+  if (!polyline.evaluateParameterPointAndSegment(static_cast<double>(to), last.point, last.segment)) return false;
 
-  std::vector<P> vertices;
-  if (sqrDistance(first, *polyline.getSegment(firstSegment).getEnd()) > sqrVertexReach) vertices.push_back(first);
-  const bool onward = firstSegment != lastSegment || from > to;
-  if (onward && polyline.numberOfSegments() > 0) appendStarts(polyline, firstSegment, lastSegment, vertices);
-  if (sqrDistance(last, polyline[lastSegment]) > sqrVertexReach) vertices.push_back(last);
-
+  std::vector<P> vertices = PolyLinePlaces::pieceBetween(polyline, first, last, !(from > to));
   out = polyline;
-  out.setClosed(sqrDistance(first, last) < sqrClosingGap);
+  out.setClosed(PolyLinePlaces::closes(first.point, last.point));
   out.getPointCollection() = std::move(vertices);
   return true;
 }

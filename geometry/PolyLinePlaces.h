@@ -1,0 +1,114 @@
+#pragma once
+
+#include "geometry/PolyLine.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <vector>
+
+/// Places on polylines by parameter and the pieces between two of them, for all that must answer exactly as
+/// PolyLine::evaluateParameterPointAndSegment() and PolyLineAlgorithm::trim().
+namespace Kavrel::PolyLinePlaces {
+
+inline constexpr double shortestLocated = 1e-5; // a segment strictly below: the place is its start
+inline constexpr double sqrClosingGap = 1e-6;   // strictly below: the piece is closed
+inline constexpr double sqrVertexReach = 1e-24; // at or below: an end of the piece is the vertex
+
+template <class P>
+struct Place
+{
+  P point;
+  std::size_t segment;
+};
+
+/// A point at a position on the segment that begins at `vertex`, with the attributes that need no blending.
+template <class P>
+P pointWithinSegment(const P& vertex, const Point<typename P::Scalar, P::Dim>& position)
+{
+  if constexpr (std::is_same_v<P, ConstraintPoint>) {
+    return P(position, ConstraintPoint::Clamped);
+  } else if constexpr (OneOf<P, Point3N, Point3NT>) {
+    P point(vertex);
+    point.set(position);
+    return point;
+  } else {
+    return P(position);
+  }
+}
+
+/// The point so far behind the start of a segment of the given length.
+template <class P>
+P pointBehind(const P& start, const P& end, double length, double distance)
+{
+  if (length < shortestLocated) return start;
+  const Vector<typename P::Scalar, P::Dim> way = end - start;
+  return pointWithinSegment(start, {start + way * static_cast<typename P::Scalar>(distance / length)});
+}
+
+template <class P>
+double sqrDistance(const P& a, const P& b)
+{
+  return static_cast<double>(a.sqrDistance(b));
+}
+
+/// Appends the start of each segment behind `segment`, up to that of `last`; those of all segments where the two are
+/// the same.
+template <class P>
+void appendStarts(const PolyLine<P>& polyline, std::size_t segment, std::size_t last, std::vector<P>& vertices)
+{
+  const std::size_t segments = polyline.numberOfSegments();
+  do {
+    segment = segment + 1 < segments ? segment + 1 : 0;
+    vertices.push_back(polyline[segment]);
+  } while (segment != last);
+}
+
+/// The vertices of the piece from one place to another one, which lies `ahead` of it or before it on the line.
+template <class P>
+std::vector<P> pieceBetween(const PolyLine<P>& polyline, const Place<P>& from, const Place<P>& to, bool ahead)
+{
+  std::vector<P> vertices;
+  if (sqrDistance(from.point, *polyline.getSegment(from.segment).getEnd()) > sqrVertexReach)
+    vertices.push_back(from.point);
+  const bool onward = from.segment != to.segment || !ahead;
+  if (onward && polyline.numberOfSegments() > 0) appendStarts(polyline, from.segment, to.segment, vertices);
+  if (sqrDistance(to.point, polyline[to.segment]) > sqrVertexReach) vertices.push_back(to.point);
+  return vertices;
+}
+
+/// Whether the piece between two points counts as closed.
+template <class P>
+bool closes(const P& from, const P& to)
+{
+  return sqrDistance(from, to) < sqrClosingGap;
+}
+
+/// The places of many parameters on one line of at least two points, each found by bisection. Borrows the line.
+template <class P>
+class ManyPlaces
+{
+public:
+  explicit ManyPlaces(const PolyLine<P>& polyline) : line(polyline), lengths(polyline.numberOfSegments() + 1)
+  {
+    for (std::size_t i = 1; i < lengths.size(); ++i)
+      lengths[i] = lengths[i - 1] + segmentLength(i - 1);
+  }
+
+  Place<P> at(double parameter) const
+  {
+    const double target = lengths.back() * std::clamp(parameter, 0.0, 1.0);
+    const auto isPassed = [target](double length) { return target > length; };
+    const auto end = std::partition_point(lengths.begin() + 1, lengths.end() - 1, isPassed);
+    const auto segment = static_cast<std::size_t>(end - lengths.begin()) - 1;
+    const auto view = line.getSegment(segment);
+    return {pointBehind(*view.getStart(), *view.getEnd(), segmentLength(segment), target - lengths[segment]), segment};
+  }
+
+private:
+  double segmentLength(std::size_t segment) const { return static_cast<double>(line.getSegment(segment).length()); }
+
+  const PolyLine<P>& line;
+  std::vector<double> lengths;
+};
+
+} // namespace Kavrel::PolyLinePlaces
