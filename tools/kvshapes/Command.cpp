@@ -49,6 +49,25 @@ auto readWhole(const std::string& file, Read read)
   }
 }
 
+// Runs a read by the parser of the text format.
+template <class Read>
+auto parseWhole(const std::string& file, Read read)
+{
+  return readWhole(file, [&](TextImportStatus& status) {
+    KvIfstream stream{FileName(file)};
+    if (!stream.is_open()) fail(file, 0, "could not be opened");
+    KvFileParser parser(stream);
+    try {
+      auto result = read(parser);
+      status = parser.getStatus();
+      return result;
+    } catch (...) {
+      status = parser.getStatus();
+      throw;
+    }
+  });
+}
+
 bool isUsable(double coordinate) { return std::abs(coordinate) <= largestCoordinate; }
 
 bool isUsable(const Vector<double, 3>& v) { return isUsable(v.x()) && isUsable(v.y()) && isUsable(v.z()); }
@@ -69,24 +88,32 @@ std::shared_ptr<Mesh> readMesh(const std::string& file)
 
 std::vector<Point3N> readPoints(const std::string& file)
 {
-  return readWhole(file, [&](TextImportStatus& status) {
-    KvIfstream stream{FileName(file)};
-    if (!stream.is_open()) fail(file, 0, "could not be opened");
-    KvFileParser parser(stream);
-    std::vector<Point3N> points;
-    try {
-      for (const auto& collection : parser.readPoints())
-        points.insert(points.end(), collection->begin(), collection->end());
-    } catch (...) {
-      status = parser.getStatus();
-      throw;
+  std::vector<Point3N> points;
+  for (const auto& collection : parseWhole(file, [](KvFileParser& parser) { return parser.readPoints(); }))
+    points.insert(points.end(), collection->begin(), collection->end());
+  if (points.empty()) fail(file, 0, "holds no points: \"poly3d\" or \"projpoints\" with their rows are needed");
+  for (const Point3N& point : points)
+    if (!isUsable(point)) fail(file, 0, fmt::format("has a coordinate that isn't within {}", largestCoordinate));
+  return points;
+}
+
+std::vector<PolyLine<Point3N>> readPolyLines(const std::string& file)
+{
+  std::vector<PolyLine<Point3N>> lines;
+  for (const auto& read : parseWhole(file, [](KvFileParser& parser) { return parser.readPolyLine(); })) {
+    PolyLine<Point3N> line(read->numberOfPoints(), read->getTolerance());
+    line.setClosed(read->isClosed());
+    for (const Point3NT& point : *read) {
+      if (!isUsable(point))
+        fail(file, 0,
+             fmt::format("polyline {} has a coordinate that isn't within {}", lines.size(), largestCoordinate));
+      line.addPoint(point);
     }
-    status = parser.getStatus();
-    if (points.empty()) fail(file, 0, "holds no points: \"poly3d\" or \"projpoints\" with their rows are needed");
-    for (const Point3N& point : points)
-      if (!isUsable(point)) fail(file, 0, fmt::format("has a coordinate that isn't within {}", largestCoordinate));
-    return points;
-  });
+    if (line.isEmpty()) fail(file, 0, fmt::format("polyline {} has no points", lines.size()));
+    lines.push_back(std::move(line));
+  }
+  if (lines.empty()) fail(file, 0, "holds no polyline: \"poly3d\" or \"projpoints\" with their rows are needed");
+  return lines;
 }
 
 MeshSearchTree makeTree(const std::shared_ptr<const Mesh>& mesh)
@@ -116,6 +143,21 @@ Vector<double, 3> parseVector(const std::string& option, const std::string& text
 {
   const std::vector<double> numbers = parseNumbers(option, text, 3);
   return {numbers[0], numbers[1], numbers[2]};
+}
+
+Plane<double, 3> parsePlane(const std::string& option, const std::string& text)
+{
+  const std::vector<double> numbers = parseNumbers(option, text, 4);
+  const Vector<double, 3> normal(numbers[0], numbers[1], numbers[2]);
+  if (!normal.isNormalizable()) throw UsageError(fmt::format("{}: {} has no normal", option, text));
+  return Plane<double, 3>(normal, numbers[3]);
+}
+
+double parsePositive(const std::string& option, const std::string& text)
+{
+  const double number = parseNumbers(option, text, 1).front();
+  if (!(number > 0.0)) throw UsageError(fmt::format("{}: a number greater than 0 is needed, not \"{}\"", option, text));
+  return number;
 }
 
 Json toJson(const Vector<double, 3>& v) { return Json::array({v.x(), v.y(), v.z()}); }

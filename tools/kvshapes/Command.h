@@ -1,7 +1,8 @@
 #pragma once
 
 #include "geometry/BoundingVolumeHierarchy/MeshSearchTree.h"
-#include "geometry/Point3N.h"
+#include "geometry/Plane.h"
+#include "geometry/PolyLine.h"
 #include "geometry/mesh/Mesh.h"
 #include "platform/kvmath/Vector.h"
 
@@ -35,12 +36,19 @@ std::shared_ptr<Mesh> readMesh(const std::string& file);
 /// The points of all collections of a file in the text format, in order; raises like readMesh.
 std::vector<Point3N> readPoints(const std::string& file);
 
+/// The polylines of a file in the text format, in order; raises like readMesh, for a polyline without points, too.
+std::vector<PolyLine<Point3N>> readPolyLines(const std::string& file);
+
 /// A tree with the leaf size and depth that suit queries on one mesh. It keeps the mesh alive.
 MeshSearchTree makeTree(const std::shared_ptr<const Mesh>& mesh);
 
 /// `count` numbers of the size of coordinates, separated by commas; raises UsageError with the option's name.
 std::vector<double> parseNumbers(const std::string& option, const std::string& text, std::size_t count);
 Vector<double, 3> parseVector(const std::string& option, const std::string& text);
+/// From normal and distance nx,ny,nz,d.
+Plane<double, 3> parsePlane(const std::string& option, const std::string& text);
+/// A number greater than 0.
+double parsePositive(const std::string& option, const std::string& text);
 
 Json toJson(const Vector<double, 3>& v);
 
@@ -53,5 +61,6 @@ void addNearest(CLI::App& app, const bool& asJson);
 void addRay(CLI::App& app, const bool& asJson);
 void addSection(CLI::App& app, const bool& asJson);
 void addDistance(CLI::App& app, const bool& asJson);
+void addPolyLine(CLI::App& app, const bool& asJson);
 
 } // namespace Kavrel::Tool

@@ -1,7 +1,5 @@
 #include "Command.h"
 
-#include "geometry/Plane.h"
-
 #include <algorithm>
 
 namespace Kavrel::Tool {
@@ -16,12 +14,10 @@ struct Options
 
 Json answer(const Options& options)
 {
-  const std::vector<double> numbers = parseNumbers("--plane", options.plane, 4);
-  const Vector<double, 3> normal(numbers[0], numbers[1], numbers[2]);
-  if (!normal.isNormalizable()) throw UsageError("--plane: " + options.plane + " has no normal");
+  const Plane<double, 3> plane = parsePlane("--plane", options.plane);
   const MeshSearchTree tree = makeTree(readMesh(options.file));
   std::vector<int> triangles;
-  tree.planeIntersections(Plane<double, 3>(normal, numbers[3]), triangles);
+  tree.planeIntersections(plane, triangles);
   std::sort(triangles.begin(), triangles.end());
   return {{"file", options.file}, {"count", triangles.size()}, {"triangles", triangles}};
 }

@@ -12,7 +12,7 @@ constexpr int wrongUsage = 2;
 
 int run(int argc, char** argv)
 {
-  CLI::App app("Asks questions about triangle meshes in the kvshapes text format.", "kvshapes");
+  CLI::App app("Asks questions about triangle meshes and works on polylines in the kvshapes text format.", "kvshapes");
   bool asJson = false;
   app.add_flag("--json", asJson, "Write the answer as JSON");
   app.require_subcommand(1);
@@ -23,6 +23,7 @@ int run(int argc, char** argv)
   Kavrel::Tool::addRay(app, asJson);
   Kavrel::Tool::addSection(app, asJson);
   Kavrel::Tool::addDistance(app, asJson);
+  Kavrel::Tool::addPolyLine(app, asJson);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& help) {
