@@ -88,7 +88,7 @@ void runQueries(benchmark::State& state, Shape shape, const Query& query)
 }
 
 template <class P>
-void pointToLine(benchmark::State& state, Shape shape)
+void pointToLine(benchmark::State& state, Shape shape, const P&)
 {
   const auto& polyline = line<P>(shape, static_cast<std::size_t>(state.range(0)), 1);
   runQueries<P>(state, shape, [&polyline](const P& place) {
@@ -138,9 +138,9 @@ void growth(benchmark::internal::Benchmark* b)
   b->Arg(1'000)->Arg(10'000)->Unit(benchmark::kMillisecond);
 }
 
-BENCHMARK_CAPTURE(pointToLine<P2>, coast, coast)->Name("point to coast/kvshapes")->Apply(vertexCounts);
-BENCHMARK_CAPTURE(pointToLine<P2>, jagged, jagged)->Name("point to jagged/kvshapes")->Apply(vertexCounts);
-BENCHMARK_CAPTURE(pointToLine<P3>, coast, coast)->Name("point to coast in space/kvshapes")->Apply(vertexCounts);
+BENCHMARK_CAPTURE(pointToLine, coast, coast, P2())->Name("point to coast/kvshapes")->Apply(vertexCounts);
+BENCHMARK_CAPTURE(pointToLine, jagged, jagged, P2())->Name("point to jagged/kvshapes")->Apply(vertexCounts);
+BENCHMARK_CAPTURE(pointToLine, space, coast, P3())->Name("point to coast in space/kvshapes")->Apply(vertexCounts);
 BENCHMARK_CAPTURE(betweenLines, hausdorff, coast, hausdorff)->Name("hausdorff/kvshapes")->Apply(growth);
 BENCHMARK_CAPTURE(betweenLines, hausdorff2, jagged, hausdorff)->Name("hausdorff of jagged/kvshapes")->Apply(growth);
 BENCHMARK_CAPTURE(betweenLines, nearest, coast, nearest)->Name("nearest/kvshapes")->Apply(growth);
