@@ -4,7 +4,6 @@
 #include "geometry/BoundingVolumeHierarchy/PolyLineSearchTree.h"
 #include "geometry/BoundingVolumeHierarchy/Queries.h"
 #include "geometry/PolyLine.h"
-#include "geometry/PolyLineFrame.h"
 #include "geometry/PolyLineNearest.h"
 
 #include <algorithm>
@@ -30,30 +29,6 @@ double largestCoordinate(const PolyLine<P>& polyline)
 /// Coordinates above are beyond what the boxes of a tree can hold.
 inline constexpr double largestSearchable = 1e37;
 
-/// Bounds below which a distance measured by elements can't come from a box: rounding moves a measured distance by
-/// less.
-class PruningSlack
-{
-public:
-  /// For measures in T on coordinates up to a size.
-  template <class T>
-  static PruningSlack of(double size)
-  {
-    constexpr double eps = std::numeric_limits<T>::epsilon();
-    return {1.0 + 64.0 * eps, 64.0 * eps * size + 8.0 * std::sqrt(static_cast<double>(std::numeric_limits<T>::min()))};
-  }
-
-  /// The squared distance of a box, strictly above which nothing inside is measured as near as \p sqrDistance.
-  double sqrLimit(double sqrDistance) const
-  {
-    const double limit = std::sqrt(sqrDistance) * relative + absolute;
-    return limit * limit;
-  }
-
-  double relative;
-  double absolute;
-};
-
 /// PolyLineAlgorithm::sqrDist() of many points to one line, bit for bit: the tree leaves out only segments that are
 /// measured as farther than the best by more than rounding can do, and the rest is measured by the same arithmetic.
 /// Borrows the line.
@@ -77,7 +52,7 @@ public:
 
   T sqrDist(const Position& point, double& u, std::size_t& segment) const
   {
-    const double reach = std::max(size, spatial(point).length());
+    const double reach = std::max(size, sizeOf(point));
     if (!tree || !(reach < largestSearchable)) return line.sqrDist(point, u, segment);
     return search(point, PruningSlack::of<T>(reach), u, segment);
   }

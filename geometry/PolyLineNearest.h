@@ -2,6 +2,8 @@
 
 #include "geometry/Point.h"
 
+#include <cmath>
+#include <limits>
 #include <utility>
 
 /// The arithmetic of the nearest point of a polyline, for all that must answer exactly as PolyLineAlgorithm::sqrDist().
@@ -14,10 +16,6 @@ inline constexpr double snapSqrLength = 1e-24;       // strictly below: the foot
 template <class T, unsigned dim>
 struct SegmentView
 {
-  /// Whether no point of the segment is nearer than the given distance: it keeps further away than its start is, less
-  /// its length. True only with a wide margin, so that rounding doesn't matter.
-  bool isBeyond(T sqrDistance) const { return sqrToStart > T(4) * (sqrDistance + sqrLength); }
-
   /// The squared distance of the nearest point and its parameter.
   std::pair<T, T> nearest() const
   {
@@ -57,5 +55,39 @@ T sqrDistToChord(const Point<T, dim>& a, const Point<T, dim>& b, const Point<T, 
   const T sqrDistance = view.nearest().first;
   return view.sqrToStart > sqrDistance ? sqrDistance : view.sqrToStart;
 }
+
+/// At least the largest size of a coordinate.
+template <class T, unsigned dim>
+double sizeOf(const Point<T, dim>& point)
+{
+  double sum = 0.0;
+  for (unsigned i = 0; i < dim; ++i)
+    sum += std::abs(static_cast<double>(point[i]));
+  return sum;
+}
+
+/// Bounds below which a distance measured by elements can't come from a box: rounding moves a measured distance by
+/// less.
+class PruningSlack
+{
+public:
+  /// For measures in T on coordinates up to a size.
+  template <class T>
+  static PruningSlack of(double size)
+  {
+    constexpr double eps = std::numeric_limits<T>::epsilon();
+    return {1.0 + 64.0 * eps, 64.0 * eps * size + 8.0 * std::sqrt(static_cast<double>(std::numeric_limits<T>::min()))};
+  }
+
+  /// The squared distance of a box, strictly above which nothing inside is measured as near as \p sqrDistance.
+  double sqrLimit(double sqrDistance) const
+  {
+    const double limit = std::sqrt(sqrDistance) * relative + absolute;
+    return limit * limit;
+  }
+
+  double relative;
+  double absolute;
+};
 
 } // namespace Kavrel::PolyLineNearest

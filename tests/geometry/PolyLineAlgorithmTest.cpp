@@ -180,6 +180,13 @@ TEST(PolyLineDistance, HostileInputLeavesTheSoundSegments)
   EXPECT_EQ(segment, 3U);
   EXPECT_EQ(PolyLineAlgorithm::sqrDist(line, Point2(-1.0, 0.0), u, segment), 1.0);
   EXPECT_EQ(segment, 0U);
+
+  // The vertex between two broken ones belongs to no segment that can be measured.
+  PolyLine<Point2> longLine;
+  for (int i = 0; i < 100; ++i)
+    longLine.addPoint(Point2(i == 31 || i == 33 ? nan : i, 0.0));
+  EXPECT_EQ(PolyLineAlgorithm::sqrDist(longLine, Point2(32.0, 1.0), u, segment), 5.0);
+  EXPECT_EQ(segment, 29U);
 }
 
 } // namespace
