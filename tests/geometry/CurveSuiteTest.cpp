@@ -2,6 +2,7 @@
 
 #include "geometry/Circle.h"
 #include "geometry/Ellipse.h"
+#include "geometry/KvBSpline.h"
 #include "geometry/NurbsCurve.h"
 #include "geometry/StraightLine.h"
 
@@ -80,6 +81,14 @@ struct Space
     spline.make = [=] {
       return within(std::make_shared<NurbsCurve<T, dim>>(ring, weights, knots, false, planar, false, T(0.1)), 2.3, 4.8);
     };
+    all.push_back(spline);
+    spline.domainMovesEnds = false;
+    spline.name = "KvBSpline";
+    spline.make = [=] { return std::make_shared<KvBSpline<T, dim>>(corners, false, T(0.1)); };
+    all.push_back(spline);
+    spline.name = "KvBSpline, closed";
+    spline.reverseKeepsLength = false;
+    spline.make = [=] { return std::make_shared<KvBSpline<T, dim>>(corners, true, T(0.1)); };
     all.push_back(spline);
     return all;
   }

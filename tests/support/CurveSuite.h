@@ -33,6 +33,7 @@ struct CurveKind
   std::function<std::shared_ptr<Curve<T, dim>>()> make;
   Derivation derivation = Derivation::Velocity;
   bool mirrorTurnsAround = false; // the mirror image runs the other way
+  bool reverseKeepsLength = true; // else it moves the start of a closed curve to another point
   bool measuresLength = true;     // else the length is an estimate
   bool hasBox = true;             // else the box is refused
   bool domainMovesEnds = true;    // else ends, and with them lengths, take no notice of the domain
@@ -53,7 +54,7 @@ public:
   static void checkDerivation(const Kind& kind)
   {
     const auto curve = kind.make();
-    const double step = (isFloat ? 1e-2 : 1e-5) * width(*curve);
+    const double step = (isFloat ? 4e-3 : 1e-5) * width(*curve);
     for (const double f : innerFractions) {
       SCOPED_TRACE(f);
       const double t = parameter(*curve, f);
@@ -108,7 +109,7 @@ public:
     const auto curve = kind.make(), turned = kind.make();
     const Identifier id = turned->getId();
     turned->reverse();
-    expectImage(kind, *turned, *curve, true, keep);
+    expectImage(kind, *turned, *curve, true, keep, kind.reverseKeepsLength);
     if (!curve->isClosed()) {
       EXPECT_THAT(turned->getStart(), IsNear(curve->getEnd(), eps));
       EXPECT_THAT(turned->getEnd(), IsNear(curve->getStart(), eps));
@@ -267,7 +268,8 @@ private:
   /// Each point and derivation of \p actual is what \p map makes of that of \p original at the same fraction of the
   /// domain, or, run backwards, at the opposite one; and all that a motion keeps is kept.
   template <class Map>
-  static void expectImage(const Kind& kind, const CurveType& actual, const CurveType& original, bool backwards, Map map)
+  static void expectImage(const Kind& kind, const CurveType& actual, const CurveType& original, bool backwards, Map map,
+                          bool keepsLength = true)
   {
     for (const double f : innerFractions) {
       SCOPED_TRACE(f);
@@ -281,7 +283,9 @@ private:
     EXPECT_EQ(actual.getTolerance(), original.getTolerance());
     EXPECT_EQ(actual.isClosed(), original.isClosed());
     EXPECT_NEAR(width(actual), width(original), 1e-12);
-    EXPECT_NEAR(actual.getLength() / original.getLength(), 1.0, 10 * eps);
+    if (keepsLength) {
+      EXPECT_NEAR(actual.getLength() / original.getLength(), 1.0, 10 * eps);
+    }
   }
 };
 
