@@ -1,0 +1,329 @@
+#include "geometry/KvBSpline.h"
+
+#include "geometry/NurbsCurve.h"
+#include "geometry/PolyLine.h"
+#include "geometry/PolyLineAlgorithm.h"
+#include "geometry/ShapecoreException.h"
+#include "support/ArchiveWriter.h"
+#include "support/Matchers.h"
+#include "support/RandomGeometry.h"
+
+#include <Eigen/Dense>
+#include <gtest/gtest.h>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+
+namespace {
+
+using Point3 = Point<double, 3>;
+using Vector3 = Vector<double, 3>;
+using Spline = KvBSpline<double, 3>;
+
+template <class T = double, unsigned dim = 3>
+std::vector<Point<T, dim>> randomPoints(RandomGeometry& random, std::size_t count)
+{
+  std::vector<Point<T, dim>> points(count);
+  for (auto& point : points)
+    for (unsigned axis = 0; axis < dim; ++axis)
+      point[axis] = static_cast<T>(random.uniform(-5.0, 5.0));
+  return points;
+}
+
+/// The interpolating cubic as four coefficients a span and coordinate, from one dense system: values, first and second
+/// derivatives that agree where spans meet, and either a given slope or no curvature at each end.
+class DenseSpline
+{
+public:
+  DenseSpline(const std::vector<Point3>& points, bool closed, const Vector3* startSlope, const Vector3* endSlope)
+      : spans(points.size() - (closed ? 0 : 1))
+  {
+    const auto size = static_cast<Eigen::Index>(4 * spans);
+    Eigen::MatrixXd matrix = Eigen::MatrixXd::Zero(size, size);
+    Eigen::MatrixXd right = Eigen::MatrixXd::Zero(size, 3);
+    Eigen::Index row = 0;
+    const auto put = [&](std::size_t span, unsigned order, double s, double sign) {
+      const double factorials[3][4] = {{1, 1, 1, 1}, {0, 1, 2, 3}, {0, 0, 2, 6}};
+      for (unsigned k = order; k < 4; ++k)
+        matrix(row, static_cast<Eigen::Index>(4 * span + k)) += sign * factorials[order][k] * std::pow(s, k - order);
+    };
+    const auto require = [&](const Vector3& value) {
+      right.row(row++) = Eigen::RowVector3d(value.x(), value.y(), value.z());
+    };
+    for (std::size_t i = 0; i < spans; ++i)
+      chords.push_back(points[i].distance(points[(i + 1) % points.size()]));
+    for (std::size_t i = 0; i < spans; ++i) {
+      put(i, 0, 0.0, 1.0), require(points[i]);
+      put(i, 0, chords[i], 1.0), require(points[(i + 1) % points.size()]);
+      for (unsigned order = 1; order <= 2 && (closed || i + 1 < spans); ++order)
+        put(i, order, chords[i], 1.0), put((i + 1) % spans, order, 0.0, -1.0), require(Vector3());
+    }
+    if (!closed) {
+      put(0, startSlope ? 1 : 2, 0.0, 1.0), require(startSlope ? *startSlope : Vector3());
+      put(spans - 1, endSlope ? 1 : 2, chords.back(), 1.0), require(endSlope ? *endSlope : Vector3());
+    }
+    coefficients = matrix.fullPivLu().solve(right);
+    for (const double chord : chords)
+      total += chord;
+  }
+
+  /// At a fraction of the whole chord length.
+  Point3 evaluate(double u) const
+  {
+    double s = u * total;
+    std::size_t span = 0;
+    while (span + 1 < spans && s > chords[span])
+      s -= chords[span++];
+    return derivative(span, 0, s);
+  }
+
+  /// By the chord length.
+  Vector3 startSlope() const { return derivative(0, 1, 0.0); }
+
+  std::size_t spans;
+  std::vector<double> chords;
+  double total = 0.0;
+
+private:
+  Vector3 derivative(std::size_t span, unsigned order, double s) const
+  {
+    Eigen::RowVector3d sum = Eigen::RowVector3d::Zero();
+    for (unsigned k = order; k < 4; ++k)
+      sum += coefficients.row(static_cast<Eigen::Index>(4 * span + k)) * std::pow(s, k - order) * (order == 1 ? k : 1);
+    return {sum[0], sum[1], sum[2]};
+  }
+
+  Eigen::MatrixXd coefficients;
+};
+
+void expectSame(const Spline& spline, const DenseSpline& reference, double from = 0.0, double to = 1.0)
+{
+  for (int i = 0; i <= 60; ++i) {
+    const double u = from + (to - from) * i / 60.0;
+    EXPECT_THAT(spline.evaluate(u), IsNear(reference.evaluate(u), 1e-9)) << u;
+  }
+}
+
+TEST(KvBSpline, IsTheCubicOfADenseSolve)
+{
+  RandomGeometry random(51);
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    const auto points = randomPoints(random, 2 + random.index(9));
+    const std::size_t n = points.size();
+    const Vector3 start = random.direction<3>() * random.uniform(0.51, 3.0);
+    const Vector3 end = random.direction<3>() * random.uniform(0.51, 3.0);
+    const Spline tangents(points, start, end, false, 0.1);
+    expectSame(tangents, DenseSpline(points, false, &start, &end));
+    EXPECT_EQ(tangents.getNurbsCurve()->numberOfControlPoints(), n + 2);
+    EXPECT_EQ(tangents.getNurbsCurve()->numberOfKnots(), n + 6);
+    const double length = DenseSpline(points, false, &start, &end).total;
+    EXPECT_THAT(tangents.getStartTangent(), IsNear(start * length, 1e-9));
+    EXPECT_THAT(tangents.getEndTangent(), IsNear(end * length, 1e-9));
+
+    Spline normal(points, Vector3(), end, false, 0.1);
+    const Vector3 n0 = random.direction<3>() * 0.7;
+    normal.setStartNormal(n0);
+    Vector3 across = DenseSpline(points, false, nullptr, &end).startSlope();
+    across -= n0 * (across.dot(n0) / n0.dot(n0));
+    across.normalize();
+    expectSame(normal, DenseSpline(points, false, &across, &end));
+
+    if (n < 3) continue;
+    const Spline closed(points, start, end, true, 0.1);
+    expectSame(closed, DenseSpline(points, true, nullptr, nullptr));
+    EXPECT_EQ(closed.getNurbsCurve()->numberOfControlPoints(), n + 3);
+    EXPECT_EQ(closed.getEnd(), points.front());
+  }
+}
+
+TEST(KvBSpline, AnEndWithoutTangentIsDoubledAndDeviatesNearThatEndOnly)
+{
+  RandomGeometry random(52);
+  const auto points = randomPoints(random, 9);
+  const Vector3 given(0.0, 0.6, 0.0), tooShort(0.0, 0.5, 0.0);
+  const Spline spline(points, tooShort, given, false, 0.1);
+  const DenseSpline reference(points, false, nullptr, &given);
+  const auto curve = spline.getNurbsCurve();
+  EXPECT_EQ(curve->getControlPoint(1), points.front());
+  EXPECT_THAT(spline.getStartTangent(), IsNear(Vector3(), 1e-12));
+  expectSame(spline, reference, curve->getKnot(5), 1.0);
+  EXPECT_GT(spline.evaluate(curve->getKnot(4)).distance(points[1]), 1e-3);
+}
+
+TEST(KvBSpline, EachEditGivesTheCurveOfItsPoints)
+{
+  RandomGeometry random(53);
+  std::vector<Point3> points;
+  Vector3 start, end, startNormal, endNormal;
+  bool closed = false;
+  Spline spline(0.01);
+  for (int round = 0; round < 400; ++round) {
+    SCOPED_TRACE(round);
+    const auto any = randomPoints(random, 3);
+    const std::size_t at = random.index(points.size() + 3);
+    const bool exists = at < points.size();
+    const Vector3 v = random.direction<3>() * random.uniform(0.2, 1.5);
+    switch (random.index(11)) {
+    case 0:
+    case 1:
+      spline.addInterpolationPoint(any[0], at);
+      if (at <= points.size()) points.insert(points.begin() + static_cast<std::ptrdiff_t>(at), any[0]);
+      break;
+    case 2:
+      spline.deleteInterpolationPoint(at);
+      if (exists) points.erase(points.begin() + static_cast<std::ptrdiff_t>(at));
+      break;
+    case 3:
+      if (round % 8 != 0) break;
+      spline.deleteMultipleInterpolationPoints({at + 1, at, at, at + 900});
+      if (at + 1 < points.size()) points.erase(points.begin() + static_cast<std::ptrdiff_t>(at) + 1);
+      if (exists) points.erase(points.begin() + static_cast<std::ptrdiff_t>(at));
+      break;
+    case 4:
+      spline.moveInterpolationPoint(at, any[1]);
+      if (exists) points[at] = any[1];
+      break;
+    case 5:
+      spline.moveMultipleInterpolationPoints({at, 0, 900}, any);
+      spline.moveMultipleInterpolationPoints({0, 1}, any);
+      if (exists) points[at] = any[0];
+      if (!points.empty()) points[0] = any[1];
+      break;
+    case 6:
+      spline.setStart(any[0]);
+      spline.setEnd(any[1]);
+      if (!points.empty()) points.front() = any[0];
+      if (!points.empty()) points.back() = any[1];
+      break;
+    case 7:
+      spline.setStartTangent(start = v);
+      startNormal = Vector3();
+      break;
+    case 8:
+      spline.setEndNormal(endNormal = v);
+      end = Vector3();
+      break;
+    case 9:
+      spline.setStartNormal(startNormal = v);
+      spline.setEndTangent(end = v);
+      start = endNormal = Vector3();
+      break;
+    default:
+      spline.setClosed(closed = !closed);
+    }
+    ASSERT_EQ(spline.getNumberOfInterpolationPoints(), points.size());
+    EXPECT_EQ(spline.isClosed(), closed);
+    EXPECT_EQ(spline.getStart(), points.empty() ? Point3() : points.front());
+    EXPECT_EQ(spline.getEnd(), points.empty() ? Point3() : closed ? points.front() : points.back());
+    if (points.empty()) continue;
+    Spline fresh(points, start, end, closed, 0.01);
+    if (startNormal != Vector3()) fresh.setStartNormal(startNormal);
+    if (endNormal != Vector3()) fresh.setEndNormal(endNormal);
+    for (const double u : {0.0, 0.3, 0.9})
+      EXPECT_EQ(spline.evaluate(u), fresh.evaluate(u));
+    for (std::size_t k = 0; k + 1 < points.size(); ++k)
+      EXPECT_TRUE(spline.getSubCurve(k)->isCompletelyEqual(*fresh.getSubCurve(k), 0.0));
+  }
+}
+
+template <class P>
+class KvBSplinePieces : public testing::Test
+{};
+using Spaces = testing::Types<Point<float, 2>, Point<float, 3>, Point<double, 2>, Point<double, 3>>;
+TYPED_TEST_SUITE(KvBSplinePieces, Spaces);
+
+TYPED_TEST(KvBSplinePieces, AreTrimmedBetweenTheParametersOfThePoints)
+{
+  using T = typename TypeParam::Scalar;
+  constexpr unsigned dim = TypeParam::Dim;
+  RandomGeometry random(54);
+  for (int round = 0; round < 40; ++round) {
+    SCOPED_TRACE(round);
+    auto points = randomPoints<T, dim>(random, round == 0 ? 300 : 2 + random.index(40));
+    for (std::size_t i = 1; i < points.size(); ++i)
+      if (random.index(6) == 0) points[i] = points[random.index(i)]; // visited again, or not left at all
+    const KvBSpline<T, dim> spline(points, random.coin(), T(0.05));
+    PolyLine<TypeParam> whole(0.05);
+    spline.calcPolyLine(whole);
+    for (std::size_t k = 0; k + 1 < points.size(); ++k) {
+      SCOPED_TRACE(k);
+      const double from = whole.calculateParameter(points[k], nullptr);
+      const double to = whole.calculateParameter(points[k + 1], nullptr);
+      const auto expected = PolyLineAlgorithm::trim(whole, static_cast<T>(from), static_cast<T>(to));
+      const auto piece = spline.getSubCurve(k);
+      ASSERT_TRUE(piece && expected);
+      EXPECT_TRUE(piece->isCompletelyEqual(*expected, 0.0));
+      EXPECT_EQ(piece->getTolerance(), expected->getTolerance());
+    }
+  }
+}
+
+TEST(KvBSpline, DegenerateInputStaysFinite)
+{
+  const Point3 a(1, 2, 3), b(4, 2, 3), c(4, 6, 3);
+  const struct
+  {
+    const char* name;
+    std::vector<Point3> points;
+  } rows[] = {{"one point", {a}},
+              {"two points", {a, b}},
+              {"one place", {a, a, a, a}},
+              {"coincident at the start", {a, a, b, c}},
+              {"coincident inside", {a, b, b, c}},
+              {"coincident at the end", {a, b, c, c}},
+              {"coincident across the seam", {a, b, c, a}},
+              {"to and fro", {a, b, a, b}}};
+  for (const auto& row : rows)
+    for (const bool closed : {false, true}) {
+      SCOPED_TRACE(testing::Message() << row.name << (closed ? ", closed" : ""));
+      Spline spline(row.points, Vector3(1, 0, 0), Vector3(0, 1, 0), closed, 0.1);
+      spline.setStartNormal(Vector3(0, 0, 1));
+      for (int i = 0; i <= 40; ++i)
+        EXPECT_TRUE(spline.evaluate(i / 40.0).isDefined());
+      EXPECT_THAT(spline.evaluate(0.0), IsNear(row.points.front(), 1e-12));
+      EXPECT_THAT(spline.evaluate(1.0), IsNear(spline.getEnd(), 1e-12));
+      for (std::size_t k = 0; k + 1 < row.points.size(); ++k)
+        ASSERT_TRUE(spline.getSubCurve(k));
+    }
+  Spline never;
+  EXPECT_THROW(never.evaluate(0.5), ShapecoreException);
+  never.setClosed(true);
+  never.setEnd(a);
+  EXPECT_EQ(never.getNumberOfInterpolationPoints(), 0u);
+}
+
+TEST(KvBSpline, MovesAlongWithItsPointsAndArrivesAsStored)
+{
+  RandomGeometry random(55);
+  Spline spline(randomPoints(random, 6), Vector3(0, 0.8, 0), Vector3(0, 0, 2), false, 0.02);
+  spline.setEndNormal(Vector3(1, 0, 0));
+  const auto piece = spline.getSubCurve(2);
+  const auto held = *piece;
+
+  Spline loaded(randomPoints(random, 3), false, 0.1);
+  const auto oldPiece = loaded.getSubCurve(0);
+  const auto oldStart = oldPiece->front();
+  roundTrip(spline, loaded);
+  EXPECT_EQ(archiveOf(loaded), archiveOf(spline));
+  EXPECT_TRUE(loaded.getSubCurve(2)->isCompletelyEqual(held, 0.0));
+  EXPECT_EQ(oldPiece->front(), oldStart) << "what readers hold isn't loaded into";
+  EXPECT_EQ(faultsOfDamaged(archiveOf(Spline(randomPoints(random, 2), false, 1.0)),
+                            [](const std::vector<char>& bytes) {
+                              Spline damaged;
+                              loadFrom(bytes, damaged);
+                              damaged.evaluate(0.5);
+                            }),
+            "");
+
+  // After the next edit a reversed spline is what one built the other way round is.
+  Spline reversed = spline;
+  reversed.reverse();
+  reversed.setClosed(false);
+  for (const double u : {0.0, 0.2, 0.55, 0.9})
+    EXPECT_THAT(reversed.evaluate(1.0 - u), IsNear(spline.evaluate(u), 1e-10));
+  reversed.moveInterpolationPoint(0, Point3(9, 9, 9));
+  EXPECT_TRUE(piece->isCompletelyEqual(held, 0.0)) << "an edit doesn't change the pieces that readers hold";
+}
+
+} // namespace

@@ -1,0 +1,348 @@
+#include "geometry/NurbsCurve.h"
+
+#include "geometry/CoordinateSystem.h"
+#include "geometry/CurveDimensionConverter.h"
+#include "geometry/PolyLine.h"
+#include "geometry/ShapecoreException.h"
+#include "geometry/StraightLine.h"
+#include "support/ArchiveWriter.h"
+#include "support/Matchers.h"
+#include "support/RandomGeometry.h"
+
+#include <gtest/gtest.h>
+#include <numbers>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+
+namespace {
+
+using Point3 = Point<double, 3>;
+using Nurbs3 = NurbsCurve<double, 3>;
+
+/// The unit circle from (1, 0) in four quarters; every number of it is known in closed form.
+template <class T, unsigned dim>
+NurbsCurve<T, dim> unitCircle(T tolerance)
+{
+  const double corners[9][2] = {{1, 0}, {1, 1}, {0, 1}, {-1, 1}, {-1, 0}, {-1, -1}, {0, -1}, {1, -1}, {1, 0}};
+  std::vector<Point<T, dim>> polygon(9);
+  std::vector<double> weights(9, 1.0);
+  for (std::size_t i = 0; i < 9; ++i) {
+    polygon[i][0] = static_cast<T>(corners[i][0]);
+    polygon[i][1] = static_cast<T>(corners[i][1]);
+    if (i % 2 == 1) weights[i] = std::numbers::sqrt2 / 2.0;
+  }
+  return {polygon, weights, {0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 4}, true, true, false, tolerance};
+}
+
+/// Knots that rise by random steps, some of them none, or clamped at both ends.
+template <class T, unsigned dim>
+NurbsCurve<T, dim> randomCurve(RandomGeometry& random, std::size_t degree, bool rational, bool clamped)
+{
+  const std::size_t count = degree + 1 + random.index(10);
+  std::vector<Point<T, dim>> polygon(count);
+  std::vector<double> weights(rational ? count : 0);
+  for (auto& point : polygon)
+    for (unsigned axis = 0; axis < dim; ++axis)
+      point[axis] = static_cast<T>(random.uniform(-5.0, 5.0));
+  for (double& weight : weights)
+    weight = random.uniform(0.3, 3.0);
+  std::vector<double> knots(count + degree + 1, -2.0);
+  for (std::size_t i = 1; i < knots.size(); ++i) {
+    const bool stays = clamped && (i <= degree || i > count);
+    const bool repeats = i > degree + 1 && i < count && random.index(4) == 0;
+    knots[i] = knots[i - 1] + (stays || repeats ? 0.0 : random.uniform(0.1, 2.0));
+  }
+  return {polygon, weights, knots, false, false, false, T(0.1)};
+}
+
+std::vector<double> knotsOf(const Nurbs3& curve)
+{
+  std::vector<double> knots;
+  for (std::size_t i = 0; i < curve.numberOfKnots(); ++i)
+    knots.push_back(curve.getKnot(i));
+  return knots;
+}
+
+template <class Space>
+class NurbsCurveTest : public testing::Test
+{};
+using Spaces = testing::Types<Point<float, 2>, Point<float, 3>, Point<double, 2>, Point<double, 3>>;
+TYPED_TEST_SUITE(NurbsCurveTest, Spaces);
+
+TYPED_TEST(NurbsCurveTest, CircleInClosedForm)
+{
+  using T = typename TypeParam::Scalar;
+  constexpr unsigned dim = TypeParam::Dim;
+  constexpr bool isFloat = std::is_same_v<T, float>;
+  const auto circle = unitCircle<T, dim>(T(1e-4));
+  const double eps = isFloat ? 1e-6 : 1e-14;
+  for (double u = 0.0; u <= 4.0; u += 0.09375) {
+    SCOPED_TRACE(u);
+    const TypeParam p = circle.evaluate(u);
+    EXPECT_NEAR(p.length(), 1.0, eps);
+    std::vector<TypeParam> derivatives(1);
+    const int told = circle.derivates(derivatives, u);
+    EXPECT_EQ(told, !isFloat && dim == 2 ? 0 : 2);
+    ASSERT_EQ(derivatives.size(), 6u);
+    EXPECT_EQ(derivatives[1], p);
+    // On a circle p·p' = 0, and p·p'' = -p'·p'.
+    EXPECT_NEAR(p.dot(derivatives[2]), 0.0, 20 * eps);
+    EXPECT_NEAR(p.dot(derivatives[3]) + derivatives[2].dot(derivatives[2]), 0.0, 200 * eps);
+    if constexpr (isFloat && dim == 2)
+      EXPECT_THROW(circle.evaluateDerivation(u), ShapecoreException);
+    else
+      EXPECT_THAT(circle.evaluateDerivation(u), IsNear(derivatives[2], 4 * eps));
+  }
+  EXPECT_NEAR(circle.getLength(), 2 * std::numbers::pi, 1e-3);
+  PolyLine<TypeParam> polyline;
+  circle.calcPolyLine(polyline);
+  EXPECT_TRUE(polyline.isClosed());
+  EXPECT_GT(polyline.back().distance(polyline.front()), T(1e-3)) << "the doubled end is dropped";
+}
+
+TYPED_TEST(NurbsCurveTest, CacheAnswersBitForBitAndIsASnapshot)
+{
+  using T = typename TypeParam::Scalar;
+  constexpr unsigned dim = TypeParam::Dim;
+  RandomGeometry random(41);
+  CoordinateSystem<T, dim> shift;
+  TypeParam aside;
+  aside[0] = T(1);
+  shift.setOrigin(aside);
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    auto curve = randomCurve<T, dim>(random, 1 + random.index(6), random.coin(), random.coin());
+    const auto original = curve;
+    curve.enableAndGenerateIgNurbsCurveCache();
+    auto target = randomCurve<T, dim>(random, 2, false, true);
+    const auto old = target;
+    target.enableAndGenerateIgNurbsCurveCache();
+    target.copy(curve);
+    curve.transform(shift);
+    curve.reverse();
+    const auto twin = curve;
+    const double first = original.getKnot(0), last = original.getKnot(original.numberOfKnots() - 1);
+    for (int i = 0; i < 10; ++i) {
+      const double u = random.uniform(first - 1.0, last + 1.0);
+      const TypeParam before = original.evaluate(u);
+      EXPECT_EQ(curve.evaluate(u), before);
+      EXPECT_EQ(target.evaluate(u), old.evaluate(u));
+      EXPECT_NE(twin.evaluate(u), before) << "a copy starts without a cache";
+    }
+    const double u = random.uniform(first, last);
+    curve.disableAndCleanIgNurbsCurveCache();
+    EXPECT_EQ(curve.evaluate(u), twin.evaluate(u));
+    target.enableAndGenerateIgNurbsCurveCache();
+    EXPECT_EQ(target.evaluate(u), original.evaluate(u));
+  }
+}
+
+TEST(NurbsCurve, ReverseMapsParametersAndComesBack)
+{
+  RandomGeometry random(42);
+  for (int round = 0; round < 60; ++round) {
+    SCOPED_TRACE(round);
+    auto curve = randomCurve<double, 3>(random, 1 + random.index(5), random.coin(), random.coin());
+    const double first = curve.getKnot(0), last = curve.getKnot(curve.numberOfKnots() - 1);
+    curve.setDomain(Interval(first + 0.25, last - 0.5, false, false));
+    const auto original = curve;
+    curve.reverse();
+    EXPECT_NEAR(curve.getDomain().lower, first + 0.5, 1e-12);
+    EXPECT_NEAR(curve.getDomain().upper, last - 0.25, 1e-12);
+    for (int i = 0; i < 10; ++i) {
+      const double u = random.uniform(original.getDomain().lower, original.getDomain().upper);
+      const Point3 p = original.evaluate(u);
+      EXPECT_THAT(curve.evaluate(last - u + first), IsNear(p, 1e-11 * (1.0 + p.length())));
+    }
+    curve.reverse();
+    for (std::size_t i = 0; i < curve.numberOfKnots(); ++i)
+      EXPECT_NEAR(curve.getKnot(i), original.getKnot(i), 1e-13);
+    for (std::size_t i = 0; i < curve.numberOfWeights(); ++i)
+      EXPECT_EQ(curve.getWeight(i), original.getWeight(i));
+  }
+  Nurbs3 withoutKnots;
+  withoutKnots.addControlPoint(Point3(1, 0, 0));
+  withoutKnots.addControlPoint(Point3(2, 0, 0));
+  withoutKnots.reverse();
+  EXPECT_EQ(withoutKnots.getControlPoint(0), Point3(2, 0, 0));
+  EXPECT_EQ(withoutKnots.getDomain(), Interval());
+}
+
+TEST(NurbsCurve, ClampingKeepsTheShapeOverTheValidSpan)
+{
+  RandomGeometry random(43);
+  for (int round = 0; round < 80; ++round) {
+    SCOPED_TRACE(round);
+    const std::size_t degree = 1 + random.index(6);
+    auto curve = randomCurve<double, 3>(random, degree, random.coin(), round % 4 == 0);
+    curve.setPeriodical(random.coin());
+    const auto original = curve;
+    const double low = curve.getKnot(degree), high = curve.getKnot(curve.numberOfControlPoints());
+    const bool open = !(curve.getKnot(0) == low && curve.getKnot(curve.numberOfKnots() - 1) == high);
+    EXPECT_EQ(curve.hasOpenKnotVector(), open);
+    curve.makeClamped();
+    EXPECT_FALSE(curve.hasOpenKnotVector());
+    EXPECT_FALSE(curve.isPeriodical());
+    EXPECT_EQ(curve.getDegree(), degree);
+    EXPECT_EQ(curve.getDomain(), original.getDomain());
+    EXPECT_THAT(curve.getControlPoint(0), IsNear(original.evaluate(low), 1e-9)) << "a clamped end is a control point";
+    for (int i = 0; i < 10; ++i) {
+      const double u = random.uniform(low, high);
+      EXPECT_THAT(curve.evaluate(u), IsNear(original.evaluate(u), 1e-9));
+    }
+    if (!open && !original.isPeriodical()) {
+      EXPECT_EQ(knotsOf(curve), knotsOf(original));
+    }
+  }
+}
+
+TEST(NurbsCurve, Classification)
+{
+  const std::vector<Point3> line = {{0, 0, 0}, {1, 1, 0}, {1, 1, 0}, {3, 3, 0}};
+  const std::vector<Point3> kink = {{0, 0, 0}, {1, 1, 0}, {2, 1, 0}, {3, 3, 0}};
+  const std::vector<Point3> straight = {{0, 0, 0}, {1, 1, 0}, {3, 3, 0}};
+  const std::vector<Point3> equal = {{1, 0, 0}, {1, 1, 0}, {0, 1, 0}};
+  const std::vector<Point3> unequal = {{2, 0, 0}, {2, 1, 0}, {0, 1, 0}};
+  const std::vector<Point3> five = {{1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {-1, 1, 0}, {-1, 0, 0}};
+  const std::vector<double> cubic = {0, 0, 0, 0, 1, 1, 1, 1}, square = {0, 0, 0, 1, 1, 1};
+  const double r = std::numbers::sqrt2 / 2.0;
+  using enum NurbsCurveType;
+  const struct
+  {
+    const char* name;
+    const std::vector<Point3>& polygon;
+    std::vector<double> weights;
+    std::vector<double> knots;
+    NurbsCurveType form;
+  } rows[] = {
+      {"line with coincident points", line, {}, cubic, Line},
+      {"line, the outermost knots aside", line, {}, {-1, 0, 0, 0, 1, 1, 1, 2}, Line},
+      {"line, start not multiple", line, {}, {0, 0, 0.5, 0.5, 1, 1, 1, 1}, General},
+      {"line, end not multiple", line, {}, {0, 0, 0, 0, 1, 1, 1.5, 2}, General},
+      {"line, knots almost multiple", line, {}, {0, 0, 0, 0.9e-5, 1, 1, 1, 1}, Line},
+      {"line with weights", line, {1, 1, 1, 1}, cubic, General},
+      {"kink", kink, {}, cubic, General},
+      {"parabola without weights", equal, {}, square, General},
+      {"parabola", equal, {1, 1, 1}, square, ParabolicArc},
+      {"straight parabola", straight, {1, 1, 1}, square, ParabolicArc},
+      {"circle", equal, {1, r, 1}, square, CircularArc},
+      {"ellipse", unequal, {1, r, 1}, square, EllipticalArc},
+      {"hyperbola", equal, {1, 2, 1}, square, HyperbolicArc},
+      {"negative weight", equal, {1, -1, 1}, square, General},
+      {"even weight not 1", equal, {1, r, 1.1}, square, General},
+      {"circle of two spans", five, {1, r, 1, r, 1}, {0, 0, 0, 1, 1, 2, 2, 2}, CircularArc},
+      {"odd weights differ", five, {1, r, 1, 0.8, 1}, {0, 0, 0, 1, 1, 2, 2, 2}, General},
+      {"spans differ", five, {1, r, 1, r, 1}, {0, 0, 0, 1, 1, 3, 3, 3}, General},
+      {"outermost gaps aside", equal, {1, r, 1}, {-9, 0, 0, 1, 1, 7}, CircularArc},
+  };
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    EXPECT_EQ(Nurbs3(row.polygon, row.weights, row.knots, false, false, false, 0.1).getType(), row.form);
+    const auto count = [](const auto& list) { return static_cast<std::uint32_t>(list.size()); };
+    Nurbs3 filled(count(row.polygon), count(row.weights), count(row.knots), false, false, false, 0.1);
+    EXPECT_EQ(filled.getType(), General);
+    EXPECT_EQ(filled.getDegree(), row.knots.size() - row.polygon.size() - 1);
+    for (const auto& point : row.polygon)
+      filled.addControlPoint(point);
+    for (const double weight : row.weights)
+      filled.addWeight(weight);
+    for (const double knot : row.knots)
+      filled.addKnot(knot);
+    filled.determineTypeOfNurbsCurve();
+    EXPECT_EQ(filled.getType(), row.form);
+  }
+}
+
+TEST(NurbsCurve, CountsThatDontMatchAreRefused)
+{
+  const std::vector<Point3> three(3);
+  const Nurbs3 broken[] = {Nurbs3(), Nurbs3(three, {1, 1}, {0, 0, 0, 1, 1, 1}, false, false, false, 0.1),
+                           Nurbs3(three, {}, {0, 0, 0, 1, 1, 1, 1}, false, false, false, 0.1),
+                           Nurbs3(three, {}, {0, 1}, false, false, false, 0.1),
+                           Nurbs3(three, {}, std::vector<double>(), false, false, false, 0.1)};
+  for (Nurbs3 curve : broken) {
+    EXPECT_THROW(curve.evaluate(0.5), ShapecoreException);
+    EXPECT_THROW(curve.getStartTangent(), ShapecoreException);
+    std::vector<Point3> derivatives;
+    EXPECT_THROW(curve.derivates(derivatives, 0.5), ShapecoreException);
+    curve.setPeriodical(true);
+    EXPECT_THROW(curve.makeClamped(), ShapecoreException);
+    curve.enableAndGenerateIgNurbsCurveCache();
+    EXPECT_THROW(curve.evaluate(0.5), ShapecoreException);
+  }
+}
+
+TEST(NurbsCurve, ArchiveFormAndItsDamage)
+{
+  RandomGeometry random(44);
+  auto curve = randomCurve<double, 3>(random, 3, true, false);
+  curve.setType(NurbsCurveType::EllipticalArc);
+  curve.setPlanar(true);
+  curve.setDomain(Interval(-1.0, 2.0, true, false));
+  const std::size_t count = curve.numberOfControlPoints();
+  const auto numbers = [](std::size_t size, auto get) {
+    std::vector<double> list;
+    for (std::size_t i = 0; i < size; ++i)
+      list.push_back(get(i));
+    return list;
+  };
+
+  ArchiveWriter byHand;
+  byHand.version("BoostExportNurbsCurve3", 1);
+  byHand.object("BoostExportNurbsCurve3", [&] {
+    Persistence::saveObject<Curve<double, 3>>(byHand.archive(), curve);
+    byHand << 3;
+    byHand.container("Point3", static_cast<unsigned int>(count), [&] {
+      for (std::size_t i = 0; i < count; ++i)
+        for (unsigned axis = 0; axis < 3; ++axis)
+          byHand << curve.getControlPoint(i)[axis];
+    });
+    Persistence::saveContainer(byHand.archive(), numbers(count, [&](std::size_t i) { return curve.getWeight(i); }));
+    Persistence::saveContainer(byHand.archive(), knotsOf(curve));
+    byHand << 3u << false << false << true;
+  });
+  Nurbs3 loaded = unitCircle<double, 3>(0.1);
+  loaded.enableAndGenerateIgNurbsCurveCache();
+  loadFrom(byHand.bytes(), loaded);
+  EXPECT_EQ(loaded.getType(), NurbsCurveType::EllipticalArc);
+  EXPECT_EQ(loaded.getDomain(), curve.getDomain());
+  EXPECT_TRUE(loaded.isPlanar() && !loaded.isClosed() && loaded.getId() == curve.getId());
+  EXPECT_EQ(loaded.evaluate(0.7), curve.evaluate(0.7)) << "the cache is off";
+  EXPECT_EQ(archiveOf(loaded).size(), archiveOf(curve).size());
+
+  const auto load = [](const std::vector<char>& bytes) {
+    Nurbs3 damaged;
+    loadFrom(bytes, damaged);
+    damaged.evaluate(0.5);
+  };
+  EXPECT_EQ(faultsOfDamaged(archiveOf(unitCircle<double, 3>(0.1)), load), "");
+}
+
+TEST(NurbsCurve, ConversionsToOtherCurves)
+{
+  RandomGeometry random(45);
+  auto flat = randomCurve<double, 2>(random, 3, true, false);
+  flat.setPeriodical(true);
+  flat.setDomain(Interval(0.0, 1.0, false, false));
+  flat.setTolerance(0.5);
+  const auto lifted = CurveDimensionConverter::convertTo3D(flat);
+  EXPECT_EQ(lifted->getDomain(), flat.getDomain());
+  EXPECT_EQ(lifted->getTolerance(), 0.5);
+  EXPECT_TRUE(lifted->isPeriodical() && !lifted->isPlanar() && !lifted->isClosed());
+  for (const double u : {-3.0, 0.1, 0.8, 2.5}) {
+    const auto p = flat.evaluate(u);
+    const auto d = flat.evaluateDerivation(u);
+    EXPECT_EQ(lifted->evaluate(u), Point3(p.x(), p.y(), 0.0));
+    EXPECT_EQ(lifted->evaluateDerivation(u), (Vector<double, 3>(d.x(), d.y(), 0.0)));
+  }
+
+  const Nurbs3 straight({{1, 0, 0}, {2, 0, 0}, {5, 0, 0}}, {}, {0, 7, 7, 3, 3, 9}, false, false, false, 0.25);
+  const StraightLine<double, 3> line(straight);
+  EXPECT_EQ(line.getStart(), Point3(1, 0, 0));
+  EXPECT_EQ(line.getDirection(), (Vector<double, 3>(4, 0, 0)));
+  EXPECT_EQ(line.getDomain(), Interval(3.0, 7.0, false, false));
+  EXPECT_THROW((StraightLine<double, 3>(Nurbs3())), ShapecoreException);
+}
+
+} // namespace
