@@ -64,44 +64,37 @@ void forRandomCurves(unsigned repetitions, Check check)
     }
 }
 
-/// A second way to evaluate: the Bézier points of one span by inserting its ends knot by knot, then de Casteljau, all
-/// in long double.
+/// A second way to evaluate: the Bézier points of a span by polar forms, then de Casteljau, all in long double.
 class BezierReference
 {
 public:
   using Homogeneous = std::array<long double, 4>;
 
-  BezierReference(const NurbsArrays& curve, double u) : degree(curve.degree), knots(curve.knots)
+  /// For the span that counts at u.
+  BezierReference(const NurbsArrays& curve, double u)
   {
-    for (std::size_t i = 0; i < curve.count(); ++i) {
-      const long double w = curve.weights.empty() ? 1.0L : curve.weights[i];
-      const double* p = &curve.points[3 * i];
-      points.push_back({w * p[0], w * p[1], w * p[2], w});
-    }
-    std::size_t span = degree;
-    for (std::size_t k = degree; k < curve.count(); ++k)
-      if (knots[k] < knots[k + 1] && (knots[k] <= u || knots[k] == curve.domainStart())) span = k;
-    start = knots[span];
-    end = knots[span + 1];
-    raise(start, false);
-    raise(end, true);
-    const auto behind = std::upper_bound(knots.begin(), knots.end(), start) - knots.begin();
-    points.erase(points.begin() + behind, points.end());
-    points.erase(points.begin(), points.end() - degree - 1);
+    std::size_t span = curve.degree;
+    for (std::size_t k = span; k < curve.count(); ++k)
+      if (curve.knots[k] < curve.knots[k + 1] && (curve.knots[k] <= u || curve.knots[k] == curve.domainStart()))
+        span = k;
+    start = curve.knots[span];
+    end = curve.knots[span + 1];
+    for (unsigned i = 0; i <= curve.degree; ++i)
+      points.push_back(polarForm(curve, span, i));
   }
 
   double at(double u, unsigned coordinate) const
   {
     const long double t = (static_cast<long double>(u) - start) / (end - start);
     auto triangle = points;
-    for (unsigned level = 1; level <= degree; ++level)
-      for (unsigned i = 0; i + level <= degree; ++i)
+    for (std::size_t size = points.size(); size > 1; --size)
+      for (std::size_t i = 0; i + 1 < size; ++i)
         triangle[i] = mix(triangle[i], triangle[i + 1], t);
     return static_cast<double>(triangle[0][coordinate] / triangle[0][3]);
   }
 
   std::vector<Homogeneous> points; ///< the Bézier points
-  double start, end;               ///< of the span that counts at u
+  double start, end;               ///< of the span
 
 private:
   static Homogeneous mix(const Homogeneous& a, const Homogeneous& b, long double t)
@@ -109,25 +102,22 @@ private:
     return {(1 - t) * a[0] + t * b[0], (1 - t) * a[1] + t * b[1], (1 - t) * a[2] + t * b[2], (1 - t) * a[3] + t * b[3]};
   }
 
-  /// Inserts u until Bézier points end there; from the left when it is the upper end of the span.
-  void raise(double u, bool fromLeft)
+  /// With `ends` arguments at the end of the span and the others at its start.
+  Homogeneous polarForm(const NurbsArrays& curve, std::size_t span, unsigned ends) const
   {
-    while (std::ranges::count(knots, u) < degree) {
-      const auto behind = fromLeft ? std::ranges::lower_bound(knots, u) : std::ranges::upper_bound(knots, u);
-      const auto k = static_cast<std::size_t>(behind - knots.begin()) - 1;
-      auto finer = points;
-      finer.insert(finer.begin() + (behind - knots.begin()) - 1, points[k - 1]);
-      for (std::size_t i = k; i > k - degree; --i) {
-        const long double low = knots[i], high = knots[i + degree];
-        finer[i] = i < points.size() ? mix(points[i - 1], points[i], (u - low) / (high - low)) : points[i - 1];
-      }
-      points = finer;
-      knots.insert(behind, u);
+    std::vector<Homogeneous> triangle;
+    for (std::size_t i = span - curve.degree; i <= span; ++i) {
+      const long double w = curve.weights.empty() ? 1.0L : curve.weights[i];
+      const double* p = &curve.points[3 * i];
+      triangle.push_back({w * p[0], w * p[1], w * p[2], w});
     }
+    for (unsigned level = curve.degree; level > 0; --level)
+      for (unsigned i = 0; i < level; ++i) {
+        const long double low = curve.knots[span + 1 + i - level], high = curve.knots[span + 1 + i];
+        triangle[i] = mix(triangle[i], triangle[i + 1], ((level <= ends ? end : start) - low) / (high - low));
+      }
+    return triangle[0];
   }
-
-  unsigned degree;
-  std::vector<double> knots;
 };
 
 } // namespace Kavrel::Testing

@@ -6,40 +6,25 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
-#include <memory>
+#include <limits>
 
 namespace {
 
 using namespace Kavrel;
 using namespace Kavrel::Testing;
 
-struct Release
+/// Lives in the arrays of the curve.
+PO_IG_NURBS_CRV recordOf(NurbsArrays& curve)
 {
-  void operator()(PO_IG_NURBS_CRV* record) const { PO_IG_NURBS_CRV_free(&record); }
-};
-using OwnedRecord = std::unique_ptr<PO_IG_NURBS_CRV, Release>;
-
-template <class Record>
-Record* allocate(std::size_t count = 1)
-{
-  return static_cast<Record*>(std::calloc(count, sizeof(Record)));
-}
-
-OwnedRecord recordOf(const NurbsArrays& curve)
-{
-  OwnedRecord record(allocate<PO_IG_NURBS_CRV>());
-  record->degree = static_cast<int>(curve.degree);
-  record->controlPointCount = static_cast<int>(curve.count());
-  record->controlPoints = allocate<PO_VEC>(curve.count());
-  for (std::size_t i = 0; i < curve.count(); ++i)
-    record->controlPoints[i] = {curve.points[3 * i], curve.points[3 * i + 1], curve.points[3 * i + 2]};
-  record->knotCount = static_cast<int>(curve.knots.size());
-  record->knots = allocate<double>(curve.knots.size());
-  std::ranges::copy(curve.knots, record->knots);
-  record->weightCount = static_cast<int>(curve.weights.size());
-  record->weights = curve.weights.empty() ? nullptr : allocate<double>(curve.weights.size());
-  std::ranges::copy(curve.weights, record->weights);
-  record->periodical = 1;
+  PO_IG_NURBS_CRV record{};
+  record.degree = static_cast<int>(curve.degree);
+  record.controlPointCount = static_cast<int>(curve.count());
+  record.controlPoints = reinterpret_cast<PO_VEC*>(curve.points.data());
+  record.knotCount = static_cast<int>(curve.knots.size());
+  record.knots = curve.knots.data();
+  record.weightCount = static_cast<int>(curve.weights.size());
+  record.weights = curve.weights.data();
+  record.periodical = 1;
   return record;
 }
 
@@ -52,20 +37,19 @@ void expectNear(const PO_VEC& a, const std::array<double, 3>& b, double toleranc
 
 TEST(NurbsCurveRecord, EveryWayToEvaluateIsThatOfTheCore)
 {
-  forRandomCurves(1, [](const NurbsArrays& curve, RandomGeometry& random) {
-    const OwnedRecord r = recordOf(curve);
+  forRandomCurves(1, [](NurbsArrays curve, RandomGeometry& random) {
+    const PO_IG_NURBS_CRV r = recordOf(curve);
     const double u = random.uniform(curve.domainStart(), curve.domainEnd());
     const auto expected = Nurbs::derivativesAt<4>(curve.view(), u);
     const auto mask = static_cast<int>(random.index(16)), highest = static_cast<int>(random.index(5));
     PO_VEC masked[5] = {}, inPlane[5] = {}, single{};
-    ASSERT_EQ(PO_IG_NURBS_CRV_der(r.get(), masked, u, mask), 1);
-    ASSERT_EQ(Ap1xNurbs_derx_imp(inPlane, highest, u, 2, r->degree, r->controlPointCount, r->knots, r->controlPoints,
-                                 r->weights),
-              1);
+    PO_IG_NURBS_CRV_der(&r, masked, u, mask);
+    Ap1xNurbs_derx_imp(inPlane, highest, u, 2, r.degree, r.controlPointCount, r.knots, r.controlPoints,
+                       curve.view().weights);
     for (int d = 0; d <= 4; ++d) {
       const auto [x, y, z] = expected[static_cast<unsigned>(d)];
       const double tolerance = 1e-12 * (10 + std::abs(x) + std::abs(y) + std::abs(z));
-      ASSERT_EQ(ra_al_DeBoor(&single, d, u, r.get()), 1);
+      ASSERT_EQ(ra_al_DeBoor(&single, d, u, &r), 1);
       expectNear(single, {x, y, z}, tolerance);
       const double isAsked = d == 0 || mask & (1 << (d - 1)), isLow = d <= highest;
       expectNear(masked[d], {isAsked * x, isAsked * y, isAsked * z}, tolerance);
@@ -76,19 +60,20 @@ TEST(NurbsCurveRecord, EveryWayToEvaluateIsThatOfTheCore)
 
 TEST(NurbsCurveRecord, ClampingKeepsTheShape)
 {
-  forRandomCurves(1, [](const NurbsArrays& curve, RandomGeometry&) {
-    const OwnedRecord record = recordOf(curve);
-    ASSERT_EQ(PO_IG_NURBS_CRV_makeClamped(record.get()), 1);
-    ASSERT_EQ(record->periodical, 0);
-    ASSERT_EQ(record->knotMinimum, curve.domainStart());
-    ASSERT_EQ(record->knotMaximum, curve.domainEnd());
-    ASSERT_EQ(record->knots[record->degree], record->knotMinimum);
-    ASSERT_EQ(record->knots[record->controlPointCount], record->knotMaximum);
+  forRandomCurves(1, [](NurbsArrays curve, RandomGeometry&) {
+    const NurbsArrays original = curve;
+    PO_IG_NURBS_CRV record = recordOf(curve);
+    ASSERT_EQ(PO_IG_NURBS_CRV_makeClamped(&record), 1);
+    ASSERT_EQ(record.periodical, 0);
+    ASSERT_EQ(record.knotMinimum, original.domainStart());
+    ASSERT_EQ(record.knotMaximum, original.domainEnd());
+    ASSERT_EQ(record.knots[record.degree], record.knotMinimum);
+    ASSERT_EQ(record.knots[record.controlPointCount], record.knotMaximum);
     for (int j = 0; j <= 20; ++j) {
-      const double u = std::lerp(curve.domainStart(), curve.domainEnd(), j / 20.0);
+      const double u = std::lerp(original.domainStart(), original.domainEnd(), j / 20.0);
       PO_VEC point{};
-      ASSERT_EQ(ra_al_DeBoor(&point, 0, u, record.get()), 1);
-      expectNear(point, Nurbs::pointAt(curve.view(), u), 1e-12);
+      ASSERT_EQ(ra_al_DeBoor(&point, 0, u, &record), 1);
+      expectNear(point, Nurbs::pointAt(original.view(), u), 1e-12);
     }
   });
 }
@@ -109,7 +94,7 @@ TEST(NurbsCurveRecord, BadRecordsAreRefused)
       {"too few points", [](Record& r) { r.controlPointCount = 2, r.knotCount = 5; }, 0},
       {"overflow", [](Record& r) { r.controlPointCount = most, r.knotCount = least + 2; }, 0},
       {"a weight too few", [](Record& r) { --r.weightCount; }, 0},
-      {"no weights", [](Record& r) { std::free(std::exchange(r.weights, nullptr)); }, 0},
+      {"no weights", [](Record& r) { r.weights = nullptr; }, 0},
       {"descending knots", [](Record& r) { std::swap(r.knots[3], r.knots[5]); }, 1},
       {"infinite knot", [](Record& r) { r.knots[7] = infinity; }, 1},
       {"empty domain", [](Record& r) { std::fill_n(r.knots, r.knotCount, 1.0); }, 1},
@@ -118,46 +103,57 @@ TEST(NurbsCurveRecord, BadRecordsAreRefused)
   };
   for (const auto& [what, spoil, countsSuffice] : rows) {
     SCOPED_TRACE(what);
-    const OwnedRecord record = recordOf({2, {0, 0, 0, 1, 2, 3, 3, 3}, std::vector(15, 1.0), std::vector(5, 1.0)});
-    ASSERT_EQ(PO_IG_NURBS_CRV_check(record.get(), 1), 1);
-    spoil(*record);
+    NurbsArrays curve{2, {0, 0, 0, 1, 2, 3, 3, 3}, std::vector(15, 1.0), std::vector(5, 1.0)};
+    PO_IG_NURBS_CRV record = recordOf(curve);
+    ASSERT_EQ(PO_IG_NURBS_CRV_check(&record, 1), 1);
+    spoil(record);
     PO_VEC values[5] = {};
-    EXPECT_EQ(PO_IG_NURBS_CRV_check(record.get(), 1), 0);
-    EXPECT_EQ(PO_IG_NURBS_CRV_check(record.get(), 0), countsSuffice);
-    EXPECT_EQ(PO_IG_NURBS_CRV_makeClamped(record.get()), 0);
-    EXPECT_EQ(ra_al_DeBoor(values, 0, 1.0, record.get()), countsSuffice);
-    EXPECT_EQ(PO_IG_NURBS_CRV_der(record.get(), values, std::nan(""), 15), countsSuffice);
+    EXPECT_EQ(PO_IG_NURBS_CRV_check(&record, 1), 0);
+    EXPECT_EQ(PO_IG_NURBS_CRV_check(&record, 0), countsSuffice);
+    EXPECT_EQ(PO_IG_NURBS_CRV_makeClamped(&record), 0);
+    EXPECT_EQ(ra_al_DeBoor(values, 0, 1.0, &record), countsSuffice);
+    EXPECT_EQ(PO_IG_NURBS_CRV_der(&record, values, std::nan(""), 15), countsSuffice);
   }
+}
+
+template <class Record>
+Record* allocate(std::size_t count = 1)
+{
+  return static_cast<Record*>(std::calloc(count, sizeof(Record)));
+}
+
+PO_IG_EDG* edgeOf(int kind, void* curve)
+{
+  auto* edge = allocate<PO_IG_EDG>();
+  edge->kind = kind;
+  edge->curve = curve;
+  edge->matrix = allocate<PO_IG_MAT>();
+  return edge;
 }
 
 // The leak check of the sanitizer build looks at what is left.
 TEST(EdgeRecord, FreeReleasesNestedComposites)
 {
-  const auto edgeOf = [](int kind, void* curve) {
-    PO_IG_EDG* edge = allocate<PO_IG_EDG>();
-    edge->kind = kind;
-    edge->curve = curve;
-    edge->matrix = allocate<PO_IG_MAT>();
-    return edge;
-  };
   auto* poly = allocate<PO_IG_POLY>();
   poly->points = allocate<PO_VEC>(3);
   auto* polygon = allocate<PO_IG_GE_CURVE>();
   polygon->points = allocate<PO_VEC>(3);
   polygon->normals = allocate<PO_VEC>(3);
-  PO_IG_EDG* edge = edgeOf(PO_IG_EDG_NURBS, recordOf({1, {0, 0, 1, 1}, {0, 0, 0, 1, 0, 0}, {1, 1}}).release());
+  auto* nurbs = allocate<PO_IG_NURBS_CRV>();
+  nurbs->knots = allocate<double>(4);
+  nurbs->weights = allocate<double>(2);
+  nurbs->controlPoints = allocate<PO_VEC>(2);
+  PO_IG_EDG* edge = edgeOf(PO_IG_EDG_EMPTY, nullptr);
   for (PO_IG_EDG* other : {edgeOf(PO_IG_EDG_POLY, poly), edgeOf(PO_IG_EDG_GE_CURVE, polygon),
-                           edgeOf(PO_IG_EDG_CIRCLE, allocate<PO_IG_CIRCLE>()), edgeOf(PO_IG_EDG_EMPTY, nullptr)}) {
+                           edgeOf(PO_IG_EDG_NURBS, nurbs), edgeOf(PO_IG_EDG_LINE, allocate<PO_IG_LINE>())}) {
     auto* composite = allocate<PO_IG_COMP_CRV>();
-    composite->count = 2;
     composite->members = allocate<PO_IG_EDG*>(2);
-    composite->members[0] = other;
-    composite->members[1] = edge;
+    composite->members[composite->count++] = other;
+    composite->members[composite->count++] = edge;
     edge = edgeOf(PO_IG_EDG_COMPOSITE, composite);
   }
   PO_IG_EDG_free(&edge);
   EXPECT_EQ(edge, nullptr);
-  PO_IG_EDG_free(&edge);
 }
 
 } // namespace

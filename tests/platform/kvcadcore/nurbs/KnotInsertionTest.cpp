@@ -66,7 +66,7 @@ TEST(KnotInsertion, InsertedKnotsKeepTheCurve)
   });
 }
 
-TEST(KnotInsertion, BezierPointsAgreeWithRepeatedInsertion)
+TEST(KnotInsertion, BezierPointsAgreeWithPolarForms)
 {
   forRandomCurves(1, [](const NurbsArrays& curve, RandomGeometry& random) {
     const double u = random.uniform(curve.domainStart(), curve.domainEnd());
