@@ -33,8 +33,10 @@ CurveDerivatives<dim, order> evaluate(const CurveView<Scalar, dim>& curve, std::
   double weight[order + 1] = {};
   if (weights)
     for (unsigned d = 0; d <= order; ++d)
-      for (unsigned j = 0; j <= degree; ++j)
-        weight[d] += rows[d][j] *= weights[j];
+      for (unsigned j = 0; j <= degree; ++j) {
+        rows[d][j] *= weights[j];
+        weight[d] += rows[d][j];
+      }
 
   CurveDerivatives<dim, order> values{};
   for (unsigned d = 0; d <= order; ++d)
