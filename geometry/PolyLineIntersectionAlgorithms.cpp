@@ -1,5 +1,8 @@
 #include "geometry/PolyLineIntersectionAlgorithms.h"
 
+#include "geometry/BoundingVolumeHierarchy/Intersection.h"
+#include "geometry/BoundingVolumeHierarchy/SegmentPoint.h"
+#include "geometry/BoundingVolumeHierarchy/SegmentRuns.h"
 #include "geometry/StraightLine.h"
 
 #include <boost/container_hash/hash.hpp>
@@ -87,9 +90,17 @@ const typename PolyLineIntersectionAlgorithms<P>::SearchTree*
 PolyLineIntersectionAlgorithms<P>::createOrFindSearchTree(const Line& polyline, bool refresh)
 {
   if (polyline.numberOfPoints() < 2) return nullptr;
+  auto& tree = searchTrees[createSearchTreeKey(polyline)];
+  if (!tree || refresh) tree.emplace(polyline, maxLeafSize);
+  return &*tree;
+}
+
+template <class P>
+bool PolyLineIntersectionAlgorithms<P>::isNewToSearch(const Line& polyline, bool refresh)
+{
   const auto [entry, isNew] = searchTrees.try_emplace(createSearchTreeKey(polyline));
-  if (isNew || refresh) entry->second = SearchTree(polyline, maxLeafSize);
-  return &entry->second;
+  if (refresh) entry->second.reset();
+  return isNew || refresh;
 }
 
 template <class P>
@@ -128,23 +139,32 @@ bool PolyLineIntersectionAlgorithms<P>::calculateIntersectionsXYGeneralCase(
     std::vector<unsigned>* segmentsA, std::vector<unsigned>* segmentsB, bool checkInvalid)
 {
   if (a.empty() || b.empty() || !(tolerance >= 0)) return false;
-  const bool withIndices = segmentsA && segmentsB;
-  if (withIndices && (a.getOriginalSizes().size() > 1 || b.getOriginalSizes().size() > 1)) return false;
+  const bool areSeveral = a.getOriginalSizes().size() > 1 || b.getOriginalSizes().size() > 1;
+  if (segmentsA && segmentsB && areSeveral) return false;
 
-  using Entry = typename SearchTree::SegmentIntersection;
   std::vector<Entry> list;
   a.intersectXY(b, list, firstOnly, tolerance);
+  if (checkInvalid)
+    std::erase_if(list, [&](const Entry& entry) { return invalidPolylinesIntersection(a, b, entry).value_or(false); });
+  appendInOrder(list, points, filtered, segmentsA, segmentsB);
+  return true;
+}
+
+template <class P>
+void PolyLineIntersectionAlgorithms<P>::appendInOrder(std::vector<Entry>& list, std::vector<P>& points, bool filtered,
+                                                      std::vector<unsigned>* segmentsA,
+                                                      std::vector<unsigned>* segmentsB)
+{
   std::sort(list.begin(), list.end(), [](const Entry& p, const Entry& q) {
     return std::tie(p.indexThis, p.indexOther) < std::tie(q.indexThis, q.indexOther);
   });
-
+  const bool withIndices = segmentsA && segmentsB;
   reserveMore(points, list.size());
   if (withIndices) {
     reserveMore(*segmentsA, list.size());
     reserveMore(*segmentsB, list.size());
   }
   for (const Entry& entry : list) {
-    if (checkInvalid && invalidPolylinesIntersection(a, b, entry).value_or(false)) continue;
     if (filtered && !points.empty() && haveEqualCoordinates(entry.point, points.back())) continue;
     points.push_back(entry.point);
     if (!withIndices) continue;
@@ -152,7 +172,23 @@ bool PolyLineIntersectionAlgorithms<P>::calculateIntersectionsXYGeneralCase(
     segmentsB->push_back(static_cast<unsigned>(entry.indexOther));
   }
   if (filtered && points.size() > 1 && haveEqualCoordinates(points.back(), points.front())) points.pop_back();
-  return true;
+}
+
+template <class P>
+std::vector<typename PolyLineIntersectionAlgorithms<P>::Entry>
+PolyLineIntersectionAlgorithms<P>::crossOnce(const Line& a, const Line& b, bool firstOnly, double tolerance)
+{
+  using BoundingVolumeHierarchy::SegmentRuns;
+  std::vector<Entry> list;
+  SegmentRuns(a, tolerance).visitMeetingPairs(SegmentRuns(b, tolerance), [&](std::size_t i, std::size_t j) {
+    const Segment<P> onA = a.getSegment(i);
+    BoundingVolumeHierarchy::IntersectionQueryResult<Segment<P>, Segment<P>> hit;
+    if (!BoundingVolumeHierarchy::intersectXY(onA, b.getSegment(j), hit, tolerance)) return false;
+    const P point = BoundingVolumeHierarchy::pointOn(onA, hit.firstParameter);
+    list.push_back({hit.firstParameter, i, hit.secondParameter, j, point});
+    return firstOnly;
+  });
+  return list;
 }
 
 template <class P>
@@ -161,11 +197,18 @@ bool PolyLineIntersectionAlgorithms<P>::crossPolyLines(const Line& a, const Line
                                                        std::vector<unsigned>* segmentsA,
                                                        std::vector<unsigned>* segmentsB)
 {
-  const SearchTree* const treeA = createOrFindSearchTree(a, refresh);
-  if (!treeA) return false;
-  const SearchTree* const treeB = createOrFindSearchTree(b, refresh);
-  return treeB && calculateIntersectionsXYGeneralCase(*treeA, *treeB, points, filtered, tolerance, firstOnly, segmentsA,
-                                                      segmentsB, false);
+  if (a.numberOfPoints() < 2) return false;
+  const bool isNewA = isNewToSearch(a, refresh);
+  if (b.numberOfPoints() < 2) return false;
+  const bool isNewB = isNewToSearch(b, refresh);
+  if (!(tolerance >= 0)) return false;
+  if (!isNewA || !isNewB)
+    return calculateIntersectionsXYGeneralCase(*createOrFindSearchTree(a, false), *createOrFindSearchTree(b, false),
+                                               points, filtered, tolerance, firstOnly, segmentsA, segmentsB, false);
+  // Trees take several times as long as their first answer.
+  auto list = crossOnce(a, b, firstOnly, tolerance);
+  appendInOrder(list, points, filtered, segmentsA, segmentsB);
+  return true;
 }
 
 template <class P>

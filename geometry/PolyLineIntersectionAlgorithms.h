@@ -24,7 +24,8 @@ namespace Kavrel {
 /// directions, an area) count as parallel and don't cross, so lines with segments shorter than about 1e-3 need scaling.
 /// Lists are extended, never cleared.
 ///
-/// An object keeps a search tree for each polyline that it has seen, so that a caller who asks often pays for it once.
+/// An object keeps a search tree for each polyline that it has seen, so that a caller who asks often pays for it once;
+/// two polylines that are both new to it are crossed without, and get theirs with the next question.
 /// The trees borrow their polylines: these must outlive the object, or its next clear(). A polyline that was changed in
 /// place needs resetPolyLine() or `refresh`. The static operations may run side by side; the others change the object.
 template <class P>
@@ -164,17 +165,24 @@ private:
     std::size_t operator()(const Key& key) const;
   };
 
+  using Entry = typename SearchTree::SegmentIntersection;
+
   static Key createSearchTreeKey(const Line& polyline);
   const SearchTree* createOrFindSearchTree(const Line& polyline, bool refresh);
+  /// Notes the polyline, without a tree, and tells whether it has none to use.
+  bool isNewToSearch(const Line& polyline, bool refresh);
+
   bool crossPolyLines(const Line& a, const Line& b, std::vector<P>& points, bool filtered, bool refresh,
                       double tolerance, bool firstOnly, std::vector<unsigned>* segmentsA,
                       std::vector<unsigned>* segmentsB);
+  static std::vector<Entry> crossOnce(const Line& a, const Line& b, bool firstOnly, double tolerance);
+  static void appendInOrder(std::vector<Entry>& list, std::vector<P>& points, bool filtered,
+                            std::vector<unsigned>* segmentsA, std::vector<unsigned>* segmentsB);
 
   static std::optional<bool> lessOneSegmentPolyline(const SearchTree& tree, std::size_t index);
-  static std::optional<bool> invalidPolylinesIntersection(const SearchTree& a, const SearchTree& b,
-                                                          const typename SearchTree::SegmentIntersection& entry);
+  static std::optional<bool> invalidPolylinesIntersection(const SearchTree& a, const SearchTree& b, const Entry& entry);
 
-  std::unordered_map<Key, SearchTree, KeyHash> searchTrees;
+  std::unordered_map<Key, std::optional<SearchTree>, KeyHash> searchTrees;
 };
 
 #define KV_EXTERN(...) extern template class PolyLineIntersectionAlgorithms<__VA_ARGS__>;

@@ -2,7 +2,6 @@
 #include "geometry/PolyLineIntersectionAlgorithms.h"
 
 #include <algorithm>
-#include <tuple>
 #include <utility>
 
 namespace Kavrel {
@@ -13,11 +12,28 @@ using BoundingVolumeHierarchy::SegmentRuns;
 
 bool isInRange(double t) { return t >= -1e-6 && t <= 1.000001; }
 
-/// A pair of segments that cross; `later` begins after `earlier` in a sweep along x.
+/// A segment by where it begins in a sweep along x, at equal x by its index.
+struct SweptSegment
+{
+  friend bool operator==(const SweptSegment& a, const SweptSegment& b) { return a.index == b.index; }
+  friend bool operator<(const SweptSegment& a, const SweptSegment& b)
+  {
+    return a.x != b.x ? a.x < b.x : a.index < b.index;
+  }
+
+  double x;
+  std::size_t index;
+};
+
 struct CrossingPair
 {
-  std::size_t later;
-  std::size_t earlier;
+  friend bool operator<(const CrossingPair& a, const CrossingPair& b)
+  {
+    return a.later == b.later ? a.earlier < b.earlier : a.later < b.later;
+  }
+
+  SweptSegment later;
+  SweptSegment earlier;
 };
 
 /// The crossings of a polyline with itself. What a sweep along x with a list of active segments tests are the pairs of
@@ -42,55 +58,52 @@ public:
       pairs.push_back(pair);
       return false;
     });
-    std::sort(pairs.begin(), pairs.end(), [this](const CrossingPair& a, const CrossingPair& b) {
-      return a.later != b.later ? beginsBefore(a.later, b.later) : beginsBefore(a.earlier, b.earlier);
-    });
+    std::sort(pairs.begin(), pairs.end());
     return pairs;
   }
 
   /// The segments that cross an earlier one, each once.
-  std::vector<std::size_t> laterSegments() const
+  std::vector<SweptSegment> laterSegments() const
   {
-    std::vector<std::size_t> segments;
+    std::vector<SweptSegment> segments;
     std::vector<bool> isListed(runs.numberOfSegments());
     visitCandidates([&](const CrossingPair& pair) {
-      if (isListed[pair.later] || !cross(pair)) return false;
-      isListed[pair.later] = true;
+      if (isListed[pair.later.index] || !cross(pair)) return false;
+      isListed[pair.later.index] = true;
       segments.push_back(pair.later);
       return false;
     });
-    std::sort(segments.begin(), segments.end(), [this](std::size_t a, std::size_t b) { return beginsBefore(a, b); });
+    std::sort(segments.begin(), segments.end());
     return segments;
   }
 
 private:
-  bool beginsBefore(std::size_t a, std::size_t b) const
-  {
-    const double xA = std::min(runs.start(a).x(), runs.end(a).x());
-    const double xB = std::min(runs.start(b).x(), runs.end(b).x());
-    return xA != xB ? xA < xB : a < b;
-  }
-
   /// Whether the segments share a vertex, i < j.
   bool areNeighbours(std::size_t i, std::size_t j) const { return j == i + 1 || (i == 0 && j + 1 == pointCount); }
 
   bool cross(const CrossingPair& pair) const
   {
     using Planar = Point<double, 2>;
-    const Planar ends[] = {runs.start(pair.later), runs.end(pair.later), runs.start(pair.earlier),
-                           runs.end(pair.earlier)};
+    const std::size_t s = pair.later.index, c = pair.earlier.index;
+    const Planar ends[] = {runs.start(s), runs.end(s), runs.start(c), runs.end(c)};
     const Segment<Planar> other(ends + 2, ends + 3);
     double u = 0.0, v = 0.0;
     Planar point;
     return Segment<Planar>(ends, ends + 1).checkIntersectionXY(&other, u, v, point) && isInRange(u) && isInRange(v);
   }
 
+  /// Pairs whose closed boxes meet exactly and that share no vertex.
   template <class Visit>
   bool visitCandidates(const Visit& visit) const
   {
     return runs.visitMeetingPairs([&](std::size_t i, std::size_t j) {
-      if (areNeighbours(i, j)) return false;
-      return visit(beginsBefore(i, j) ? CrossingPair{j, i} : CrossingPair{i, j});
+      const auto [lowI, highI] = std::minmax(runs.start(i).x(), runs.end(i).x());
+      const auto [lowJ, highJ] = std::minmax(runs.start(j).x(), runs.end(j).x());
+      const auto [bottomI, topI] = std::minmax(runs.start(i).y(), runs.end(i).y());
+      const auto [bottomJ, topJ] = std::minmax(runs.start(j).y(), runs.end(j).y());
+      if (!(lowI <= highJ && lowJ <= highI && bottomI <= topJ && bottomJ <= topI) || areNeighbours(i, j)) return false;
+      const SweptSegment first{lowI, i}, second{lowJ, j};
+      return visit(first < second ? CrossingPair{second, first} : CrossingPair{first, second});
     });
   }
 
@@ -116,7 +129,8 @@ bool PolyLineIntersectionAlgorithms<P>::isSelfIntersecting(const Line& polyline,
   const SelfCrossings crossings(polyline);
   if (!list) return crossings.any();
   const auto segments = crossings.laterSegments();
-  list->insert(list->end(), segments.begin(), segments.end());
+  for (const auto& segment : segments)
+    list->push_back(segment.index);
   return !list->empty();
 }
 
@@ -137,10 +151,10 @@ std::shared_ptr<std::vector<P>> PolyLineIntersectionAlgorithms<P>::getSelfInters
   const auto pairs = SelfCrossings(polyline).all();
   points->reserve(pairs.size());
   for (const CrossingPair& pair : pairs) {
-    const Segment<P> other = polyline.getSegment(pair.earlier);
+    const Segment<P> other = polyline.getSegment(pair.earlier.index);
     double u = 0.0, v = 0.0;
     P point;
-    polyline.getSegment(pair.later).checkIntersectionXY(&other, u, v, point);
+    polyline.getSegment(pair.later.index).checkIntersectionXY(&other, u, v, point);
     points->push_back(point);
   }
   return points;

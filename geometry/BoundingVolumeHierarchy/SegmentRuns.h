@@ -1,159 +1,207 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/Lanes.h"
 #include "geometry/PolyLine.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstddef>
 #include <limits>
+#include <utility>
 #include <vector>
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
-/// Boxes in x and y around runs of consecutive segments of a polyline, each run twice as long as those of the level
-/// below. As a polyline stays near itself for a while, this index needs no sorting: it costs little more than a copy of
-/// the points. For questions that are asked once.
+/// Boxes in x and y around runs of consecutive segments of a polyline, some runs of one level making one of the next.
+/// As a polyline stays near itself for a while, this index needs no sorting: it costs little more than a copy of the
+/// points. For questions that are asked once.
 class SegmentRuns
 {
 public:
   using Position = Vector<double, 2>;
 
-  struct Box
-  {
-    static constexpr double infinity = std::numeric_limits<double>::infinity();
-
-    /// A coordinate that is not a number is left out.
-    void add(const Position& p)
-    {
-      lowX = std::min(lowX, p.x());
-      lowY = std::min(lowY, p.y());
-      highX = std::max(highX, p.x());
-      highY = std::max(highY, p.y());
-    }
-    void add(const Box& other)
-    {
-      lowX = std::min(lowX, other.lowX);
-      lowY = std::min(lowY, other.lowY);
-      highX = std::max(highX, other.highX);
-      highY = std::max(highY, other.highY);
-    }
-    /// Touching counts.
-    bool meets(const Box& other) const
-    {
-      return lowX <= other.highX && other.lowX <= highX && lowY <= other.highY && other.lowY <= highY;
-    }
-
-    double lowX = infinity, lowY = infinity;
-    double highX = -infinity, highY = -infinity;
-  };
-
+  /// Segments count as prolonged at both ends by \p prolongation times their extent.
   template <class P>
-  explicit SegmentRuns(const PolyLine<P>& line) : segmentCount(line.numberOfSegments())
+  explicit SegmentRuns(const PolyLine<P>& line, double prolongation = 0.0) : segmentCount(line.numberOfSegments())
   {
     points.reserve(segmentCount + 1);
     for (const P& p : line)
       points.emplace_back(p[0], p[1]);
     if (line.isClosed() && !points.empty()) points.push_back(points.front());
-    build();
+    makeLevels(prolongation);
   }
 
   std::size_t numberOfSegments() const { return segmentCount; }
   const Position& start(std::size_t segment) const { return points[segment]; }
   const Position& end(std::size_t segment) const { return points[segment + 1]; }
 
-  Box boxOf(std::size_t segment) const
-  {
-    Box box;
-    box.add(points[segment]);
-    box.add(points[segment + 1]);
-    return box;
-  }
-
-  /// `visit(i, j)` for the pairs i < j of segments whose boxes meet, until it gives true. Whether it did.
+  /// `visit(i, j)` for the pairs i < j of segments whose boxes meet or almost do, until it gives true. Whether it did.
   template <class Visit>
   bool visitMeetingPairs(const Visit& visit) const
   {
-    return segmentCount > 0 && visitWithin(levels.size() - 1, 0, visit);
+    return segmentCount > 0 && visitWithin({levels.size() - 1, 0}, visit);
+  }
+
+  /// The same for a segment of this line and one of another.
+  template <class Visit>
+  bool visitMeetingPairs(const SegmentRuns& other, const Visit& visit) const
+  {
+    if (segmentCount == 0 || other.segmentCount == 0) return false;
+    const Group top{levels.size() - 1, 0}, topOfOther{other.levels.size() - 1, 0};
+    return visitBetween(top, at(top).around(), other, topOfOther, other.at(topOfOther).around(), visit);
   }
 
 private:
-  static constexpr std::size_t leafSize = 8;
+  static constexpr std::size_t width = 8; // boxes side by side, a multiple of the lanes
+  static constexpr float infinity = std::numeric_limits<float>::infinity();
 
-  void build()
+  /// Rounding to single precision keeps the order of numbers, so boxes that meet still do.
+  struct Box
   {
-    std::vector<Box> boxes((segmentCount + leafSize - 1) / leafSize);
-    for (std::size_t i = 0; i < boxes.size(); ++i)
-      for (std::size_t k = i * leafSize; k <= endOf(i); ++k)
-        boxes[i].add(points[k]);
-    while (boxes.size() > 1) {
-      std::vector<Box> next((boxes.size() + 1) / 2);
-      for (std::size_t i = 0; i < boxes.size(); ++i)
-        next[i / 2].add(boxes[i]);
-      levels.push_back(std::move(boxes));
-      boxes = std::move(next);
+    float lowX = infinity, lowY = infinity;
+    float highX = -infinity, highY = -infinity;
+  };
+
+  /// The boxes of consecutive segments or runs. Unused ones are empty.
+  struct Boxes
+  {
+    Boxes()
+    {
+      std::fill_n(lowX, width, infinity);
+      std::fill_n(lowY, width, infinity);
+      std::fill_n(highX, width, -infinity);
+      std::fill_n(highY, width, -infinity);
     }
-    levels.push_back(std::move(boxes));
+
+    void set(std::size_t i, const Box& box)
+    {
+      lowX[i] = box.lowX, lowY[i] = box.lowY;
+      highX[i] = box.highX, highY[i] = box.highY;
+    }
+    Box get(std::size_t i) const { return {lowX[i], lowY[i], highX[i], highY[i]}; }
+
+    Box around() const
+    {
+      Box box;
+      for (std::size_t i = 0; i < width; ++i) {
+        box.lowX = std::min(box.lowX, lowX[i]);
+        box.lowY = std::min(box.lowY, lowY[i]);
+        box.highX = std::max(box.highX, highX[i]);
+        box.highY = std::max(box.highY, highY[i]);
+      }
+      return box;
+    }
+
+    /// Those that meet a box, one bit each.
+    unsigned meeting(const Box& box) const
+    {
+      unsigned set = 0;
+      for (std::size_t i = 0; i < width; i += 4) {
+        const auto inX =
+            (Lanes::load(lowX + i) <= Lanes::all(box.highX)) & (Lanes::all(box.lowX) <= Lanes::load(highX + i));
+        const auto inY =
+            (Lanes::load(lowY + i) <= Lanes::all(box.highY)) & (Lanes::all(box.lowY) <= Lanes::load(highY + i));
+        set |= Lanes::bits(inX & inY) << i;
+      }
+      return set;
+    }
+
+    float lowX[width], lowY[width], highX[width], highY[width];
+  };
+
+  /// Consecutive segments on level 0, runs of the level below on others.
+  struct Group
+  {
+    Group part(std::size_t i) const { return {level - 1, index * width + i}; }
+
+    std::size_t level;
+    std::size_t index;
+  };
+
+  static std::pair<float, float> span(double a, double b, double prolongation)
+  {
+    const double low = std::min(a, b), high = std::max(a, b);
+    const double margin = high > low ? prolongation * (high - low) : 0.0;
+    return {static_cast<float>(low - margin), static_cast<float>(high + margin)};
   }
 
-  std::size_t endOf(std::size_t leaf) const { return std::min((leaf + 1) * leafSize, segmentCount); }
-
-  /// Pairs of segments of one run.
-  template <class Visit>
-  bool visitWithin(std::size_t level, std::size_t run, const Visit& visit) const
+  void makeLevels(double prolongation)
   {
-    if (level == 0) return visitWithinLeaf(run, visit);
-    const std::size_t left = 2 * run, right = left + 1;
-    if (visitWithin(level - 1, left, visit)) return true;
-    if (right == levels[level - 1].size()) return false;
-    return visitWithin(level - 1, right, visit) || visitBetween(level - 1, left, right, visit);
+    levels.emplace_back((segmentCount + width - 1) / width);
+    for (std::size_t i = 0; i < segmentCount; ++i) {
+      const auto [lowX, highX] = span(start(i).x(), end(i).x(), prolongation);
+      const auto [lowY, highY] = span(start(i).y(), end(i).y(), prolongation);
+      levels[0][i / width].set(i % width, {lowX, lowY, highX, highY});
+    }
+    while (levels.back().size() > 1) {
+      const auto& last = levels.back();
+      std::vector<Boxes> next((last.size() + width - 1) / width);
+      for (std::size_t i = 0; i < last.size(); ++i)
+        next[i / width].set(i % width, last[i].around());
+      levels.push_back(std::move(next));
+    }
   }
 
-  /// Pairs of one segment of each of two runs.
+  const Boxes& at(Group group) const { return levels[group.level][group.index]; }
+
+  /// `visit(i)` for each bit i that is set, until it gives true.
   template <class Visit>
-  bool visitBetween(std::size_t level, std::size_t a, std::size_t b, const Visit& visit) const
+  static bool forEachBit(unsigned set, const Visit& visit)
   {
-    if (!levels[level][a].meets(levels[level][b])) return false;
-    if (level == 0) return visitBetweenLeaves(a, b, visit);
-    const std::size_t count = levels[level - 1].size();
-    for (std::size_t i = 2 * a; i < std::min(2 * a + 2, count); ++i)
-      for (std::size_t j = 2 * b; j < std::min(2 * b + 2, count); ++j)
-        if (visitBetween(level - 1, i, j, visit)) return true;
+    for (; set != 0; set &= set - 1)
+      if (visit(static_cast<std::size_t>(std::countr_zero(set)))) return true;
     return false;
   }
 
+  /// Pairs of segments of one group.
   template <class Visit>
-  bool visitWithinLeaf(std::size_t leaf, const Visit& visit) const
+  bool visitWithin(Group group, const Visit& visit) const
   {
-    for (std::size_t i = leaf * leafSize; i < endOf(leaf); ++i) {
-      const Box box = boxOf(i);
-      for (std::size_t j = i + 1; j < endOf(leaf); ++j)
-        if (box.meets(boxOf(j)) && visit(i, j)) return true;
-    }
-    return false;
+    const Boxes& boxes = at(group);
+    return forEachBit((1U << width) - 1, [&](std::size_t i) {
+      const Box box = boxes.get(i);
+      if (!(box.lowX <= box.highX)) return false;
+      if (group.level > 0 && visitWithin(group.part(i), visit)) return true;
+      return forEachBit(boxes.meeting(box) >> (i + 1) << (i + 1),
+                        [&](std::size_t j) { return visitPair(group, i, box, *this, group, j, boxes.get(j), visit); });
+    });
   }
 
+  /// Pairs of a segment of a group of this line and one of a group of the other. The boxes around the groups meet.
   template <class Visit>
-  bool visitBetweenLeaves(std::size_t a, std::size_t b, const Visit& visit) const
+  bool visitBetween(Group a, const Box& boxA, const SegmentRuns& other, Group b, const Box& boxB,
+                    const Visit& visit) const
   {
-    std::size_t near[leafSize];
-    Box nearBoxes[leafSize];
-    std::size_t count = 0;
-    for (std::size_t j = b * leafSize; j < endOf(b); ++j) {
-      nearBoxes[count] = boxOf(j);
-      near[count] = j;
-      count += nearBoxes[count].meets(levels[0][a]) ? 1 : 0;
-    }
-    for (std::size_t i = a * leafSize; i < endOf(a); ++i) {
-      const Box box = boxOf(i);
-      if (!box.meets(levels[0][b])) continue;
-      for (std::size_t j = 0; j < count; ++j)
-        if (box.meets(nearBoxes[j]) && visit(i, near[j])) return true;
-    }
-    return false;
+    const Boxes& boxesA = at(a);
+    const Boxes& boxesB = other.at(b);
+    const unsigned nearA = boxesA.meeting(boxB);
+    if (a.level > b.level)
+      return forEachBit(nearA,
+                        [&](std::size_t i) { return visitBetween(a.part(i), boxesA.get(i), other, b, boxB, visit); });
+    const unsigned nearB = boxesB.meeting(boxA);
+    if (b.level > a.level)
+      return forEachBit(nearB,
+                        [&](std::size_t j) { return visitBetween(a, boxA, other, b.part(j), boxesB.get(j), visit); });
+    if (nearB == 0) return false;
+    return forEachBit(nearA, [&](std::size_t i) {
+      const Box box = boxesA.get(i);
+      return forEachBit(boxesB.meeting(box) & nearB,
+                        [&](std::size_t j) { return visitPair(a, i, box, other, b, j, boxesB.get(j), visit); });
+    });
+  }
+
+  /// What the i-th and the j-th box of two groups on one level stand for.
+  template <class Visit>
+  bool visitPair(Group a, std::size_t i, const Box& boxA, const SegmentRuns& other, Group b, std::size_t j,
+                 const Box& boxB, const Visit& visit) const
+  {
+    if (a.level == 0) return visit(a.index * width + i, b.index * width + j);
+    return visitBetween(a.part(i), boxA, other, b.part(j), boxB, visit);
   }
 
   std::size_t segmentCount;
   std::vector<Position> points;
-  std::vector<std::vector<Box>> levels;
+  std::vector<std::vector<Boxes>> levels;
 };
 
 } // namespace Kavrel::BoundingVolumeHierarchy
