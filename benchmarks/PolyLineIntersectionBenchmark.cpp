@@ -44,9 +44,10 @@ void growingWalks(benchmark::internal::Benchmark* row)
   row->ArgsProduct({{jagged, smooth}, {walkSteps, 10 * walkSteps}})->Unit(benchmark::kMillisecond);
 }
 
-void allWalks(benchmark::internal::Benchmark* row)
+/// Not the jagged walk, on which GEOS takes half a minute.
+void tameWalks(benchmark::internal::Benchmark* row)
 {
-  row->ArgsProduct({{jagged, smooth, spiral}, {walkSteps}})->Unit(benchmark::kMillisecond);
+  row->ArgsProduct({{smooth, spiral}, {walkSteps}})->Unit(benchmark::kMillisecond);
 }
 
 void allGrowingWalks(benchmark::internal::Benchmark* row)
@@ -201,7 +202,7 @@ void boostIsSimple(benchmark::State& state)
 BENCHMARK_CAPTURE(geosCrossings, query, false)->Name("crossings/GEOS")->Apply(twoWalks);
 BENCHMARK_CAPTURE(geosCrossings, build, true)->Name("crossings, asked once/GEOS")->Apply(twoWalks);
 BENCHMARK(boostCrossings)->Name("crossings, asked once/Boost")->Apply(twoWalks);
-BENCHMARK_CAPTURE(geosIsSimple, all, true)->Name("self-crossings/GEOS")->Apply(allWalks);
+BENCHMARK_CAPTURE(geosIsSimple, all, true)->Name("self-crossings/GEOS")->Apply(tameWalks);
 BENCHMARK_CAPTURE(geosIsSimple, any, false)
     ->Name("is simple/GEOS")
     ->Args({spiral, walkSteps})
