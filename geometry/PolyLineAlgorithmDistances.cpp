@@ -1,3 +1,4 @@
+#include "geometry/NormalBlend.h"
 #include "geometry/PolyLineAlgorithm.h"
 #include "geometry/PolyLineExactNearest.h"
 #include "geometry/PolyLineWithNormals.h"
@@ -165,33 +166,21 @@ double PolyLineAlgorithm::maxDistBetweenPolygons(const PolyLine<P>& a, const Pol
   return std::max(maxDistToPolygon(a, b), maxDistToPolygon(b, a));
 }
 
-template <OneOf<Point<double, 3>, Point3N> P>
-std::shared_ptr<std::vector<Vector<double, 3>>> PolyLineAlgorithm::calculateDifference(const PolyLine<P>& a,
-                                                                                       const PolyLine<P>& b)
-{
-  auto differences = std::make_shared<std::vector<Vector<double, 3>>>();
-  differences->reserve(a.numberOfPoints());
-  for (const P& point : a) {
-    const int index = getNearestSegment(b, point, false);
-    P target(point);
-    if (index >= 0) b.getSegment(static_cast<std::size_t>(index)).projectPoint(point, target, nullptr);
-    differences->push_back(target - point);
-  }
-  return differences;
-}
-
 template <OneOf<Point3N, Point3NT> P>
 double PolyLineAlgorithm::maxNormalDeviationBetweenTwoPolygons(const PolyLine<P>& a, const PolyLine<P>& b,
                                                                double maxDistance)
 {
   if (!PolyLineWithNormals::allPointsHaveNormals(a) || !PolyLineWithNormals::allPointsHaveNormals(b)) return largest;
+  const PolyLineNearest::ManyNearest<P> nearest(b, 2 * a.numberOfPoints());
   double deviation = 0.0;
   for (const P& point : a) {
     double u = 0.0;
     std::size_t segment = 0;
-    if (!(b.dist(point, u, segment) <= maxDistance)) return largest;
+    if (!(std::sqrt(nearest.sqrDist(point, u, segment)) <= maxDistance)) return largest;
+    // As calculateNormalAtPosition() does it: the place found is looked up again.
+    nearest.sqrDist(positionOn(b, segment, u), u, segment);
     Vector<double, 3> normal = point.getNormal();
-    Vector<double, 3> other = PolyLineWithNormals::calculateNormalAtPosition(b, positionOn(b, segment, u), 0.0);
+    Vector<double, 3> other = blendOfNormals(b[segment], b[b.getNextPointIndex(segment)], u);
     if (!normal.normalize(unitEps) || !other.normalize(unitEps)) return largest;
     deviation = std::max(deviation, std::acos(std::clamp(normal.dot(other), -1.0, 1.0)));
   }
@@ -207,9 +196,6 @@ double PolyLineAlgorithm::maxNormalDeviation(const PolyLine<P>& a, const PolyLin
 
 #define KV_INSTANTIATE(...) KV_POLYLINE_DISTANCES(template KVSHAPES_EXPORT, __VA_ARGS__)
 KV_FOR_EACH_POLYLINE_POINT(KV_INSTANTIATE)
-#undef KV_INSTANTIATE
-#define KV_INSTANTIATE(...) KV_POLYLINE_DIFFERENCE(template KVSHAPES_EXPORT, __VA_ARGS__)
-KV_FOR_EACH_SPATIAL_MEASURE_POINT(KV_INSTANTIATE)
 #undef KV_INSTANTIATE
 #define KV_INSTANTIATE(...) KV_POLYLINE_NORMAL_DEVIATION(template KVSHAPES_EXPORT, __VA_ARGS__)
 KV_FOR_EACH_NORMAL_DEVIATION_POINT(KV_INSTANTIATE)

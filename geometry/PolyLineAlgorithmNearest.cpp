@@ -1,5 +1,7 @@
 #include "geometry/PolyLineAlgorithm.h"
+#include "geometry/PolyLineExactNearest.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <optional>
@@ -8,30 +10,87 @@ namespace Kavrel {
 
 namespace {
 
+namespace Bvh = BoundingVolumeHierarchy;
+
 constexpr double sqrProximity = 1e-5;    // to an end of a segment, strictly below: the distance is 0
 constexpr double leastSqrNormal = 1e-24; // strictly below: no normal to look along
 
 /// The segment of least squared distance so far, the first among equals.
-struct Best
+class Best
 {
-  int segment = -1;
-  double sqrDistance = std::numeric_limits<double>::max();
+public:
+  int segment() const { return index; }
+  double sqrDistance() const { return least; }
 
+  /// In any order within a pass; what a pass before has found stays among equals.
   void offer(std::size_t i, double candidate)
   {
-    if (!(candidate < sqrDistance)) return;
-    sqrDistance = candidate;
-    segment = static_cast<int>(i);
+    const bool wins = candidate < least || (candidate == least && foundInThisPass && static_cast<int>(i) < index);
+    if (!wins) return;
+    least = candidate;
+    index = static_cast<int>(i);
+    foundInThisPass = true;
   }
+  void startPass() { foundInThisPass = false; }
+
+private:
+  int index = -1;
+  double least = std::numeric_limits<double>::max();
+  bool foundInThisPass = false;
 };
 
-/// Offers the segments that `measure(segment)` gives a squared distance.
-template <class P, class Measure>
-void search(const PolyLine<P>& polyline, Best& best, const Measure& measure)
+/// Offers the segments of a line that `measure(segment)` gives a squared distance.
+template <class P>
+class AllSegments
 {
-  for (std::size_t i = 0; i < polyline.numberOfSegments(); ++i)
-    if (const std::optional<double> sqrDistance = measure(polyline.getSegment(i))) best.offer(i, *sqrDistance);
-}
+public:
+  explicit AllSegments(const PolyLine<P>& polyline) : line(polyline) {}
+
+  template <class Measure>
+  void search(const P&, Best& best, const Measure& measure) const
+  {
+    for (std::size_t i = 0; i < line.numberOfSegments(); ++i)
+      if (const std::optional<double> sqrDistance = measure(line.getSegment(i))) best.offer(i, *sqrDistance);
+  }
+
+private:
+  const PolyLine<P>& line;
+};
+
+/// The same by a tree: it leaves out segments that are certain to lose.
+template <class P>
+class SegmentsByTree
+{
+public:
+  explicit SegmentsByTree(const PolyLine<P>& polyline)
+      : tree(polyline), size(PolyLineNearest::largestCoordinate(polyline))
+  {}
+
+  template <class Measure>
+  void search(const P& point, Best& best, const Measure& measure) const
+  {
+    const auto& hierarchy = tree.getBvh();
+    const Vector<double, P::Dim> position = point;
+    auto slack = PolyLineNearest::PruningSlack::of<double>(std::max(size, PolyLineNearest::sizeOf(point)));
+    slack.absolute += std::sqrt(sqrProximity) + widestFoot * size;
+    double limit = slack.sqrLimit(best.sqrDistance());
+    Bvh::visitNearestFirst(
+        hierarchy, Bvh::SquareDistanceOfChildren(position),
+        [&limit](double sqrDistance) { return sqrDistance > limit; },
+        [&](std::uint32_t first, std::uint32_t end) {
+          for (std::uint32_t i = first; i < end; ++i)
+            if (const std::optional<double> sqrDistance = measure(hierarchy.getElement(i)))
+              best.offer(hierarchy.getElementId(i), *sqrDistance);
+          limit = slack.sqrLimit(best.sqrDistance());
+        });
+  }
+
+private:
+  static constexpr double widestFoot = 4e-6; // of the largest coordinate: how far off its segment a foot may be
+
+  Bvh::PolyLineSearchTree<P> tree;
+  double size;
+};
 
 bool counts(int code, bool extended) { return code > 0 || (extended && code != 0); }
 
@@ -55,23 +114,54 @@ bool isAtEnd(const Segment<Point3N>& segment, const Point3N& point)
   return segment.getStart()->sqrDistance(point) < sqrProximity || segment.getEnd()->sqrDistance(point) < sqrProximity;
 }
 
-int nearestSegmentOf(const PolyLine<Point3N>& polyline, const Point3N& point, bool extended)
+template <class Segments, class P>
+Best nearestByFoot(const Segments& segments, const P& point, bool extended)
+{
+  Best best;
+  segments.search(point, best, [&](const Segment<P>& segment) { return perpendicular(segment, point, extended); });
+  return best;
+}
+
+template <class Segments>
+int nearestSegmentOf(const Segments& segments, const Point3N& point, bool extended)
 {
   const bool looksAlongNormal = !(point.getNormal().sqrLength() < leastSqrNormal);
   Best best;
   const auto searchWith = [&](bool withEnds) {
-    search(polyline, best, [&](const Segment<Point3N>& segment) -> std::optional<double> {
+    best.startPass();
+    segments.search(point, best, [&](const Segment<Point3N>& segment) -> std::optional<double> {
       if (isAtEnd(segment, point)) return 0.0;
       return looksAlongNormal ? alongNormal(segment, point, withEnds) : perpendicular(segment, point, withEnds);
     });
   };
   if (!looksAlongNormal) {
     searchWith(extended);
-    return best.segment;
+    return best.segment();
   }
   searchWith(false);
-  if (extended || best.segment < 0) searchWith(true);
-  return best.segment;
+  if (extended || best.segment() < 0) searchWith(true);
+  return best.segment();
+}
+
+template <class Segments, class P>
+int nearestSegmentOf(const Segments& segments, const P& point, bool extended)
+{
+  return nearestByFoot(segments, point, extended).segment();
+}
+
+/// The vectors from points to their feet on the segments that stand for them.
+template <class P, class Segments>
+std::vector<Vector<double, 3>> differences(const PolyLine<P>& points, const PolyLine<P>& line, const Segments& segments)
+{
+  std::vector<Vector<double, 3>> ways;
+  ways.reserve(points.numberOfPoints());
+  for (const P& point : points) {
+    const int index = nearestSegmentOf(segments, point, false);
+    P target(point);
+    if (index >= 0) line.getSegment(static_cast<std::size_t>(index)).projectPoint(point, target, nullptr);
+    ways.push_back(target - point);
+  }
+  return ways;
 }
 
 } // namespace
@@ -80,22 +170,16 @@ template <OneOf<Point<double, 2>, Point<double, 3>, Point3N, ProjectionPoint> P>
 int PolyLineAlgorithm::getNearestSegment(const PolyLine<P>& polyline, const std::type_identity_t<P>& point,
                                          bool extended, double& distance)
 {
-  Best best;
-  search(polyline, best, [&](const Segment<P>& segment) { return perpendicular<P>(segment, point, extended); });
-  distance = best.segment >= 0 && best.sqrDistance > 0.0 ? std::sqrt(best.sqrDistance) : 0.0;
-  return best.segment;
+  const Best best = nearestByFoot(AllSegments<P>(polyline), point, extended);
+  distance = best.segment() >= 0 && best.sqrDistance() > 0.0 ? std::sqrt(best.sqrDistance()) : 0.0;
+  return best.segment();
 }
 
 template <OneOf<Point<double, 2>, Point<double, 3>, Point3N, ProjectionPoint> P>
 int PolyLineAlgorithm::getNearestSegment(const PolyLine<P>& polyline, const std::type_identity_t<P>& point,
                                          bool extended)
 {
-  if constexpr (std::is_same_v<P, Point3N>) {
-    return nearestSegmentOf(polyline, point, extended);
-  } else {
-    double distance = 0.0;
-    return getNearestSegment(polyline, point, extended, distance);
-  }
+  return nearestSegmentOf(AllSegments<P>(polyline), point, extended);
 }
 
 template <PolyLinePoint P>
@@ -138,11 +222,24 @@ int PolyLineAlgorithm::getLongestSegment(const PolyLine<P>& polyline)
   return count > 0 ? static_cast<int>(longest) : -1;
 }
 
+template <OneOf<Point<double, 3>, Point3N> P>
+std::shared_ptr<std::vector<Vector<double, 3>>> PolyLineAlgorithm::calculateDifference(const PolyLine<P>& a,
+                                                                                       const PolyLine<P>& b)
+{
+  const bool isWorthATree = PolyLineNearest::isWorthATree(b, a.numberOfPoints()) &&
+                            PolyLineNearest::largestCoordinate(a) < PolyLineNearest::largestSearchable;
+  return std::make_shared<std::vector<Vector<double, 3>>>(isWorthATree ? differences(a, b, SegmentsByTree<P>(b))
+                                                                       : differences(a, b, AllSegments<P>(b)));
+}
+
 #define KV_INSTANTIATE(...) KV_POLYLINE_NEAREST(template KVSHAPES_EXPORT, __VA_ARGS__)
 KV_FOR_EACH_POLYLINE_POINT(KV_INSTANTIATE)
 #undef KV_INSTANTIATE
 #define KV_INSTANTIATE(...) KV_POLYLINE_NEAREST_SEGMENT(template KVSHAPES_EXPORT, __VA_ARGS__)
 KV_FOR_EACH_NEAREST_SEGMENT_POINT(KV_INSTANTIATE)
+#undef KV_INSTANTIATE
+#define KV_INSTANTIATE(...) KV_POLYLINE_DIFFERENCE(template KVSHAPES_EXPORT, __VA_ARGS__)
+KV_FOR_EACH_SPATIAL_MEASURE_POINT(KV_INSTANTIATE)
 #undef KV_INSTANTIATE
 
 } // namespace Kavrel

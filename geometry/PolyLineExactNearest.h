@@ -29,6 +29,15 @@ double largestCoordinate(const PolyLine<P>& polyline)
 /// Coordinates above are beyond what the boxes of a tree can hold.
 inline constexpr double largestSearchable = 1e37;
 
+/// Whether a tree can hold a line and serves that many queries better than walks along the line.
+template <class P>
+bool isWorthATree(const PolyLine<P>& polyline, std::size_t queries)
+{
+  constexpr std::size_t plainPairs = 20'000;
+  const std::size_t segments = polyline.numberOfSegments();
+  return segments >= 32 && queries >= plainPairs / segments && largestCoordinate(polyline) < largestSearchable;
+}
+
 /// PolyLineAlgorithm::sqrDist() of many points to one line, bit for bit: the tree leaves out only segments that are
 /// measured as farther than the best by more than rounding can do, and the rest is measured by the same arithmetic.
 /// Borrows the line.
@@ -39,15 +48,11 @@ public:
   using T = typename P::Scalar;
   using Position = Point<T, P::Dim>;
 
-  /// Up to this product of points and segments there is no tree.
-  static constexpr std::size_t plainPairs = 20'000;
-
   ManyNearest(const PolyLine<P>& polyline, std::size_t queries) : line(polyline)
   {
-    const std::size_t segments = polyline.numberOfSegments();
-    if (segments < 32 || queries < plainPairs / segments) return;
+    if (!isWorthATree(polyline, queries)) return;
     size = largestCoordinate(polyline);
-    if (size < largestSearchable) tree.emplace(polyline);
+    tree.emplace(polyline);
   }
 
   T sqrDist(const Position& point, double& u, std::size_t& segment) const

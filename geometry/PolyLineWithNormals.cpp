@@ -1,5 +1,7 @@
 #include "geometry/PolyLineWithNormals.h"
 
+#include "geometry/NormalBlend.h"
+
 #include <algorithm>
 
 namespace Kavrel {
@@ -14,11 +16,7 @@ Vector<double, 3> normalOnSegment(const PolyLine<P>& polyline, std::size_t index
 {
   const P& a = polyline[index];
   const P& b = polyline[polyline.getNextPointIndex(index)];
-  if (a.hasNormal() && b.hasNormal()) {
-    Vector<double, 3> normal = (1.0 - t) * a.getNormal() + t * b.getNormal();
-    normal.normalize(1e-12);
-    return normal;
-  }
+  if (a.hasNormal() && b.hasNormal()) return blendOfNormals(a, b, t);
   if (!a.hasNormal() && !b.hasNormal()) return {};
   const P& end = a.hasNormal() ? a : b;
   return end.sqrDistance(position) < sqrLimit ? end.getNormal() : Vector<double, 3>();

@@ -225,8 +225,10 @@ TEST(PolyLineNearestSegment, DifferencesLeadToTheFeet)
 {
   RandomGeometry random(33);
   for (const bool onGrid : {true, false}) {
-    const auto a = walk<Point3N>(random, 200, onGrid, 0.25);
-    auto b = walk<Point3N>(random, 300, onGrid, 0.0);
+    auto a = walk<Point3N>(random, 200, onGrid, 0.25);
+    const auto b = walk<Point3N>(random, 300, onGrid, 0.0);
+    for (Point3N& point : a)
+      if (random.coin()) point.setNormal(random.direction<3>());
     const auto differences = Algo::calculateDifference(a, b);
     ASSERT_EQ(differences->size(), a.numberOfPoints());
     for (std::size_t i = 0; i < a.numberOfPoints(); ++i) {
@@ -268,6 +270,22 @@ TEST(PolyLineNormals, AtAPositionAreBlendedOrTakenFromTheNearEnd)
 
 TEST(PolyLineNormals, DeviateByTheAngleBetweenThem)
 {
+  RandomGeometry random(35);
+  auto a = walk<Point3N>(random, 200, true, 0.25), b = walk<Point3N>(random, 200, true, 0.0);
+  for (auto* const line : {&a, &b})
+    for (Point3N& point : *line)
+      point.setNormal(random.direction<3>());
+  double deviation = 0.0;
+  for (const Point3N& point : a) {
+    double u = 0.0;
+    std::size_t segment = 0;
+    b.sqrDist(point, u, segment);
+    const Point3 place = *b.getSegment(segment).getStart() * (1.0 - u) + *b.getSegment(segment).getEnd() * u;
+    deviation =
+        std::max(deviation, point.getNormal().angle(PolyLineWithNormals::calculateNormalAtPosition(b, place, 0.0)));
+  }
+  EXPECT_NEAR(Algo::maxNormalDeviationBetweenTwoPolygons(a, b, 1e3), deviation, 1e-9);
+
   const auto up = polyLineFrom<Point3N>("0,0,0/0,0,1 5,0,0/0,0,3 9,0,0/0,0,1");
   const auto tilted = polyLineFrom<Point3N>("0,1,0/0,0,1 9,1,0/0,1,1");
   const double middle = std::atan2(5.0 / 9.0, 1.0); // of the blended normal at 5
