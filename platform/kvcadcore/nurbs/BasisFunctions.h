@@ -30,23 +30,26 @@ inline void basisFunctions(const double* knots, std::size_t span, unsigned runti
   const double* const upper = knots + span + 1;
   double inverse[order + 1][rowLength]; // [d]: reciprocal knot distances of degree (degree - d)
 
+  // Plain loops throughout: unrolled they stay in registers, which fills and copies of arrays would not.
   for (unsigned d = 0; d <= order; ++d)
-    std::fill_n(rows[d], degree + 1, 0.0);
+    for (unsigned j = 0; j <= degree; ++j)
+      rows[d][j] = 0.0;
   rows[0][0] = 1.0;
   if (degree <= order) rows[degree][0] = 1.0;
   for (unsigned level = 1; level <= degree; ++level) {
     const double* const lower = upper - level;
     double* const reciprocal = inverse[std::min(degree - level, order)];
-    for (unsigned r = 0; r < level; ++r)
-      reciprocal[r] = 1.0 / (upper[r] - lower[r]); // apart from the recursion: these don't wait for each other
     double carried = 0.0;
     for (unsigned r = 0; r < level; ++r) {
+      reciprocal[r] = 1.0 / (upper[r] - lower[r]);
       const double part = rows[0][r] * reciprocal[r];
       rows[0][r] = carried + (upper[r] - u) * part;
       carried = (u - lower[r]) * part;
     }
     rows[0][level] = carried;
-    if (level < degree && degree - level <= order) std::copy_n(rows[0], level + 1, rows[degree - level]);
+    if (level < degree && degree - level <= order)
+      for (unsigned r = 0; r <= level; ++r)
+        rows[degree - level][r] = rows[0][r];
   }
   for (unsigned d = 1; d <= order && d <= degree; ++d)
     for (unsigned level = degree - d + 1; level <= degree; ++level)
