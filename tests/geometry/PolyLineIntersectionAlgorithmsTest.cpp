@@ -15,7 +15,6 @@
 using namespace Kavrel;
 using namespace Kavrel::Testing;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 namespace {
 
@@ -25,23 +24,17 @@ using Planar = PolyLineIntersectionAlgorithms<P2>;
 using Spatial = PolyLineIntersectionAlgorithms<P3>;
 using Real = long double;
 
+/// On the lattice crossings in vertices and collinear segments abound, and doubles are exact.
 template <class P>
-PolyLine<P> lineOf(const std::vector<Vector<double, P::Dim>>& points, bool closed)
+PolyLine<P> randomWalk(RandomGeometry& random, std::size_t count, bool onLattice, bool closed)
 {
   PolyLine<P> line;
-  for (const auto& p : points)
+  for (auto p : random.walk<P::Dim>(count, 4.0)) {
+    if (onLattice) p[0] = std::round(p[0]), p[1] = std::round(p[1]);
     line.addPoint(P(Point<double, P::Dim>(p)));
+  }
   line.setClosed(closed);
   return line;
-}
-
-/// A walk between lattice points, so that crossings in vertices and collinear segments abound and doubles are exact.
-std::vector<Vector<double, 2>> latticeWalk(RandomGeometry& random, std::size_t count)
-{
-  auto points = random.walk<2>(count, 4.0);
-  for (auto& p : points)
-    p = {std::round(p[0]), std::round(p[1])};
-  return points;
 }
 
 /// Parameter on the first of two segments where they have a point in common, ends included, unless they are parallel.
@@ -59,8 +52,7 @@ std::optional<Real> crossingParameter(const Segment<P>& a, const Segment<P>& b)
 
 struct Crossing
 {
-  unsigned a;
-  unsigned b;
+  unsigned a, b;
   Real u; // on a
 };
 
@@ -99,11 +91,8 @@ TEST(PolyLineIntersectionAlgorithms, CrossingsOfTwoLinesAreThoseOfAllTheirSegmen
   Planar algorithms;
   for (int round = 0; round < 40; ++round) {
     SCOPED_TRACE(round);
-    const auto make = [&](std::size_t count) {
-      return lineOf<P2>(round % 2 ? latticeWalk(random, count) : random.walk<2>(count, 1.0), round % 4 < 2);
-    };
-    const auto a = make(2 + random.index(90));
-    auto b = make(2 + random.index(90));
+    const auto a = randomWalk<P2>(random, 2 + random.index(90), round % 2, round % 4 < 2);
+    auto b = randomWalk<P2>(random, 2 + random.index(300), round % 2, round % 4 < 2);
     for (P2& p : b)
       p += round % 2 ? P2(1, 2) : P2(0.3, 0.7);
     const auto expected = allCrossings(a, b);
@@ -113,13 +102,18 @@ TEST(PolyLineIntersectionAlgorithms, CrossingsOfTwoLinesAreThoseOfAllTheirSegmen
     ASSERT_TRUE(algorithms.calculateAllIntersectionPoints(a, onA, b, onB, points, true, 0.0));
     ASSERT_EQ(points.size(), expected.size() + 1);
     for (std::size_t k = 0; k < expected.size(); ++k) {
-      EXPECT_EQ(onA[k + 1], expected[k].a);
-      EXPECT_EQ(onB[k + 1], expected[k].b);
+      EXPECT_EQ(std::tuple(onA[k + 1], onB[k + 1]), std::tuple(expected[k].a, expected[k].b));
       EXPECT_THAT(points[k + 1], IsNear(a.getSegment(expected[k].a).getPoint(double(expected[k].u)), 1e-9));
     }
     EXPECT_TRUE(Planar::calculateAllIntersectionPointsXY(Planar::SearchTree(a), Planar::SearchTree(b), fromTrees, 0.0));
     EXPECT_EQ(fromTrees, std::vector<P2>(points.begin() + 1, points.end()));
     EXPECT_EQ(algorithms.intersectXY(a, b, false, 0.0), !expected.empty());
+
+    const double tolerance = 0.2931; // prolongs the segments far
+    points.clear(), fromTrees.clear();
+    Planar().calculateAllIntersectionPointsXY(a, b, points, false, tolerance);
+    algorithms.calculateAllIntersectionPointsXY(a, b, fromTrees, false, tolerance);
+    EXPECT_EQ(points, fromTrees);
   }
 }
 
@@ -142,10 +136,8 @@ TEST(PolyLineIntersectionAlgorithms, FilteredCrossingsNameVertexAndSeamOnce)
 {
   const struct
   {
-    const char* a;
-    const char* b;
-    std::size_t all;
-    std::size_t filtered;
+    const char *a, *b;
+    std::size_t all, filtered;
   } rows[] = {
       {"-1,0 1,0", "0,-1 0,0 0.5,1", 2, 1},                 // a vertex of b
       {"-1,0 0,0 1,0.5", "0,-1 0,0 0.5,1", 4, 1},           // vertices of both
@@ -179,14 +171,13 @@ TEST(PolyLineIntersectionAlgorithms, TellsASearchThatRanFromOneThatCouldNot)
     EXPECT_FALSE(algorithms.calculateAllIntersectionPointsXY(line, apart, points, false, tolerance));
   EXPECT_TRUE(algorithms.intersectXY(empty, empty, false, -1.0));
   EXPECT_FALSE(algorithms.intersectXY(empty, polyLineFrom<P2>(""), false, 0.0));
-
   const auto shared = std::make_shared<const PolyLine<P2>>(line);
   const Planar::SearchTree one(line), two(std::vector{shared, shared}, true);
   std::vector<unsigned> indices, others;
   EXPECT_FALSE(Planar::calculateAllIntersectionPoints(one, indices, two, others, points, 0.0));
   EXPECT_TRUE(Planar::calculateAllIntersectionPointsXY(one, two, points, 0.0));
   EXPECT_FALSE(algorithms.calculateAllIntersectionPoints(shared, nullptr, shared, nullptr, nullptr, false, 0.0));
-  EXPECT_THAT(points, IsEmpty());
+  EXPECT_THAT(points, testing::IsEmpty());
 }
 
 TEST(PolyLineIntersectionAlgorithms, KeepsATreePerLineUntilItIsReset)
@@ -208,7 +199,6 @@ TEST(PolyLineIntersectionAlgorithms, KeepsATreePerLineUntilItIsReset)
   EXPECT_THAT(crossesWhere(false), ElementsAre(P2(2, 0)));
   EXPECT_EQ(algorithms.numberOfSearchTrees(), 2u);
 
-  Planar copy(algorithms);
   line.setId(Identifier()); // another polyline at the same address
   line[0] = P2(1, -1), line[1] = P2(1, 1);
   EXPECT_THAT(crossesWhere(false), ElementsAre(P2(1, 0)));
@@ -216,9 +206,6 @@ TEST(PolyLineIntersectionAlgorithms, KeepsATreePerLineUntilItIsReset)
   line.clear();
   EXPECT_FALSE(algorithms.resetPolyLine(line));
   EXPECT_EQ(algorithms.numberOfSearchTrees(), 2u);
-  algorithms.clear();
-  EXPECT_EQ(algorithms.numberOfSearchTrees(), 0u);
-  EXPECT_EQ(copy.numberOfSearchTrees(), 2u);
 }
 
 TEST(PolyLineIntersectionAlgorithms, ReportsOverlapsBesideCrossings)
@@ -230,10 +217,8 @@ TEST(PolyLineIntersectionAlgorithms, ReportsOverlapsBesideCrossings)
   EXPECT_TRUE(Planar::calculateAllIntersectionPointsAndSegmentsXY(a, b, points, overlaps));
   EXPECT_THAT(points, ElementsAre(P2(3, 0), P2(4, 1), P2(4, 3)));
   ASSERT_EQ(overlaps.size(), 2u);
-  EXPECT_EQ(overlaps[0].getStart(), &b[0]);
-  EXPECT_EQ(overlaps[0].getEnd(), &b[1]);
-  EXPECT_EQ(overlaps[1].getStart(), &b[4]);
-  EXPECT_EQ(overlaps[1].getEnd(), &a[2]);
+  EXPECT_EQ(std::pair(overlaps[0].getStart(), overlaps[0].getEnd()), std::pair(&b[0], &b[1]));
+  EXPECT_EQ(std::pair(overlaps[1].getStart(), overlaps[1].getEnd()), std::pair(&b[4], &a[2]));
   EXPECT_FALSE(Planar::calculateAllIntersectionPointsAndSegmentsXY(a, polyLineFrom<P2>("1,0"), points, overlaps));
 }
 
@@ -271,7 +256,6 @@ TEST(PolyLineIntersectionAlgorithms, CrossesPlanesOncePerPlace)
   EXPECT_TRUE(Spatial::findPointOfNearestIntersection(ground, P3(2, 0, 5), fence, nearest));
   EXPECT_EQ(nearest, P3(1, 0, 0)); // as near as (3, 0, 0)
   EXPECT_FALSE(Spatial::findPointOfNearestIntersection(ground, P3(), polyLineFrom<P3>("0,0,1 0,0,2"), nearest));
-  EXPECT_EQ(nearest, P3(1, 0, 0));
 }
 
 TEST(PolyLineIntersectionAlgorithms, CrossesLinesFromBothEndsInwards)
@@ -374,9 +358,9 @@ TEST(PolyLineIntersectionAlgorithms, SeesCrossingsAlongAnyDirectionInShortAndLon
   int crossing = 0;
   for (int round = 0; round < 60; ++round) {
     SCOPED_TRACE(round);
-    const auto flatA = lineOf<P2>(random.walk<2>(6 + random.index(10), 1.0), round % 2);
-    auto flatB = lineOf<P2>(random.walk<2>(6 + random.index(10), 1.0), false);
-    const auto shift = random.inCube<2>(1.5);
+    const auto flatA = randomWalk<P2>(random, 6 + random.index(10), false, round % 2);
+    auto flatB = randomWalk<P2>(random, 6 + random.index(10), false, false);
+    const auto shift = random.inCube<2>(8);
     for (P2& p : flatB)
       p += shift;
     const auto direction = random.direction<3>(), across = direction.getOrthoNormal();
@@ -396,8 +380,7 @@ TEST(PolyLineIntersectionAlgorithms, SeesCrossingsAlongAnyDirectionInShortAndLon
       b.addPoint(P3(b.back() + direction));
     EXPECT_EQ(PolyLineIntersectionAlgorithms<Point3N>::intersectInProjection(a, b, direction, 1e-9), expected);
   }
-  EXPECT_GT(crossing, 10);
-  EXPECT_LT(crossing, 50);
+  EXPECT_THAT(crossing, testing::AllOf(testing::Gt(10), testing::Lt(50)));
 
   const auto touching = polyLineFrom<P3>("0,0,0 2,0,0"), stem = polyLineFrom<P3>("1,0,5 1,1,5");
   EXPECT_FALSE(Spatial::intersectInProjection(touching, stem, P3(0, 0, 1), 1e-6));
@@ -417,13 +400,7 @@ TYPED_TEST(SelfIntersections, AreThoseOfAllPairsInTheOrderOfASweep)
   RandomGeometry random(41);
   for (int round = 0; round < 40; ++round) {
     SCOPED_TRACE(round);
-    PolyLine<P> line;
-    for (auto p : random.walk<P::Dim>(2 + random.index(round < 30 ? 40 : 200), 4.0)) {
-      if (round % 2) p[0] = std::round(p[0]), p[1] = std::round(p[1]);
-      line.addPoint(P(Point<double, P::Dim>(p)));
-    }
-    line.setClosed(round % 4 < 2);
-
+    const auto line = randomWalk<P>(random, 2 + random.index(round < 30 ? 40 : 200), round % 2, round % 4 < 2);
     const auto expected = selfCrossings(line);
     const auto points = Algorithms::getSelfIntersections(line);
     ASSERT_EQ(points->size(), expected.size());
