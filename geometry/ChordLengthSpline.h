@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/Export.h"
 #include "platform/kvmath/Vector.h"
 
 #include <cstddef>
@@ -14,7 +15,7 @@ namespace Kavrel {
 /// asks for neither. An end of an open spline without any has its end control point doubled: the curve starts there
 /// without speed and passes the nearest inner points only approximately. Otherwise all points are passed.
 template <unsigned dim>
-class ChordLengthSpline
+class KVSHAPES_EXPORT ChordLengthSpline
 {
 public:
   using Direction = Vector<double, dim>;
