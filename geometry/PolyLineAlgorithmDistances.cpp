@@ -23,14 +23,23 @@ using Tree = BoundingVolumeHierarchy::PolyLineSearchTree<P>;
 template <class P>
 using Position = Point<typename P::Scalar, P::Dim>;
 
+/// The least squared distance of a vertex, or \p bound if none is nearer.
 template <class P>
-double sqrDistanceToTree(const PolyLine<P>& polyline, const Tree<P>& tree)
+double sqrDistanceToTree(const PolyLine<P>& polyline, const Tree<P>& tree, double bound = largest)
 {
-  double nearest = largest;
-  for (const P& point : polyline)
-    nearest = std::min(nearest, tree.squareDistance(BoundingVolumeHierarchy::toDouble<P::Dim>(point)));
+  double nearest = bound;
+  for (const P& point : polyline) {
+    if (nearest == 0.0) break;
+    const double reach = std::nextafter(std::sqrt(nearest), largest); // its square isn't below the nearest
+    double sqrDistance = largest;
+    if (tree.squareDistance(BoundingVolumeHierarchy::toDouble<P::Dim>(point), reach, sqrDistance))
+      nearest = std::min(nearest, sqrDistance);
+  }
   return nearest;
 }
+
+template <class P>
+constexpr double largestOf = static_cast<double>(std::numeric_limits<typename P::Scalar>::max());
 
 /// The vertex of one line that is nearest to another line, and the place there.
 template <class P>
@@ -48,7 +57,8 @@ struct NearestVertex
     for (std::size_t i = 0; i < from.numberOfPoints(); ++i) {
       double t = 0.0;
       std::size_t index = 0;
-      const double candidate = static_cast<double>(nearest.sqrDist(from[i], t, index));
+      const auto bound = static_cast<typename P::Scalar>(std::min(sqrDistance, largestOf<P>));
+      const double candidate = static_cast<double>(nearest.sqrDistWithin(from[i], bound, t, index));
       if (!(candidate < sqrDistance)) continue;
       sqrDistance = candidate;
       vertex = i;
@@ -124,7 +134,8 @@ double PolyLineAlgorithm::minDistToPolygon(const PolyLine<P>& a, const PolyLine<
 template <PolyLinePoint P>
 double PolyLineAlgorithm::minDistBetweenPolygons(const PolyLine<P>& a, const PolyLine<P>& b)
 {
-  return std::min(minDistToPolygon(a, b), minDistToPolygon(b, a));
+  const double fromA = sqrDistanceToTree(a, Tree<P>(b, maxLeafSize));
+  return std::sqrt(sqrDistanceToTree(b, Tree<P>(a, maxLeafSize), fromA));
 }
 
 template <PolyLinePoint P>

@@ -57,9 +57,15 @@ public:
 
   T sqrDist(const Position& point, double& u, std::size_t& segment) const
   {
+    return sqrDistWithin(point, std::numeric_limits<T>::max(), u, segment);
+  }
+
+  /// The same where it is below \p bound; else something that isn't.
+  T sqrDistWithin(const Position& point, T bound, double& u, std::size_t& segment) const
+  {
     const double reach = std::max(size, sizeOf(point));
     if (!tree || !(reach < largestSearchable)) return line.sqrDist(point, u, segment);
-    return search(point, PruningSlack::of<T>(reach), u, segment);
+    return search(point, bound, PruningSlack::of<T>(reach), u, segment);
   }
 
 private:
@@ -78,12 +84,13 @@ private:
     }
   };
 
-  T search(const Position& point, const PruningSlack& slack, double& u, std::size_t& segment) const
+  T search(const Position& point, T bound, const PruningSlack& slack, double& u, std::size_t& segment) const
   {
     namespace Bvh = BoundingVolumeHierarchy;
     const auto& hierarchy = tree->getBvh();
     Best best{point.sqrDistance(line.front())};
-    double limit = slack.sqrLimit(static_cast<double>(best.sqrDistance));
+    const auto limitOf = [&] { return slack.sqrLimit(static_cast<double>(std::min(best.sqrDistance, bound))); };
+    double limit = limitOf();
     Bvh::visitNearestFirst(
         hierarchy, Bvh::SquareDistanceOfChildren(Bvh::toDouble<P::Dim>(point)),
         [&limit](double sqrDistance) { return sqrDistance > limit; },
@@ -93,7 +100,7 @@ private:
             const auto [sqrDistance, t] = viewOf<T, P::Dim>(*element.getStart(), *element.getEnd(), point).nearest();
             best.offer(sqrDistance, t, hierarchy.getElementId(i));
           }
-          limit = slack.sqrLimit(static_cast<double>(best.sqrDistance));
+          limit = limitOf();
         });
     u = static_cast<double>(best.t);
     segment = best.segment;
