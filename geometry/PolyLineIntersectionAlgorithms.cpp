@@ -22,6 +22,7 @@ constexpr unsigned maxLeafSize = 5;
 constexpr double equalCoordinate = 1e-12; // inclusive: the same coordinate
 constexpr double samePlaceSqr = 1e-24;    // inclusive: the same crossing with a plane
 constexpr double sqrOverlapTolerance = 1e-24;
+constexpr double fallbackTolerance = 1e-6; // in place of a negative one, for long lines in projection
 
 bool isInWideRange(double t) { return t >= -1e-6 && t <= 1.000001; }
 
@@ -536,12 +537,13 @@ bool PolyLineIntersectionAlgorithms<P>::intersectInProjection(const PolyLine<P>&
     return anyPairCrosses(Image(project, a), Image(project, b), tolerance);
   }
   if (a.numberOfPoints() < 2 || b.numberOfPoints() < 2) return false;
-  using PlanarTree = BoundingVolumeHierarchy::PolyLineSearchTree<Point<double, 2>>;
+  using BoundingVolumeHierarchy::SegmentRuns;
   const auto imageA = project(a);
   const auto imageB = project(b);
-  std::vector<Point<double, 2>> points;
-  return PlanarTree(imageA, maxLeafSize)
-      .intersectAbsTolerance(PlanarTree(imageB, maxLeafSize), points, true, tolerance);
+  const double margin = tolerance < 0 ? fallbackTolerance : tolerance;
+  return SegmentRuns(imageA).visitMeetingPairs(SegmentRuns(imageB), [&](std::size_t i, std::size_t j) {
+    return imageA.getSegment(i).intersect(imageB.getSegment(j), margin);
+  });
 }
 
 #define KV_INSTANTIATE(...) template class PolyLineIntersectionAlgorithms<__VA_ARGS__>;
