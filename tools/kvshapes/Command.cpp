@@ -134,8 +134,10 @@ std::vector<double> parseNumbers(const std::string& option, const std::string& t
     position = rest;
     if (numbers.size() < count && (position == end || *position++ != ',')) break;
   }
-  if (numbers.size() != count || position != end)
-    throw UsageError(fmt::format("{}: {} numbers separated by commas are needed, not \"{}\"", option, count, text));
+  if (numbers.size() != count || position != end) {
+    const std::string wanted = count == 1 ? "a number is" : fmt::format("{} numbers separated by commas are", count);
+    throw UsageError(fmt::format("{}: {} needed, not \"{}\"", option, wanted, text));
+  }
   return numbers;
 }
 

@@ -44,6 +44,7 @@ Pieces splitAtPoint(const Vector<double, 3>& point, const Line& line)
   Pieces pieces;
   for (const auto& piece : {first, second})
     if (piece && piece->numberOfPoints() > 1) pieces.push_back(*piece);
+  if (pieces.empty()) return {line};
   return pieces;
 }
 

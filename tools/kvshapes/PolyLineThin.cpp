@@ -13,7 +13,7 @@ namespace {
 struct Options
 {
   std::string tolerance;
-  bool bounded = false;
+  bool careful = false;
 };
 
 Outcome thin(const Options& options, const std::vector<NumberedLine>& lines)
@@ -24,7 +24,7 @@ Outcome thin(const Options& options, const std::vector<NumberedLine>& lines)
   double largest = 0.0;
   for (const NumberedLine& entry : lines) {
     Line line = entry.line;
-    if (options.bounded)
+    if (options.careful)
       PolyLineThinOutAlgorithm::thinout(line, tolerance, std::set<std::size_t>());
     else
       PolyLineThinOutAlgorithm::thinout(line, tolerance);
@@ -49,8 +49,7 @@ void addLineThin(LineCommand& command)
       command.add("thin", "Leaves out the points that add less than a tolerance, and says how far the line moved",
                   [options](const std::vector<NumberedLine>& lines, const View&) { return thin(*options, lines); });
   action->add_option("--tolerance", options->tolerance, "The distance that doesn't matter")->required();
-  action->add_flag("--bounded", options->bounded,
-                   "Leave out a point only where no point of the input comes further away than the tolerance");
+  action->add_flag("--careful", options->careful, "Test all points under a new segment, not only the one that goes");
 }
 
 } // namespace Kavrel::Tool

@@ -59,11 +59,24 @@ void writeLines(const std::string& file, const Outcome& outcome)
   if (!stream) throw std::runtime_error(file + ": can't be written");
 }
 
+// A failure of the library gets the name of the file.
+Outcome perform(const LineOptions& options, const LineAction& action, const std::vector<NumberedLine>& lines,
+                const View& view)
+{
+  try {
+    return action(lines, view);
+  } catch (const UsageError&) {
+    throw;
+  } catch (const std::exception& error) {
+    throw std::runtime_error(options.file + ": " + error.what());
+  }
+}
+
 void run(const LineOptions& options, const LineAction& action, bool asJson)
 {
   const std::vector<NumberedLine> lines = chosenLines(options);
   const View view(options.dropped.front(), lines);
-  Outcome outcome = action(lines, view);
+  const Outcome outcome = perform(options, action, lines, view);
   if (!options.svg.empty()) drawSvg(options.svg, view, lines, outcome.lines, outcome.marks);
   if (options.out == "-") {
     writeLines(std::cout, outcome);
