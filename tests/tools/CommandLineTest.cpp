@@ -40,6 +40,14 @@ Facets
 11 3 4 7
 )";
 
+constexpr const char* square = R"(poly3d
+0 0 0 0
+1 4 0 0
+2 4 4 0
+3 0 4 0
+4 0 0 0
+)";
+
 struct Answer
 {
   int code;
@@ -110,6 +118,68 @@ TEST_F(CommandLine, AnswersInTextAndJson)
   }
 }
 
+TEST_F(CommandLine, WorksOnPolylines)
+{
+  struct Row
+  {
+    const char* arguments;
+    std::initializer_list<const char*> parts;
+  };
+  write("square.txt", square);
+  write("tiny.txt", "poly3d\n0 0 0 0\n1 2e-4 2e-4 0\n2 2e-4 0 0\n3 0 2e-4 0\n");
+  write("hook.txt", "poly3d\n0 -1 1 5\n1 2 1 5\n2 2 -1 5\n");
+  const Row rows[] = {
+      {"square.txt info --json",
+       {"\"points\": 4", "\"length\": 16.0", "\"area\": 16.0", "\"orientation\": \"counter-clockwise\"",
+        "\"planar\": true", "\"self crossings\": 0"}},
+      {"tiny.txt info", {"no      0.000765685425", "-            1\n"}},
+      {"tiny.txt intersect", {"count  1\n", "0.0001 0.0001 0\n"}},
+      {"square.txt thin --tolerance 0.1", {"4              4             0\n"}},
+      {"hook.txt thin --tolerance 3 --json", {"\"points after\": 2", "\"largest deviation\": 1.66410058"}},
+      {"square.txt offset --distance=-1", {"16           4\n"}},
+      {"square.txt offset --distance 1 --tolerance 1e-6", {"16           35.14159"}},
+      {"square.txt split --plane 1,0,0,1", {"count  2\n", "no      6\n", "no      10\n"}},
+      {"square.txt split --at 1,3", {"count  2\n", "0     3       no      8\n"}},
+      {"square.txt split --point 2,-1,0 --out -", {"0 2 0 0\n", "5 2 0 0\n"}},
+      {"square.txt resample --length 3", {"4              8             4               2\n"}},
+      {"square.txt resample --length 1 --halve", {"4              16            4               1\n"}},
+      {"hook.txt intersect", {"count      0\n"}},
+      {"hook.txt intersect --with square.txt", {"count  2\n", " 1 5\n", "2 0 5\n"}},
+      {"square.txt intersect --with square.txt --json", {"\"count\": 4"}}, // the vertices, once each
+      {"hook.txt intersect --plane 0,2,0,0", {"0     1        0.5        2 0 5\n"}},
+      {"hook.txt info --drop y", {"-1 -1 5  2 1 5"}},
+      {"split --help", {"Usage: ", "--plane", "--svg"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.arguments);
+    const Answer answer = run(std::string("polyline ") + row.arguments);
+    EXPECT_EQ(answer.code, 0);
+    EXPECT_EQ(answer.error, "");
+    for (const char* part : row.parts)
+      EXPECT_THAT(answer.out, HasSubstr(part));
+  }
+}
+
+TEST_F(CommandLine, WritesAndDrawsPolylines)
+{
+  // Seen along each axis the result must be what the turned input gives, and read back as it was written.
+  const char* const turned[] = {"poly3d\n0 7 0 0\n1 7 4 0\n2 7 4 4\n3 7 0 4\n4 7 0 0\n",
+                                "poly3d\n0 0 7 0\n1 4 7 0\n2 4 7 4\n3 0 7 4\n4 0 7 0\n",
+                                "poly3d\n0 0 0 7\n1 4 0 7\n2 4 4 7\n3 0 4 7\n4 0 0 7\n"};
+  std::string pictures[3];
+  for (int axis = 0; axis < 3; ++axis) {
+    SCOPED_TRACE(axis);
+    write("in.txt", turned[axis]);
+    const std::string drop = std::string(" --drop ") + "xyz"[axis];
+    EXPECT_EQ(run("polyline in.txt offset --distance 1 --out out.txt --svg out.svg" + drop).code, 0);
+    pictures[axis] = contentOf(folder / "out.svg");
+    EXPECT_THAT(pictures[axis], testing::AllOf(HasSubstr("<svg "), HasSubstr("Z\"/>"), HasSubstr("</svg>\n")));
+    EXPECT_EQ(pictures[axis], pictures[0]);
+    const Answer back = run("polyline out.txt info --json" + drop);
+    EXPECT_THAT(back.out, testing::AllOf(HasSubstr("\"closed\": true"), HasSubstr("\"area\": 35.1")));
+  }
+}
+
 TEST_F(CommandLine, RefusesBadInputInOneLine)
 {
   struct Row
@@ -148,10 +218,30 @@ TEST_F(CommandLine, RefusesBadInputInOneLine)
   }
   write("nanpoint.txt", "projpoints\nnan 0 0 0 0 0 0 1\n");
   write("cutpoints.txt", "poly3d\n0 1 2 3\n1 2");
-  for (const std::string& arguments :
-       {std::string("info nowhere"), std::string("info ."), std::string("info ''"), "info " + std::string(300, 'x'),
-        std::string("nearest cube.txt --points cube.txt"), std::string("nearest cube.txt --points nanpoint.txt"),
-        std::string("nearest cube.txt --points cutpoints.txt"), std::string("info cube.txt >/dev/full")}) {
+  write("square.txt", square);
+  write("norows.txt", "poly3d\n");
+  write("onepoint.txt", "poly3d\n0 1 2 3\n");
+  for (const std::string& arguments : {std::string("polyline nowhere info"),
+                                       std::string("polyline empty info"),
+                                       std::string("polyline . thin --tolerance 1"),
+                                       std::string("polyline cutpoints.txt info"),
+                                       std::string("polyline nanpoint.txt info"),
+                                       std::string("polyline cube.txt info"),
+                                       std::string("polyline norows.txt info"),
+                                       std::string("polyline binary info"),
+                                       std::string("polyline onepoint.txt offset --distance 1"),
+                                       std::string("polyline square.txt intersect --with cube.txt"),
+                                       std::string("polyline square.txt info --out /dev/full"),
+                                       std::string("polyline square.txt info --svg nowhere/x"),
+                                       std::string("polyline square.txt info --out - >/dev/full"),
+                                       std::string("info nowhere"),
+                                       std::string("info ."),
+                                       std::string("info ''"),
+                                       "info " + std::string(300, 'x'),
+                                       std::string("nearest cube.txt --points cube.txt"),
+                                       std::string("nearest cube.txt --points nanpoint.txt"),
+                                       std::string("nearest cube.txt --points cutpoints.txt"),
+                                       std::string("info cube.txt >/dev/full")}) {
     SCOPED_TRACE(arguments);
     const Answer answer = run(arguments);
     EXPECT_EQ(answer.code, 1);
@@ -162,11 +252,34 @@ TEST_F(CommandLine, RefusesBadInputInOneLine)
 
 TEST_F(CommandLine, RefusesWhatItCannotUnderstand)
 {
-  for (const char* arguments :
-       {"", "bogus", "info", "nearest cube.txt", "nearest cube.txt --point 1,2", "nearest cube.txt --point 1,2,x",
-        "nearest cube.txt --point 1,2,nan", "nearest cube.txt --point 1,2,1e300", "ray cube.txt --origin 0,0,0",
-        "ray cube.txt --origin 0,0,0 --direction 0,0,0", "section cube.txt --plane 0,0,0,1",
-        "section cube.txt --plane 0,0,1", "info cube.txt --jsn"}) {
+  write("square.txt", square);
+  for (const char* arguments : {"polyline",
+                                "polyline square.txt",
+                                "polyline square.txt thin",
+                                "polyline square.txt thin --tolerance 0",
+                                "polyline square.txt split",
+                                "polyline square.txt split --at 9",
+                                "polyline square.txt split --at 1,",
+                                "polyline square.txt split --at 1 --point 0,0,0",
+                                "polyline square.txt offset --distance nan",
+                                "polyline square.txt offset --distance 1 --tolerance 1e-20",
+                                "polyline square.txt resample --length 1e-12",
+                                "polyline square.txt info --line 1",
+                                "polyline square.txt info --drop w",
+                                "polyline square.txt intersect --plane 0,0,0,1",
+                                "",
+                                "bogus",
+                                "info",
+                                "nearest cube.txt",
+                                "nearest cube.txt --point 1,2",
+                                "nearest cube.txt --point 1,2,x",
+                                "nearest cube.txt --point 1,2,nan",
+                                "nearest cube.txt --point 1,2,1e300",
+                                "ray cube.txt --origin 0,0,0",
+                                "ray cube.txt --origin 0,0,0 --direction 0,0,0",
+                                "section cube.txt --plane 0,0,0,1",
+                                "section cube.txt --plane 0,0,1",
+                                "info cube.txt --jsn"}) {
     SCOPED_TRACE(arguments);
     const Answer answer = run(arguments);
     EXPECT_EQ(answer.code, 2);

@@ -85,7 +85,8 @@ public:
 
   void crossItself(const SeenLines& a, std::size_t i)
   {
-    for (const Point3N& point : *Intersections::getSelfIntersections(a.lines[i]))
+    const auto points = Intersections::getSelfIntersections(a.lines[i]);
+    for (const Point3N& point : *points)
       add({{"line", a.numbers[i]}, {"segment", nullptr}, {"other line", a.numbers[i]}, {"other segment", nullptr}},
           point);
   }

@@ -74,6 +74,7 @@ Outcome perform(const LineOptions& options, const LineAction& action, const std:
 
 void run(const LineOptions& options, const LineAction& action, bool asJson)
 {
+  if (options.file.empty()) throw UsageError("polyline: FILE is required");
   const std::vector<NumberedLine> lines = chosenLines(options);
   const View view(options.dropped.front(), lines);
   const Outcome outcome = perform(options, action, lines, view);
@@ -135,7 +136,8 @@ LineCommand::LineCommand(CLI::App& app, const bool& asJsonFlag)
     : command(app.add_subcommand("polyline", "Measures and changes polylines")),
       options(std::make_shared<LineOptions>()), asJson(asJsonFlag)
 {
-  command->add_option("FILE", options->file, "Polylines in the text format")->required();
+  // Not marked as required: the parser would then take the name of an action for it, also where only help is wanted.
+  command->add_option("FILE", options->file, "Polylines in the text format");
   command->require_subcommand(1);
 }
 
