@@ -78,6 +78,20 @@ public:
   }
 
 private:
+  struct Interval
+  {
+    bool meets(const Interval& other) const { return low <= other.high && other.low <= high; }
+
+    double low;
+    double high;
+  };
+
+  Interval interval(std::size_t segment, unsigned axis) const
+  {
+    const double a = runs.start(segment)[axis], b = runs.end(segment)[axis];
+    return {std::min(a, b), std::max(a, b)};
+  }
+
   /// Whether the segments share a vertex, i < j.
   bool areNeighbours(std::size_t i, std::size_t j) const { return j == i + 1 || (i == 0 && j + 1 == pointCount); }
 
@@ -97,12 +111,9 @@ private:
   bool visitCandidates(const Visit& visit) const
   {
     return runs.visitMeetingPairs([&](std::size_t i, std::size_t j) {
-      const auto [lowI, highI] = std::minmax(runs.start(i).x(), runs.end(i).x());
-      const auto [lowJ, highJ] = std::minmax(runs.start(j).x(), runs.end(j).x());
-      const auto [bottomI, topI] = std::minmax(runs.start(i).y(), runs.end(i).y());
-      const auto [bottomJ, topJ] = std::minmax(runs.start(j).y(), runs.end(j).y());
-      if (!(lowI <= highJ && lowJ <= highI && bottomI <= topJ && bottomJ <= topI) || areNeighbours(i, j)) return false;
-      const SweptSegment first{lowI, i}, second{lowJ, j};
+      const Interval xI = interval(i, 0), xJ = interval(j, 0);
+      if (!xI.meets(xJ) || !interval(i, 1).meets(interval(j, 1)) || areNeighbours(i, j)) return false;
+      const SweptSegment first{xI.low, i}, second{xJ.low, j};
       return visit(first < second ? CrossingPair{second, first} : CrossingPair{first, second});
     });
   }
