@@ -7,8 +7,8 @@ namespace Kavrel {
 
 namespace {
 
-/// The greedy method. A vertex that was kept is kept again as long as its neighbours stay the same, so a pass after the
-/// first takes up only those that wait since a neighbour went.
+/// The greedy method. A vertex that was kept is kept again as long as its neighbours stay the same. So once few
+/// vertices go in a pass over all, the passes take up only those that wait since a neighbour went.
 template <PolyLinePoint P>
 class GreedyThinOut
 {
@@ -16,59 +16,98 @@ public:
   using T = typename P::Scalar;
 
   GreedyThinOut(const std::vector<P>& vertices, bool isClosed, T tolerance)
-      : points(vertices), closed(isClosed), sqrTolerance(tolerance * tolerance), remaining(vertices.size())
+      : points(vertices), closed(isClosed), sqrTolerance(tolerance * tolerance), kept(vertices.size())
   {
-    if (remaining < 3) return;
-    link();
-    while (remaining > 2 && !waiting.empty())
-      pass();
+    std::iota(kept.begin(), kept.end(), std::size_t(0));
+    while (kept.size() > 2) {
+      const std::size_t count = kept.size();
+      sweep();
+      const std::size_t gone = count - kept.size();
+      if (gone == 0) return;
+      if (gone < count / fewGone) {
+        settle();
+        return;
+      }
+    }
   }
 
-  std::size_t numberOfDropped() const { return points.size() - remaining; }
-  bool isDropped(std::size_t index) const { return !dropped.empty() && dropped[index]; }
+  /// The indices of the vertices that stay, ascending.
+  const std::vector<std::size_t>& keptIndices() const { return kept; }
 
 private:
+  static constexpr std::size_t fewGone = 8; // of as many
   static constexpr std::size_t none = static_cast<std::size_t>(-1);
+
+  bool stays(std::size_t first, std::size_t i, std::size_t last) const
+  {
+    const P& start = points[first];
+    const Vector<T, P::Dim> chord = points[last] - start;
+    const T sqrChord = chord.sqrLength();
+    if (!(sqrChord >= sqrTolerance)) return false;
+    const Vector<T, P::Dim> way = points[i] - start;
+    const T along = way.dot(chord);
+    return way.sqrLength() - along * along / sqrChord >= sqrTolerance;
+  }
+
+  /// A pass over all vertices that are left.
+  void sweep()
+  {
+    const std::size_t count = kept.size();
+    const std::size_t end = closed ? count : count - 1;
+    std::size_t spare = count - 2;
+    std::size_t to = closed ? 0 : 1;
+    for (std::size_t from = to; from < count; ++from) {
+      const std::size_t first = kept[to > 0 ? to - 1 : count - 1];
+      const std::size_t last = kept[from + 1 < count ? from + 1 : 0];
+      if (from < end && spare > 0 && !stays(first, kept[from], last)) {
+        --spare;
+        if (++from == count) break; // the one behind waits
+      }
+      kept[to++] = kept[from];
+    }
+    kept.resize(to);
+  }
+
+  /// Passes over those whose neighbours have changed; here a vertex is its place among those that were left.
+  void settle()
+  {
+    link();
+    while (remaining > 2 && !waiting.empty())
+      settleWaiting();
+    std::size_t to = 0;
+    for (std::size_t i = 0; i < kept.size(); ++i)
+      if (!dropped[i]) kept[to++] = kept[i];
+    kept.resize(to);
+  }
 
   void link()
   {
-    const std::size_t count = points.size();
-    before.resize(count);
-    behind.resize(count);
+    remaining = kept.size();
+    dropped.resize(remaining);
+    before.resize(remaining);
+    behind.resize(remaining);
     std::iota(before.begin() + 1, before.end(), std::size_t(0));
     std::iota(behind.begin(), behind.end() - 1, std::size_t(1));
-    before.front() = count - 1;
+    before.front() = remaining - 1;
     behind.back() = 0;
-    dropped.resize(count);
-    waiting.resize(closed ? count : count - 2);
+    waiting.resize(closed ? remaining : remaining - 2);
     std::iota(waiting.begin(), waiting.end(), std::size_t(closed ? 0 : 1));
   }
 
-  void pass()
+  void settleWaiting()
   {
     current.swap(waiting);
     waiting.clear();
     std::size_t skipped = none;
     for (std::size_t k = 0; k < current.size(); ++k) {
       const std::size_t i = current[k];
-      if (i == skipped || stays(i)) continue;
+      if (i == skipped || stays(kept[before[i]], kept[i], kept[behind[i]])) continue;
       drop(i);
       if (remaining == 2) return;
       skipped = behind[i];
       notify(before[i], i);
       notify(behind[i], i);
     }
-  }
-
-  bool stays(std::size_t i) const
-  {
-    const P& start = points[before[i]];
-    const Vector<T, P::Dim> chord = points[behind[i]] - start;
-    const T sqrChord = chord.sqrLength();
-    if (!(sqrChord >= sqrTolerance)) return false;
-    const Vector<T, P::Dim> way = points[i] - start;
-    const T along = way.dot(chord);
-    return way.sqrLength() - along * along / sqrChord >= sqrTolerance;
   }
 
   void drop(std::size_t i)
@@ -83,7 +122,7 @@ private:
   /// one goes, is still ahead in this pass, and the first one, when the last goes, comes before all others in the next.
   void notify(std::size_t neighbour, std::size_t gone)
   {
-    if (!closed && (neighbour == 0 || neighbour + 1 == points.size())) return;
+    if (!closed && (neighbour == 0 || neighbour + 1 == kept.size())) return;
     if (neighbour > gone && neighbour == before[gone]) {
       if (current.back() != neighbour) current.push_back(neighbour);
     } else if (neighbour < gone && neighbour == behind[gone]) {
@@ -96,7 +135,10 @@ private:
   const std::vector<P>& points;
   bool closed;
   T sqrTolerance;
-  std::size_t remaining;
+  std::vector<std::size_t> kept;
+
+  // For settling
+  std::size_t remaining = 0;
   std::vector<std::size_t> before;
   std::vector<std::size_t> behind;
   std::vector<char> dropped;
@@ -114,13 +156,15 @@ bool areCollinear(const std::vector<P>& points, std::size_t first, std::size_t l
   return true;
 }
 
-/// Keeps the points of the ascending indices.
+/// Keeps the points of the ascending indices. False if that is all of them.
 template <PolyLinePoint P>
-void keepOnly(const std::vector<std::size_t>& indices, std::vector<P>& points)
+bool keepOnly(const std::vector<std::size_t>& indices, std::vector<P>& points)
 {
+  if (indices.size() == points.size()) return false;
   for (std::size_t i = 0; i < indices.size(); ++i)
     points[i] = points[indices[i]];
   points.resize(indices.size());
+  return true;
 }
 
 } // namespace
@@ -130,10 +174,16 @@ std::unordered_set<std::size_t> PolyLineThinOutAlgorithm::computeThinoutPoints(c
                                                                                typename P::Scalar tolerance)
 {
   const GreedyThinOut<P> thinOut(polyline.getPointCollection(), polyline.isClosed(), tolerance);
+  const std::vector<std::size_t>& kept = thinOut.keptIndices();
   std::unordered_set<std::size_t> indices;
-  indices.reserve(thinOut.numberOfDropped());
-  for (std::size_t i = 0; i < polyline.numberOfPoints(); ++i)
-    if (thinOut.isDropped(i)) indices.insert(i);
+  indices.reserve(polyline.numberOfPoints() - kept.size());
+  auto next = kept.begin();
+  for (std::size_t i = 0; i < polyline.numberOfPoints(); ++i) {
+    if (next != kept.end() && *next == i)
+      ++next;
+    else
+      indices.insert(i);
+  }
   return indices;
 }
 
@@ -141,13 +191,9 @@ template <PolyLinePoint P>
 bool PolyLineThinOutAlgorithm::thinout(PolyLine<P>& polyline, typename P::Scalar tolerance)
 {
   std::vector<P>& points = polyline.getPointCollection();
-  const GreedyThinOut<P> thinOut(points, polyline.isClosed(), tolerance > 0 ? tolerance : polyline.getTolerance());
-  if (thinOut.numberOfDropped() == 0) return false;
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < points.size(); ++i)
-    if (!thinOut.isDropped(i)) points[kept++] = points[i];
-  points.resize(kept);
-  return true;
+  const typename P::Scalar used = tolerance > 0 ? tolerance : polyline.getTolerance();
+  const GreedyThinOut<P> thinOut(points, polyline.isClosed(), used);
+  return keepOnly(thinOut.keptIndices(), points);
 }
 
 template <PolyLinePoint P>
@@ -174,9 +220,7 @@ bool PolyLineThinOutAlgorithm::thinout(PolyLine<P>& polyline, typename P::Scalar
       kept.push_back(i);
   }
   if (end < count) kept.push_back(end);
-  if (kept.size() == count) return false;
-  keepOnly(kept, points);
-  return true;
+  return keepOnly(kept, points);
 }
 
 #define KV_INSTANTIATE(...)                                                                                            \
