@@ -1,0 +1,381 @@
+#include "geometry/PolyLineAlgorithm.h"
+#include "geometry/ShapecoreException.h"
+
+#include "support/Matchers.h"
+#include "support/PolyLineBuilder.h"
+#include "support/RandomGeometry.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <numbers>
+#include <omp.h>
+#include <sstream>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+using testing::ElementsAreArray;
+
+namespace {
+
+using Algorithm = PolyLineAlgorithm;
+using P2 = Point<double, 2>;
+using P3 = Point<double, 3>;
+using Line2 = PolyLine<P2>;
+using Line3 = PolyLine<P3>;
+
+const char* const square = "0,0 1,0 1,1 0,1 closed";
+const char* const bigSquare = "0,0 4,0 4,4 0,4 closed";
+
+/// As polyLineFrom() reads it.
+template <class P>
+std::string textOf(const PolyLine<P>& line)
+{
+  std::ostringstream text;
+  text.precision(9);
+  for (const P& point : line)
+    for (unsigned i = 0; i < P::Dim; ++i)
+      text << (i > 0 ? "," : text.tellp() > 0 ? " " : "") << static_cast<double>(point[i]) + 0.0;
+  return text.str() + (line.isClosed() ? " closed" : "");
+}
+
+template <class Lines>
+std::vector<std::string> textsOf(const Lines& lines)
+{
+  std::vector<std::string> texts;
+  for (const auto& line : lines)
+    texts.push_back(textOf(*line));
+  return texts;
+}
+
+Line3 randomLine(RandomGeometry& random, std::size_t count)
+{
+  Line3 line;
+  for (const auto& position : random.walk<3>(count, 2.0))
+    line.addPoint(position);
+  line.setClosed(random.coin());
+  return line;
+}
+
+} // namespace
+
+TEST(PolyLineTrim, CutsBetweenParameters)
+{
+  struct Row
+  {
+    const char* line;
+    double from, to;
+    const char* expected;
+  };
+  const Row rows[] = {
+      {"0,0 2,0 4,0", -1, 2, "0,0 2,0 4,0"},
+      {"0,0 2,0 4,0", 0.25, 0.75, "1,0 2,0 3,0"},
+      {"0,0 2,0 4,0", 0.125, 0.25, "0.5,0 1,0"},
+      {"0,0 2,0 4,0", 0.75, 0.25, "3,0 0,0 1,0"}, // an open line is not refused
+      {"0,0 2,0 2,1 0,1 0,0", 0, 1, "0,0 2,0 2,1 0,1 0,0 closed"},
+      {square, 0.125, 0.625, "0.5,0 1,0 1,1 0.5,1"},
+      {square, 0.625, 0.125, "0.5,1 0,1 0,0 0.5,0"},
+      {square, 0.25, 0.5, "1,0 1,1"},
+      {square, 0.1875, 0.0625, "0.75,0 1,0 1,1 0,1 0,0 0.25,0"},
+      {"3,4", 0, 1, " closed"}, // an end at a vertex isn't doubled, be it the only one
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.line) + " from " + std::to_string(row.from) + " to " + std::to_string(row.to));
+    const auto line = polyLineFrom<P2>(row.line);
+    Line2 piece;
+    EXPECT_TRUE(Algorithm::trim(line, row.from, row.to, piece));
+    EXPECT_EQ(textOf(piece), row.expected);
+    EXPECT_EQ(piece.getId(), line.getId());
+  }
+  Line2 untouched = polyLineFrom<P2>("7,7");
+  EXPECT_FALSE(Algorithm::trim(Line2(), 0.0, 1.0, untouched));
+  EXPECT_EQ(textOf(untouched), "7,7");
+  EXPECT_EQ(Algorithm::trim(Line2(), 0.0, 1.0), nullptr);
+}
+
+TEST(PolyLineTrim, KeepsItsShareOfTheLength)
+{
+  RandomGeometry random(41);
+  for (int i = 0; i < 300; ++i) {
+    const Line3 line = randomLine(random, 2 + random.index(12));
+    double from = random.uniform(0, 1), to = random.uniform(0, 1);
+    if (!line.isClosed() && from > to) std::swap(from, to);
+    const auto piece = Algorithm::trim(line, from, to);
+    const double share = from > to ? 1 - from + to : to - from;
+    EXPECT_NEAR(piece->getTotalLength(), share * line.getTotalLength(), 1e-9);
+    EXPECT_THAT(piece->front(), IsNear(line.evaluate(from), 1e-9));
+    EXPECT_THAT(piece->back(), IsNear(line.evaluate(to), 1e-9));
+  }
+}
+
+TEST(PolyLineTrim, CutsBetweenPositions)
+{
+  struct Row
+  {
+    const char *line, *from, *to, *reference, *expected;
+  };
+  const Row rows[] = {
+      {square, "0.5,-1", "0.5,2", "3,0.5", "0.5,0 1,0 1,1 0.5,1"},
+      {square, "0.5,-1", "0.5,2", "-3,0.5", "0.5,0 0,0 0,1 0.5,1"},
+      {square, "0.5,2", "0.5,-1", "3,0.5", "0.5,1 1,1 1,0 0.5,0"},
+      {square, "0.5,2", "0.5,-1", "0.5,-1", "0.5,1 0,1 0,0 0.5,0"}, // the end of both pieces
+      {"0,0 2,0 4,0", "1,1", "3,1", "0,0", "1,0 2,0 3,0"},
+      {"0,0 2,0 4,0", "3,1", "1,1", "0,0", "3,0 2,0 1,0"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.from) + " to " + row.to + " by " + row.reference);
+    const auto piece = Algorithm::trim(polyLineFrom<P2>(row.line), pointFrom<P2>(row.from), pointFrom<P2>(row.to),
+                                       pointFrom<P2>(row.reference));
+    EXPECT_EQ(textOf(*piece), row.expected);
+  }
+}
+
+TEST(PolyLineCleaning, RotatesClosedLinesAndDropsUndefinedPoints)
+{
+  auto line = polyLineFrom<P2>(square);
+  EXPECT_FALSE(Algorithm::resetFirstPointIndexTo(0, line));
+  EXPECT_FALSE(Algorithm::resetFirstPointIndexTo(4, line));
+  EXPECT_TRUE(Algorithm::resetFirstPointIndexTo(3, line));
+  EXPECT_EQ(textOf(line), "0,1 0,0 1,0 1,1 closed");
+  line.setClosed(false);
+  EXPECT_FALSE(Algorithm::resetFirstPointIndexTo(1, line));
+
+  line.addPoint(1, P2(std::nan(""), 0));
+  line.addPoint(P2(0, -std::numeric_limits<float>::max()));
+  EXPECT_TRUE(Algorithm::removeUndefinedPoints(line));
+  EXPECT_FALSE(Algorithm::removeUndefinedPoints(line));
+  EXPECT_EQ(textOf(line), "0,1 0,0 1,0 1,1");
+}
+
+TEST(PolyLineRefinement, SplitsByThreeRules)
+{
+  // How many parts each rule makes of a segment with this many times the length asked for.
+  const auto subdivided = [](double ratio) { return ratio > 1 ? 2.0 : 1.0; };
+  const auto resampled = [](double ratio) { return std::max(1.0, std::ceil(ratio)); };
+  const auto reduced = [](double ratio) { return ratio > 2 ? std::exp2(std::ceil(std::log2(ratio / 2))) : 1.0; };
+  RandomGeometry random(42);
+  for (int i = 0; i < 200; ++i) {
+    const Line3 line = randomLine(random, 2 + random.index(9));
+    const double length = random.logUniform(0.1, 5);
+    const auto check = [&](const Line3& refined, auto parts) {
+      std::vector<P3> expected;
+      for (std::size_t k = 0; k < line.numberOfSegments(); ++k) {
+        const auto segment = line.getSegment(k);
+        const double count = parts(segment.length() / length);
+        for (double part = 0; part < count; ++part)
+          expected.push_back(segment.getPoint(part / count));
+      }
+      if (!line.isClosed()) expected.push_back(line.back());
+      ASSERT_EQ(refined.numberOfPoints(), expected.size());
+      for (std::size_t k = 0; k < expected.size(); ++k)
+        EXPECT_THAT(refined[k], IsNear(expected[k], 1e-12));
+    };
+    Line3 refined = line;
+    const bool inserted = Algorithm::subdivide(refined, length);
+    EXPECT_EQ(inserted, refined.numberOfPoints() > line.numberOfPoints());
+    check(refined, subdivided);
+    refined = line;
+    Algorithm::resampleToMinimalDistance(refined, length);
+    check(refined, resampled);
+    refined = line;
+    Algorithm::reducePointDistance(refined, length);
+    check(refined, reduced);
+  }
+}
+
+TEST(PolyLineRefinement, ComesToAnEnd)
+{
+  auto line = polyLineFrom<P3>("0,0,0 1,0,0");
+  EXPECT_THROW(Algorithm::resampleToMinimalDistance(line, 0.0), std::length_error);
+  Algorithm::resampleToMinimalDistance(line, -0.1);
+  EXPECT_EQ(line.numberOfPoints(), 2u);
+  Algorithm::reducePointDistance(line, 0.0); // the mean spacing, half of the length
+  EXPECT_EQ(line.numberOfPoints(), 2u);
+
+  Line3 far(std::vector<P3>{P3(1e17, 0, 0), P3(1e17 + 16, 0, 0), P3(INFINITY, 0, 0)}, 0.1);
+  Algorithm::reducePointDistance(far, 1.0);
+  EXPECT_EQ(far.numberOfPoints(), 3u);
+
+  auto blended = polyLineFrom<Point3N>("0,0,0/1,0,0 2,0,0/0,1,0");
+  Algorithm::resampleToMinimalDistance(blended, 1.5);
+  EXPECT_THAT(blended[1].getNormal(), IsNear(Vector<double, 3>(std::sqrt(0.5), std::sqrt(0.5), 0), 1e-12));
+}
+
+TEST(PolyLineSpikes, GoWithTheirTraces)
+{
+  struct Row
+  {
+    const char* line;
+    double tolerance, angle;
+    const char* expected;
+  };
+  const Row rows[] = {
+      {"0,0 1,0 2,0 1,0 0,0 0,5", 0, 0.1, "0,0 0,5"},
+      {"0,0 1,0 3,1 1,0 2,0 3,0", 0, 0.1, "0,0 1,0 2,0 3,0"},
+      {"0,0 1,0 1.5,0 3,0", 0.5, 0.1, "0,0 1,0 3,0"},                           // near the vertex before
+      {"0,0 1,0 2.5,0 3,0", 0.5, 0.1, "0,0 1,0 2.5,0 3,0"},                     // near the next one
+      {"0,0 1,0 0,1", 0, std::numbers::pi / 4, "0,0 1,0 0,1"},                  // the angle itself isn't below
+      {"9,0 2,0 0,0 0,4 4,4 4,0 closed", 0, 0.1, "2,0 0,0 0,4 4,4 4,0 closed"}, // the first vertex comes last
+      {"0,0 1,0 2,0", 9, 4, "0,0 2,0"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.line);
+    auto line = polyLineFrom<P2>(row.line);
+    Algorithm::removeSpikes(line, row.tolerance, row.angle);
+    EXPECT_EQ(textOf(line), row.expected);
+  }
+}
+
+TEST(PolyLineSpikes, LeaveNoneBehind)
+{
+  RandomGeometry random(43);
+  for (int i = 0; i < 300; ++i) {
+    Line3 line = randomLine(random, random.index(40));
+    const double angle = random.uniform(0, 2.5);
+    Algorithm::removeSpikes(line, 0.3, angle);
+    const std::size_t count = line.numberOfPoints();
+    if (count < 3) continue;
+    for (std::size_t k = line.isClosed() ? 0 : 1; k + (line.isClosed() ? 0 : 1) < count; ++k) {
+      const Vector<double, 3> back = line[(k + count - 1) % count] - line[k], onward = line[(k + 1) % count] - line[k];
+      EXPECT_GT(std::max({std::abs(back[0]), std::abs(back[1]), std::abs(back[2])}), 0.3);
+      EXPECT_GE(std::acos(back.dot(onward) / back.length() / onward.length()), angle - 1e-9);
+    }
+  }
+}
+
+TEST(PolyLineOffset, GrowsARegularPolygon)
+{
+  Line3 out;
+  for (const int corners : {3, 4, 5, 12}) {
+    SCOPED_TRACE(corners);
+    Line3 line;
+    for (int i = 0; i < corners; ++i)
+      line.addPoint({std::cos(2 * std::numbers::pi * i / corners), std::sin(2 * std::numbers::pi * i / corners), 1.0});
+    line.setClosed(true);
+    EXPECT_EQ(Algorithm::calcOffsetPolyLine(line, {0, 0, 2}, 0.25, out), corners > 4);
+    const double apothem = std::cos(std::numbers::pi / corners);
+    for (const P3& point : out)
+      EXPECT_NEAR(std::hypot(point[0], point[1]) * apothem, apothem + 0.5, 1e-9);
+  }
+  const auto foldedBack = polyLineFrom<P3>("0,0,0 1,0,0 0,0,0");
+  EXPECT_FALSE(Algorithm::calcOffsetPolyLine(foldedBack, {0, 0, 1}, {-1, -2, -3}, 0.5, out));
+  EXPECT_THAT(out[0], IsNear(P3(0, 0.5, 0), 1e-12));
+  EXPECT_THAT(out[1], IsNear(P3(1, -100000, 0), 1e-9));
+  EXPECT_THAT(out[2], IsNear(P3(0, -2.5, 0), 1e-12));
+  EXPECT_THROW(Algorithm::calcOffsetPolyLine(foldedBack, {0, 0, 1}, {1, 2}, 0, out), ShapecoreException);
+  EXPECT_FALSE(Algorithm::calcOffsetPolyLine(polyLineFrom<P3>("1,2,3"), {0, 0, 1}, 1.0, out));
+  EXPECT_EQ(textOf(out), "1,2,3");
+}
+
+TEST(PolyLineMerge, JoinsEndToStart)
+{
+  struct Row
+  {
+    std::vector<const char*> list;
+    const char* expected;
+    const char* out = "";
+  };
+  const Row rows[] = {
+      // the tolerance is 0.1
+      {{}, "7,7", "7,7"},
+      {{"", "closed"}, "7,7", "7,7"},
+      {{"0,0 1,0", "1,0 2,0 5,0"}, "0,0 1,0 2,0 5,0"},
+      {{"0,0 1,0", "1.05,0 1.08,0 5,0"}, "0,0 1,0 5,0"},
+      {{"0,0 1,0", "1.05,0 1.05,5"}, "0,0 1,0 1.05,0 1.05,5"}, // a sharp turn
+      {{"0,0 5,0", "5,0 5,5 0,0.09"}, "0,0 5,0 5,5 closed"},
+      {{"0,0 5,0", "5,0 5,5 0,0.9"}, "0,0 5,0 5,5 0,0.9 closed"},
+      {{"0,0 5,0", "5,0 5,5 0,1.1"}, "0,0 5,0 5,5 0,1.1"},
+      {{"0,0 5,0", "5,0 5.05,0"}, "0,0 5,0 5.05,0"}, // the last point of all is kept
+      {{"0,0 0,0", "0,0 5,0", "5,0 9,0", "9,0 9,0"}, "0,0 5,0 9,0"},
+      {{"0,0 5,0 5,5 closed"}, "0,0 5,0 5,5 closed"},
+      {{"0,0 5,0 5,5 0,0.009"}, "0,0 5,0 5,5 closed"},
+      {{"0,0 5,0 5,5 0,0.011"}, "0,0 5,0 5,5 0,0.011"},
+      {{"5,0 6,0", "6,0 7,0"}, "0,0 5,0 6,0 7,0", "0,0 5,0"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.expected);
+    std::vector<std::shared_ptr<const Line2>> list{nullptr};
+    for (const char* line : row.list)
+      list.push_back(std::make_shared<Line2>(polyLineFrom<P2>(line)));
+    auto out = polyLineFrom<P2>(row.out);
+    Algorithm::mergePolyLines(list, out);
+    EXPECT_EQ(textOf(out), row.expected);
+  }
+}
+
+TEST(PolyLineSubtract, LeavesChains)
+{
+  struct Row
+  {
+    const char* line;
+    std::vector<const char*> segments;
+    std::vector<std::string> expected;
+  };
+  const Row rows[] = {
+      {bigSquare, {}, {bigSquare}},
+      {bigSquare, {bigSquare}, {}},
+      {bigSquare, {"0,0 4,0"}, {"4,0 4,4 0,4 0,0"}},
+      {bigSquare, {"4,4 4,0"}, {"4,4 0,4 0,0 4,0"}}, // joined at the seam
+      {bigSquare, {"0,4 2,4"}, {"0,4 0,0 4,0 4,4 2,4"}},
+      {bigSquare, {"1,0 3,0"}, {"3,0 4,0", "0,0 1,0", "4,0 4,4 0,4 0,0"}}, // the end of the segment comes first
+      {"0,0 10,0", {"4,0 6,0", "1,0 2,0", "6,0 10,0"}, {"2,0 4,0", "0,0 1,0"}},
+      {"0,0 4,0 4,0 8,0", {"9,0 12,0", "5,0 6,0"}, {"0,0 4,0 4,0", "6,0 8,0", "4,0 5,0"}},
+      {"0,0 4,0", {"1,0.001 3,0.001"}, {"3,0 4,0", "0,0 1,0"}}, // within the tolerance; the ends stay on the line
+      {"0,0 4,0", {"2,0 2,0"}, {"2,0 4,0", "0,0 2,0"}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.line) + ", expected " + testing::PrintToString(row.expected));
+    std::vector<std::shared_ptr<const Line2>> list{nullptr};
+    for (const char* segment : row.segments)
+      list.push_back(std::make_shared<Line2>(polyLineFrom<P2>(segment)));
+    const auto rest = Algorithm::subtractPolylineBoundaries(polyLineFrom<P2>(row.line), list, 1e-4, 1e-12);
+    EXPECT_THAT(textsOf(rest), ElementsAreArray(row.expected));
+  }
+  const auto normals = polyLineFrom<Point3N>("0,0,0/1,0,0 2,0,0/0,1,0");
+  const auto rest =
+      Algorithm::subtractPolylineBoundary(normals, polyLineFrom<Point3N>("1,0,0/0,0,1 3,0,0/0,0,1"), 1e-4, 1e-12);
+  EXPECT_THAT(rest.at(0)->back().getNormal(), IsNear(Vector<double, 3>(std::sqrt(0.5), std::sqrt(0.5), 0), 1e-12));
+}
+
+/// Lines along a slanted axis with vertices at whole steps: what remains of each step is known.
+TEST(PolyLineSubtract, AgreesWithIntervalsForAnyNumberOfThreads)
+{
+  const Vector<double, 3> step(1, 2, -2);
+  constexpr std::size_t steps = 80;
+  RandomGeometry random(44);
+  const int threads = omp_get_max_threads();
+  for (int i = 0; i < 200; ++i) {
+    Line3 line;
+    for (std::size_t k = 0; k <= steps; ++k)
+      if (k == 0 || k == steps || random.index(3) == 0) line.addPoint(step * static_cast<double>(k));
+    std::vector<bool> covered(steps, true);
+    std::vector<P3> ends;
+    for (std::size_t k = 0; k < 16; ++k) {
+      const std::size_t a = random.index(steps), b = random.index(steps);
+      const bool beside = k % 4 == 0;
+      const Vector<double, 3> shift = beside ? Vector<double, 3>(0, 0.1, 0.1) : Vector<double, 3>();
+      ends.emplace_back(step * static_cast<double>(a) + shift);
+      ends.emplace_back(step * static_cast<double>(b) + shift);
+      if (!beside) std::fill(covered.begin() + std::min(a, b), covered.begin() + std::max(a, b), false);
+    }
+    std::vector<Segment<P3>> segments;
+    for (std::size_t k = 0; k < ends.size(); k += 2)
+      segments.emplace_back(&ends[k], &ends[k + 1]);
+
+    std::vector<std::string> serial;
+    for (const int count : {1, 2, 3, 8}) {
+      omp_set_num_threads(count);
+      const auto rest = Algorithm::subtractSegments(line, segments, 1e-6, 1e-12);
+      if (count == 1) {
+        serial = textsOf(rest);
+        for (std::size_t k = 0; k < steps; ++k) {
+          const P3 middle(step * (static_cast<double>(k) + 0.5));
+          const auto hits = std::count_if(rest.begin(), rest.end(),
+                                          [&middle](const auto& piece) { return piece->dist(middle) < 1e-3; });
+          EXPECT_EQ(hits, covered[k] ? 1 : 0) << "line " << i << ", step " << k;
+        }
+      }
+      EXPECT_EQ(textsOf(rest), serial);
+    }
+  }
+  omp_set_num_threads(threads);
+}

@@ -1,0 +1,184 @@
+#include "geometry/PolyLineThinOutAlgorithm.h"
+
+#include "support/PolyLineBuilder.h"
+#include "support/RandomGeometry.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using namespace Kavrel;
+using namespace Kavrel::Testing;
+
+namespace {
+
+using ThinOut = PolyLineThinOutAlgorithm;
+
+template <class P>
+class ThinOutOf : public testing::Test
+{};
+using PolyLinePoints = testing::Types<Point<float, 2>, Point<float, 3>, Point<double, 2>, Point<double, 3>, Point3N,
+                                      Point3NT, ProjectionPoint, ConstraintPoint>;
+TYPED_TEST_SUITE(ThinOutOf, PolyLinePoints);
+
+template <class P>
+Vector<double, 3> wide(const P& point)
+{
+  Vector<double, 3> v;
+  std::copy_n(point.data(), P::Dim, v.data());
+  return v;
+}
+
+template <class P>
+double distance(const P& a, const P& b)
+{
+  return (wide(b) - wide(a)).length();
+}
+
+/// Distance of p from the line through a and b.
+template <class P>
+double distanceToLine(const P& p, const P& a, const P& b)
+{
+  return (wide(p) - wide(a)).cross(wide(b) - wide(a)).length() / distance(a, b);
+}
+
+template <class P>
+PolyLine<P> randomLine(RandomGeometry& random, std::size_t count)
+{
+  PolyLine<P> line;
+  for (const auto& position : random.walk<P::Dim>(count, 1.0)) {
+    P point;
+    std::copy_n(position.data(), P::Dim, point.data());
+    line.addPoint(point);
+  }
+  line.setClosed(random.coin());
+  return line;
+}
+
+/// The indices of the points of `thin` in `line`.
+template <class P>
+std::vector<std::size_t> keptIndices(const PolyLine<P>& line, const PolyLine<P>& thin)
+{
+  std::vector<std::size_t> kept;
+  for (std::size_t i = 0; i < line.numberOfPoints() && kept.size() < thin.numberOfPoints(); ++i)
+    if (line[i] == thin[kept.size()]) kept.push_back(i);
+  return kept;
+}
+
+} // namespace
+
+TEST(GreedyThinOut, DropsInPasses)
+{
+  struct Row
+  {
+    const char* line;
+    double tolerance;
+    std::vector<std::size_t> dropped;
+  };
+  const Row rows[] = {
+      {"0,0 1,0 2,0 3,0 4,0", 0.1, {1, 2, 3}},
+      {"0,0 1,1 2,0", 1, {}}, // at exactly the tolerance
+      {"0,0 1,1 2,0", 1.0001, {1}},
+      {"0,0 5,9 1,0", 1, {}},
+      {"0,0 5,9 1,0", 1.0001, {1}}, // a short chord
+      {"0,0 9,0 3,0", 1, {1}},      // far beyond the chord, but on its line
+      // The vertex behind a dropped one waits until its other neighbour is gone too, and is too far out then.
+      {"0,0 100,1 200,4 300,9 400,16 500,25 600,36", 2.5, {1, 3, 5}},
+      {"0,0 1,0", 9, {}},
+      {"0,0 1,0 closed", 9, {}},
+      {"0,0 1,0 0,1 closed", 9, {0}}, // two points stay
+      {"0,0 1,0 1,1 0,1 closed", 9, {0, 2}},
+      {"0,2 0,0 4,0 4,4 0,4 0,3 closed", 0.1, {0, 5}}, // the last one goes in the same pass
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.line) + " by " + std::to_string(row.tolerance));
+    const auto line = polyLineFrom<Point<double, 2>>(row.line);
+    EXPECT_THAT(ThinOut::computeThinoutPoints(line, row.tolerance), testing::UnorderedElementsAreArray(row.dropped));
+  }
+  auto line = polyLineFrom<Point<double, 2>>("0,0 1,0.09 2,0"); // of tolerance 0.1
+  EXPECT_TRUE(ThinOut::thinout(line, 0.0));
+  EXPECT_FALSE(ThinOut::thinout(line, 0.0));
+  EXPECT_EQ(line.numberOfPoints(), 2u);
+}
+
+TYPED_TEST(ThinOutOf, RandomLinesIsDoneOnlyWhenNothingIsLeftToDrop)
+{
+  using T = typename TypeParam::Scalar;
+  RandomGeometry random(51);
+  std::size_t dropped = 0;
+  for (int i = 0; i < 200; ++i) {
+    const auto line = randomLine<TypeParam>(random, random.index(60));
+    const T tolerance = static_cast<T>(random.logUniform(0.05, 1));
+    const auto indices = ThinOut::computeThinoutPoints(line, tolerance);
+    dropped += indices.size();
+    auto thin = line;
+    EXPECT_EQ(ThinOut::thinout(thin, tolerance), !indices.empty());
+    const auto kept = keptIndices(line, thin);
+    const std::size_t count = kept.size();
+    ASSERT_EQ(count, thin.numberOfPoints());
+    ASSERT_EQ(count + indices.size(), line.numberOfPoints());
+    for (const std::size_t index : kept)
+      EXPECT_FALSE(indices.contains(index));
+    if (count < 3) continue;
+    const double atLeast = static_cast<double>(tolerance) * 0.999;
+    for (std::size_t k = line.isClosed() ? 0 : 1; k + (line.isClosed() ? 0 : 1) < count; ++k) {
+      const auto &before = thin[(k + count - 1) % count], &behind = thin[(k + 1) % count];
+      EXPECT_GE(distance(before, behind), atLeast);
+      EXPECT_GE(distanceToLine(thin[k], before, behind), atLeast);
+    }
+  }
+  EXPECT_GT(dropped, 1000u);
+}
+
+TYPED_TEST(ThinOutOf, ProtectedVerticesKeepsAllUnderTheirChords)
+{
+  using T = typename TypeParam::Scalar;
+  RandomGeometry random(52);
+  std::size_t dropped = 0;
+  for (int i = 0; i < 200; ++i) {
+    const auto line = randomLine<TypeParam>(random, 4 + random.index(40));
+    const std::size_t count = line.numberOfPoints();
+    const double tolerance = static_cast<double>(static_cast<T>(random.logUniform(0.05, 1)));
+    std::set<std::size_t> fixed{0, count + 5};
+    while (random.coin())
+      fixed.insert(random.index(count));
+    auto thin = line;
+    const bool thinned = ThinOut::thinout(thin, static_cast<T>(tolerance), fixed);
+    EXPECT_EQ(thinned, thin.numberOfPoints() < count);
+    auto kept = keptIndices(line, thin);
+    ASSERT_EQ(kept.size(), thin.numberOfPoints());
+    dropped += count - kept.size();
+
+    // Whether a chord is near to each vertex under it, by a margin that rounding doesn't bridge.
+    const auto covers = [&](std::size_t first, std::size_t last, double limit) {
+      const auto &a = line[first], &b = line[last % count];
+      for (std::size_t j = first + 1; j < last; ++j)
+        if (std::min({distance(line[j], a), distance(line[j], b), distance(a, b), distanceToLine(line[j], a, b)}) >
+            limit)
+          return false;
+      return true;
+    };
+    kept.push_back(line.isClosed() ? count : count - 1);
+    EXPECT_EQ(kept[0], 0u);
+    for (std::size_t k = 0; k + 1 < kept.size(); ++k) {
+      EXPECT_TRUE(covers(kept[k], kept[k + 1], 1.001 * tolerance));
+      if (k == 0 || thin.numberOfPoints() < 4) continue;
+      const bool isEnd = !line.isClosed() && kept[k] + 1 == count;
+      EXPECT_TRUE(fixed.contains(kept[k]) || isEnd || !covers(kept[k - 1], kept[k] + 1, 0.999 * tolerance));
+    }
+    for (const std::size_t index : fixed)
+      EXPECT_TRUE(index >= count || std::binary_search(kept.begin(), kept.end(), index));
+  }
+  EXPECT_GT(dropped, 500u);
+}
+
+TEST(ProtectedThinOut, StopsAtThreePointsOfAClosedLine)
+{
+  auto line = polyLineFrom<Point<double, 2>>("0,0 1,0 1,1 0,1 closed");
+  EXPECT_FALSE(ThinOut::thinout(line, -0.1, {}));
+  EXPECT_TRUE(ThinOut::thinout(line, 9.0, {}));
+  EXPECT_EQ(line.numberOfPoints(), 3u);
+  EXPECT_EQ(line[1], (Point<double, 2>(1, 1)));
+  line.setClosed(false);
+  EXPECT_TRUE(ThinOut::thinout(line, 9.0, {}));
+  EXPECT_EQ(line.numberOfPoints(), 2u);
+}
