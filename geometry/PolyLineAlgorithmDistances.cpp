@@ -182,6 +182,7 @@ double PolyLineAlgorithm::maxNormalDeviationBetweenTwoPolygons(const PolyLine<P>
                                                                double maxDistance)
 {
   if (!PolyLineWithNormals::allPointsHaveNormals(a) || !PolyLineWithNormals::allPointsHaveNormals(b)) return largest;
+  if (b.isEmpty()) return a.isEmpty() ? 0.0 : largest;
   const PolyLineNearest::ManyNearest<P> nearest(b, 2 * a.numberOfPoints());
   double deviation = 0.0;
   for (const P& point : a) {

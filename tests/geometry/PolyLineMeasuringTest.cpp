@@ -297,6 +297,7 @@ TEST(PolyLineNormals, DeviateByTheAngleBetweenThem)
   EXPECT_EQ(Algo::maxNormalDeviation(up, tilted, 0.99), largest);
   EXPECT_EQ(Algo::maxNormalDeviation(up, polyLineFrom<Point3N>("0,1,0 9,1,0/0,0,1"), 5.0), largest);
   EXPECT_EQ(Algo::maxNormalDeviationBetweenTwoPolygons(PolyLine<Point3N>(), up, 1.0), 0.0);
+  EXPECT_EQ(Algo::maxNormalDeviationBetweenTwoPolygons(up, PolyLine<Point3N>(), largest), largest);
 }
 
 // Tangents and corners
