@@ -38,18 +38,20 @@ inline void basisFunctions(const double* knots, std::size_t span, unsigned runti
   if (degree <= order) rows[degree][0] = 1.0;
   for (unsigned level = 1; level <= degree; ++level) {
     const double* const lower = upper - level;
-    double* const reciprocal = inverse[std::min(degree - level, order)];
     double carried = 0.0;
     for (unsigned r = 0; r < level; ++r) {
-      reciprocal[r] = 1.0 / (upper[r] - lower[r]);
-      const double part = rows[0][r] * reciprocal[r];
-      rows[0][r] = carried + (upper[r] - u) * part;
-      carried = (u - lower[r]) * part;
+      const double share = (u - lower[r]) / (upper[r] - lower[r]); // exactly 1 at the upper end
+      const double whole = rows[0][r];
+      rows[0][r] = carried + (1.0 - share) * whole;
+      carried = share * whole;
     }
     rows[0][level] = carried;
     if (level < degree && degree - level <= order)
       for (unsigned r = 0; r <= level; ++r)
         rows[degree - level][r] = rows[0][r];
+    if (degree - level < order)
+      for (unsigned r = 0; r < level; ++r)
+        inverse[degree - level][r] = 1.0 / (upper[r] - lower[r]);
   }
   for (unsigned d = 1; d <= order && d <= degree; ++d)
     for (unsigned level = degree - d + 1; level <= degree; ++level)

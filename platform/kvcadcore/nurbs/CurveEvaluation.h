@@ -32,8 +32,9 @@ template <unsigned order, class Scalar, unsigned dim>
 KVSHAPES_EXPORT CurveDerivatives<dim, order> derivativesInSpan(const CurveView<Scalar, dim>& curve, std::size_t span,
                                                                double u);
 
-/// Point and derivatives at `u`. Nothing is clipped: see findSpan for the polynomial that counts. A curve whose domain
-/// has no length gives values that are no numbers.
+/// Point and derivatives at `u`. Nothing is clipped: see findSpan for the polynomial that counts. A polynomial curve
+/// meets its end control points to the bit where it is clamped. A curve whose domain has no length gives values that
+/// are no numbers.
 template <unsigned order, class Scalar, unsigned dim>
 CurveDerivatives<dim, order> derivativesAt(const CurveView<Scalar, dim>& curve, double u)
 {

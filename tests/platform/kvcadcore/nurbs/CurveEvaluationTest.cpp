@@ -35,6 +35,17 @@ TEST(CurveEvaluation, AgreesWithBezierExtraction)
   });
 }
 
+TEST(CurveEvaluation, ClampedEndsAreControlPointsToTheBit)
+{
+  forRandomCurves(1, [](const NurbsArrays& curve, RandomGeometry&) {
+    if (curve.knots[0] < curve.domainStart() || curve.knots.back() > curve.domainEnd() || curve.view().weights) return;
+    const auto start = Nurbs::pointAt(curve.view(), curve.domainStart());
+    const auto end = Nurbs::pointAt(curve.view(), curve.domainEnd());
+    ASSERT_TRUE(std::ranges::equal(start, std::span(curve.points).first(3)));
+    ASSERT_TRUE(std::ranges::equal(end, std::span(curve.points).last(3)));
+  });
+}
+
 TEST(CurveEvaluation, DerivativesAgreeWithDifferencesOfTheOrderBelow)
 {
   forRandomCurves(2, [](const NurbsArrays& curve, RandomGeometry& random) {
