@@ -293,7 +293,7 @@ TEST(KvBSpline, DegenerateInputStaysFinite)
   EXPECT_EQ(never.getNumberOfInterpolationPoints(), 0u);
 }
 
-TEST(KvBSpline, MovesAlongWithItsPointsAndArrivesAsStored)
+TEST(KvBSpline, LoadsAndEditsInstallNewObjects)
 {
   RandomGeometry random(55);
   Spline spline(randomPoints(random, 6), Vector3(0, 0.8, 0), Vector3(0, 0, 2), false, 0.02);
@@ -316,13 +316,7 @@ TEST(KvBSpline, MovesAlongWithItsPointsAndArrivesAsStored)
                             }),
             "");
 
-  // After the next edit a reversed spline is what one built the other way round is.
-  Spline reversed = spline;
-  reversed.reverse();
-  reversed.setClosed(false);
-  for (const double u : {0.0, 0.2, 0.55, 0.9})
-    EXPECT_THAT(reversed.evaluate(1.0 - u), IsNear(spline.evaluate(u), 1e-10));
-  reversed.moveInterpolationPoint(0, Point3(9, 9, 9));
+  spline.moveInterpolationPoint(2, Point3(9, 9, 9));
   EXPECT_TRUE(piece->isCompletelyEqual(held, 0.0)) << "an edit doesn't change the pieces that readers hold";
 }
 
