@@ -10,7 +10,7 @@ namespace Kavrel::Tool {
 
 namespace {
 
-constexpr double mostPoints = 1e8;
+constexpr double mostPoints = 1e7;
 
 struct Options
 {
@@ -24,16 +24,19 @@ double longestSegment(const Line& line)
   return longest < 0 ? 0.0 : line.getSegment(static_cast<std::size_t>(longest)).length();
 }
 
-// Halving keeps gaps of up to twice its length.
-void refine(Line& line, double length, bool halve)
+// Halving leaves gaps of up to twice its length, and takes a length of its own where that is below 1e-5: not in a view.
+Line refined(const Line& line, double length, bool halve, const View& view)
 {
-  if (halve)
-    PolyLineAlgorithm::reducePointDistance(line, 0.5 * length);
-  else
-    PolyLineAlgorithm::resampleToMinimalDistance(line, length);
+  Line result = halve ? view.toView(line) : line;
+  if (!halve) {
+    PolyLineAlgorithm::resampleToMinimalDistance(result, length);
+    return result;
+  }
+  PolyLineAlgorithm::reducePointDistance(result, 0.5 * length * view.getScale());
+  return view.fromView(result);
 }
 
-Outcome resample(const Options& options, const std::vector<NumberedLine>& lines)
+Outcome resample(const Options& options, const std::vector<NumberedLine>& lines, const View& view)
 {
   const double length = parsePositive("--length", options.length);
   double total = 0.0;
@@ -44,8 +47,7 @@ Outcome resample(const Options& options, const std::vector<NumberedLine>& lines)
   Outcome outcome;
   Json records = Json::array();
   for (const NumberedLine& entry : lines) {
-    Line line = entry.line;
-    refine(line, length, options.halve);
+    Line line = refined(entry.line, length, options.halve, view);
     records.push_back({{"line", entry.number},
                        {"points before", entry.line.numberOfPoints()},
                        {"points after", line.numberOfPoints()},
@@ -62,9 +64,9 @@ Outcome resample(const Options& options, const std::vector<NumberedLine>& lines)
 void addLineResample(LineCommand& command)
 {
   auto options = std::make_shared<Options>();
-  CLI::App* action =
-      command.add("resample", "Divides long segments, in equal parts or by halving",
-                  [options](const std::vector<NumberedLine>& lines, const View&) { return resample(*options, lines); });
+  CLI::App* action = command.add(
+      "resample", "Divides long segments, in equal parts or by halving",
+      [options](const std::vector<NumberedLine>& lines, const View& view) { return resample(*options, lines, view); });
   action->add_option("--length", options->length, "The longest segment that stays undivided")->required();
   action->add_flag("--halve", options->halve, "Halve a segment as often as needed");
 }
