@@ -4,6 +4,7 @@
 #include "geometry/Plane.h"
 #include "geometry/PolyLine.h"
 #include "geometry/ShapecoreException.h"
+#include "geometry/StraightLine.h"
 #include "platform/kvmath/MatrixFunctions.h"
 #include "support/ArchiveWriter.h"
 #include "support/Matchers.h"
@@ -54,14 +55,14 @@ public:
   static void checkDerivation(const Kind& kind)
   {
     const auto curve = kind.make();
+    if (kind.derivation == Derivation::Refused) {
+      EXPECT_THROW(curve->evaluateDerivation(parameter(*curve, 0.5)), ShapecoreException);
+      return;
+    }
     const double step = (isFloat ? 4e-3 : 1e-5) * width(*curve);
     for (const double f : innerFractions) {
       SCOPED_TRACE(f);
       const double t = parameter(*curve, f);
-      if (kind.derivation == Derivation::Refused) {
-        EXPECT_THROW(curve->evaluateDerivation(t), ShapecoreException);
-        continue;
-      }
       V expected = (curve->evaluate(t + step) - curve->evaluate(t - step)) / static_cast<T>(2.0 * step);
       V actual = curve->evaluateDerivation(t);
       if (kind.derivation == Derivation::Direction) {
@@ -69,7 +70,6 @@ public:
       }
       EXPECT_THAT(actual, IsNear(expected, (isFloat ? 2e-2 : 1e-6) * width(*curve)));
     }
-    if (kind.derivation == Derivation::Refused) return;
     const auto& domain = curve->getDomain();
     EXPECT_LT(curve->getStartTangent().angle(curve->evaluateDerivation(domain.lower)), 0.05);
     EXPECT_LT(curve->getEndTangent().angle(curve->evaluateDerivation(domain.upper)), 0.05);
@@ -130,7 +130,6 @@ public:
     const auto curve = kind.make(), image = curve->mirror(plane);
     expectImage(kind, *image, *curve, kind.mirrorTurnsAround, place(CoordinateSystem<T, dim>().setUpMirror(plane)));
     EXPECT_FALSE(image->getId() == curve->getId());
-    expectImage(kind, *curve, *kind.make(), false, keep);
   }
 
   static void checkTransform(const Kind& kind)
@@ -153,16 +152,12 @@ public:
     EXPECT_TRUE(twin->getId() == id);
     twin->transform(placement());
     curve->setTolerance(kind.make()->getTolerance());
+    const PolyLine<P> polyline;
+    const StraightLine<T, dim> line;
+    const CurveType* stranger = &line;
+    if (dynamic_cast<const StraightLine<T, dim>*>(curve.get())) stranger = &polyline;
+    EXPECT_THROW(curve->copy(*stranger), std::bad_cast);
     expectImage(kind, *curve, *kind.make(), false, keep);
-  }
-
-  static void checkCopyOfAnotherKind(const Kind& kind, const Kind& other)
-  {
-    const auto curve = kind.make(), stranger = other.make();
-    const CurveType &a = *curve, &b = *stranger;
-    if (typeid(a) == typeid(b)) return;
-    EXPECT_THROW(curve->copy(b), std::bad_cast);
-    expectImage(kind, a, *kind.make(), false, keep);
   }
 
   static void checkArchive(const Kind& kind)
@@ -171,43 +166,32 @@ public:
     curve->setTolerance(T(0.25));
     ArchiveWriter writer;
     Persistence::savePointer(writer.archive(), curve);
-    Persistence::savePointer(writer.archive(), curve);
     const auto bytes = writer.bytes();
     PersistenceArchiver archive;
     archive.openForReading(bytes);
-    std::shared_ptr<CurveType> first, second;
-    Persistence::loadPointer(archive, first);
-    Persistence::loadPointer(archive, second);
-    ASSERT_TRUE(first);
-    EXPECT_EQ(first, second);
-    expectImage(kind, *first, *curve, false, keep);
-    EXPECT_TRUE(first->getId() == curve->getId());
-    EXPECT_EQ(first->getDomain(), curve->getDomain());
+    std::shared_ptr<CurveType> loaded;
+    Persistence::loadPointer(archive, loaded);
+    ASSERT_TRUE(loaded);
+    expectImage(kind, *loaded, *curve, false, keep);
+    EXPECT_TRUE(loaded->getId() == curve->getId());
+    EXPECT_EQ(loaded->getDomain(), curve->getDomain());
   }
 
   static void checkDomain(const Kind& kind)
   {
-    const auto curve = kind.make();
+    const auto curve = kind.make(), head = kind.make(), tail = kind.make();
     const Interval domain = curve->getDomain();
-    EXPECT_LT(domain.lower, domain.upper);
     EXPECT_THAT(curve->getMid(), IsNear(pointAt(*curve, 0.5), eps));
     const double cut = parameter(*curve, 0.375);
-    const auto head = kind.make(), tail = kind.make();
     head->setDomainEnd(cut);
     tail->setDomainStart(cut);
     EXPECT_EQ(head->getDomain(), Interval(domain.lower, cut, false, false));
     EXPECT_EQ(tail->getDomain(), Interval(cut, domain.upper, false, false));
-    if (kind.domainMovesEnds) {
-      EXPECT_THAT(head->getStart(), IsNear(pointAt(*curve, 0.0), eps));
-      EXPECT_THAT(head->getEnd(), IsNear(curve->evaluate(cut), eps));
-      EXPECT_THAT(tail->getStart(), IsNear(curve->evaluate(cut), eps));
-      const double whole = curve->getLength();
-      if (!curve->isClosed()) { // parts of a closed curve stay marked as closed
-        EXPECT_NEAR(head->getLength() + tail->getLength(), whole, 0.02 * whole);
-      }
-    } else {
-      EXPECT_EQ(head->getEnd(), curve->getEnd());
-      EXPECT_EQ(tail->getStart(), curve->getStart());
+    EXPECT_THAT(head->getStart(), IsNear(curve->getStart(), eps));
+    EXPECT_THAT(head->getEnd(), IsNear(kind.domainMovesEnds ? curve->evaluate(cut) : curve->getEnd(), eps));
+    EXPECT_THAT(tail->getStart(), IsNear(kind.domainMovesEnds ? curve->evaluate(cut) : curve->getStart(), eps));
+    if (kind.domainMovesEnds && !curve->isClosed()) { // parts of a closed curve stay marked as closed
+      EXPECT_NEAR((head->getLength() + tail->getLength()) / curve->getLength(), 1.0, 0.02);
     }
     head->setDomainStart(domain.upper + 1.0);
     EXPECT_EQ(head->getDomain(), Interval(cut, domain.upper + 1.0, false, false));
