@@ -64,7 +64,7 @@ public:
   /// The mirrored circle over the same domain; the sense of rotation is mirrored, too.
   std::shared_ptr<Curve<T, dim>> mirror(const Plane<T, dim>& plane) const override;
 
-  /// The parameter of \p p on a circle parallel to the global XZ plane, by x and the sign of z: in (0, pi) above the
+  /// The parameter of \p p on a circle parallel to the global XZ plane, by x and the sign of z: in [0, pi] above the
   /// centre in z, else in [pi, 2 pi].
   double calculateParameterFromXZ(const Point<T, dim>& p) const requires(dim == 3);
 

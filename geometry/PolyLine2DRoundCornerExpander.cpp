@@ -19,16 +19,16 @@ constexpr double zeroSqrLength = 1e-12; // strictly below: no segment
 constexpr double normalizeEps = 1e-12;
 constexpr double angleEps = 1e-4;
 
-/// A corner and the segment that starts there.
+/// What becomes of a corner and of the outgoing segment.
 struct CornerRecord
 {
-  bool arcCorner = true; // joined by an arc; else cut at the miter point
-  Direction direction;   // to the next point, of unit length
-  double length = 0.0;   // of the segment
-  Direction normal;      // of the segment, to the outside
-  Direction miter;       // offset direction of a miter corner, not of unit length
-  double cut = 0.0;      // what the miter takes from each of the two segments
-  bool tooShort = false; // the cuts at both ends leave nothing of the segment
+  bool arcCorner = true; // goes around the corner; else meets at the miter point
+  Direction direction;   // of the segment, a unit vector without z
+  double length = 0.0;   // of the segment in the plane
+  Direction normal;      // unit vector, right of the direction of a counter-clockwise polygon
+  Direction miter;       // from the corner to the miter point of an offset of 1
+  double cut = 0.0;      // by which the miter shortens both segments of the corner
+  bool tooShort = false; // nothing of the segment is left between the cuts
 };
 
 Direction flatWay(const Position& from, const Position& to)

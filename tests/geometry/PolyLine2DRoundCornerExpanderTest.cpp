@@ -27,7 +27,7 @@ Line expanded(const Line& line, double offset)
   return result;
 }
 
-TEST(PolyLine2DRoundCornerExpander, MiterPointsAndEnds)
+TEST(PolyLine2DRoundCornerExpander, MitersEndsAndSwallowedSegments)
 {
   const struct
   {
@@ -48,11 +48,17 @@ TEST(PolyLine2DRoundCornerExpander, MiterPointsAndEnds)
       {"swallowed first segment", "0,0,1 0.5,0,2 0.5,10,3", -1.0, "0,1,1 -0.5,0,2 -0.5,10,3"},
       {"swallowed last segment", "0,0,1 10,0,2 10,0.5,3", -1.0, "0,1,1 10,1,2 9,0.5,3"},
       {"swallowed between two miters", "0,0,1 10,0,2 10,0.5,3 0,0.5,4", -1.0, "0,1,1 10,1,2 10,-0.5,3 0,-0.5,4"},
+      {"swallowed behind an arc", "0,0,1 10,0,2 10,0.5,3 20,0.5,4", 1.0,
+       "0,-1,1 10,-1,2 11,0,2 11,0.5,3 10,-0.5,3 20,-0.5,4"},
+      {"swallowed before an arc", "0,0,1 10,0,2 10,-0.5,3 20,-0.5,4", 1.0,
+       "0,-1,1 10,-1,2 9,0,2 9,-0.5,3 10,-1.5,3 20,-1.5,4"},
   };
   for (const auto& row : rows) {
     SCOPED_TRACE(row.name);
     const Line expected = lineFrom(row.outline);
-    const Line actual = expanded(lineFrom(row.input), row.offset);
+    Line input = lineFrom(row.input);
+    input.setTolerance(4.0); // makes an arc a single chord
+    const Line actual = expanded(input, row.offset);
     ASSERT_EQ(actual.numberOfPoints(), expected.numberOfPoints());
     EXPECT_TRUE(actual.isCompletelyEqual(expected, 2e-6)) << testing::PrintToString(actual.getPointCollection());
     EXPECT_EQ(actual.getTolerance(), 0.1);
