@@ -53,6 +53,9 @@ public:
     piece.subtract(segments[static_cast<std::size_t>(id)], rest, sqrCollinear, sqrLength);
   }
 
+  /// Whether a piece is too short to remain.
+  bool isNegligible(const Segment<P>& piece) const { return !(static_cast<double>(piece.sqrLength()) > sqrLength); }
+
 private:
   static std::vector<Box<P::Dim>> boxesOf(const std::vector<Segment<P>>& segments, double margin)
   {
@@ -89,7 +92,7 @@ public:
   {
     subtrahend.findNear(segment, candidates);
     stack.assign(1, segment);
-    // Each piece is tried with all candidates, so that no overlap survives.
+    // Each piece is tried with all candidates, so that no overlap survives: quadratic where many split one segment.
     while (!stack.empty()) {
       if (!cutTopPiece(remainder.created)) continue;
       remainder.pieces.push_back(stack.back());
@@ -98,25 +101,26 @@ public:
   }
 
 private:
-  /// Replaces the piece on top by what remains of it, its last part on top. Whether there is one.
+  /// Replaces the piece on top by what remains of it, its last part on top. Whether there is one. A candidate that has
+  /// split a piece has no more part in others of the segment; trying it again might never end, as rounding lets it
+  /// overlap the new ends by a hair.
   bool cutTopPiece(std::deque<P>& created)
   {
-    for (const int id : candidates) {
+    for (int& id : candidates) {
       const Segment<P> piece = stack.back();
-      subtrahend.takeFrom(piece, id, rest);
-      if (rest.size() > 1 && (isWhole(rest.front(), piece) || isWhole(rest.back(), piece))) continue;
+      if (id == spent) {
+        if (!subtrahend.isNegligible(piece)) continue;
+        rest.clear();
+      } else {
+        subtrahend.takeFrom(piece, id, rest);
+      }
       stack.pop_back();
       if (rest.empty()) return false;
+      if (rest.size() > 1) id = spent;
       for (const Segment<P>& part : rest)
         stack.emplace_back(ownedBy(piece, part.getStart(), created), ownedBy(piece, part.getEnd(), created));
     }
     return true;
-  }
-
-  /// A segment without length at the very end of a piece would be cut out of it for ever.
-  static bool isWhole(const Segment<P>& part, const Segment<P>& piece)
-  {
-    return *part.getStart() == *piece.getStart() && *part.getEnd() == *piece.getEnd();
   }
 
   /// The end of a part: one of the piece, or a new point of the piece, with its attributes.
@@ -125,6 +129,8 @@ private:
     if (end == piece.getStart() || end == piece.getEnd()) return end;
     return &created.emplace_back(piece.nearestPoint(*end));
   }
+
+  static constexpr int spent = -1;
 
   const Subtrahend<P>& subtrahend;
   std::vector<int> candidates;

@@ -178,7 +178,4 @@ TEST(ProtectedThinOut, StopsAtThreePointsOfAClosedLine)
   EXPECT_TRUE(ThinOut::thinout(line, 9.0, {}));
   EXPECT_EQ(line.numberOfPoints(), 3u);
   EXPECT_EQ(line[1], (Point<double, 2>(1, 1)));
-  line.setClosed(false);
-  EXPECT_TRUE(ThinOut::thinout(line, 9.0, {}));
-  EXPECT_EQ(line.numberOfPoints(), 2u);
 }
