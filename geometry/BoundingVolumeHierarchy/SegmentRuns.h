@@ -54,6 +54,7 @@ public:
 private:
   static constexpr std::size_t width = 8; // boxes side by side, a multiple of the lanes
   static constexpr float infinity = std::numeric_limits<float>::infinity();
+  static constexpr float noNumber = std::numeric_limits<float>::quiet_NaN();
 
   /// Rounding to single precision keeps the order of numbers, so boxes that meet still do.
   struct Box
@@ -62,15 +63,13 @@ private:
     float highX = -infinity, highY = -infinity;
   };
 
-  /// The boxes of consecutive segments or runs. Unused ones are empty.
+  /// The boxes of consecutive segments or runs. Unused ones are no numbers, which meet nothing, be it infinite.
   struct Boxes
   {
     Boxes()
     {
-      std::fill_n(lowX, width, infinity);
-      std::fill_n(lowY, width, infinity);
-      std::fill_n(highX, width, -infinity);
-      std::fill_n(highY, width, -infinity);
+      for (float* bounds : {lowX, lowY, highX, highY})
+        std::fill_n(bounds, width, noNumber);
     }
 
     void set(std::size_t i, const Box& box)

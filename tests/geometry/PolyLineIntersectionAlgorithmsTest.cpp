@@ -437,6 +437,7 @@ TEST(PolyLineIntersectionAlgorithms, SelfIntersectionsCountOrNotAtTheEdges)
       {"0,0 4,0 4,4 0,4 0,0", {3}},           // closed by its points, not by its flag
       {"0,0 2,2 4,0 4,2 0,1 closed", {3, 1}}, // several
       {"0,0 1e-4,1e-4 1e-4,0 0,1e-4", {}},    // too small to cross
+      {"-1e39,-1e39 1e39,1e39 2,0 0,2", {2}}, // beyond single precision
       {"0,0 2,2 2,nan 2,0 0,2", {3}},         // no number crosses nothing
       {"0,0 inf,2 2,2 2,0 0,2", {}},
   };
