@@ -16,9 +16,10 @@
 
 namespace Kavrel {
 
+using BoundingVolumeHierarchy::SegmentRuns;
+
 namespace {
 
-constexpr unsigned maxLeafSize = 5;
 constexpr double equalCoordinate = 1e-12; // inclusive: the same coordinate
 constexpr double samePlaceSqr = 1e-24;    // inclusive: the same crossing with a plane
 constexpr double sqrOverlapTolerance = 1e-24;
@@ -87,28 +88,23 @@ PolyLineIntersectionAlgorithms<P>::createSearchTreeKey(const Line& polyline)
 }
 
 template <class P>
-const typename PolyLineIntersectionAlgorithms<P>::SearchTree*
-PolyLineIntersectionAlgorithms<P>::createOrFindSearchTree(const Line& polyline, bool refresh)
+typename PolyLineIntersectionAlgorithms<P>::KeptTree
+PolyLineIntersectionAlgorithms<P>::createOrFindSearchTree(const Line& polyline, bool refresh, double tolerance)
 {
   if (polyline.numberOfPoints() < 2) return nullptr;
-  auto& tree = searchTrees[createSearchTreeKey(polyline)];
-  if (!tree || refresh) tree.emplace(polyline, maxLeafSize);
-  return &*tree;
-}
-
-template <class P>
-bool PolyLineIntersectionAlgorithms<P>::isNewToSearch(const Line& polyline, bool refresh)
-{
-  const auto [entry, isNew] = searchTrees.try_emplace(createSearchTreeKey(polyline));
-  if (refresh) entry->second.reset();
-  return isNew || refresh;
+  KeptTree& tree = searchTrees[createSearchTreeKey(polyline)];
+  if (!tree || refresh)
+    tree = std::make_shared<const SegmentRuns>(polyline, std::max(0.0, tolerance));
+  else if (tolerance > tree->getProlongation())
+    tree = std::make_shared<const SegmentRuns>(*tree, tolerance);
+  return tree;
 }
 
 template <class P>
 bool PolyLineIntersectionAlgorithms<P>::resetPolyLine(const Line& polyline)
 {
   searchTrees.erase(createSearchTreeKey(polyline));
-  return createOrFindSearchTree(polyline, true) != nullptr;
+  return createOrFindSearchTree(polyline, true, 0.0) != nullptr;
 }
 
 // Two polylines -------------------------------------------------------------------------------------------------------
@@ -176,12 +172,18 @@ void PolyLineIntersectionAlgorithms<P>::appendInOrder(std::vector<Entry>& list, 
 }
 
 template <class P>
-std::vector<typename PolyLineIntersectionAlgorithms<P>::Entry>
-PolyLineIntersectionAlgorithms<P>::crossOnce(const Line& a, const Line& b, bool firstOnly, double tolerance)
+bool PolyLineIntersectionAlgorithms<P>::crossPolyLines(const Line& a, const Line& b, std::vector<P>& points,
+                                                       bool filtered, bool refresh, double tolerance, bool firstOnly,
+                                                       std::vector<unsigned>* segmentsA,
+                                                       std::vector<unsigned>* segmentsB)
 {
-  using BoundingVolumeHierarchy::SegmentRuns;
+  const KeptTree treeA = createOrFindSearchTree(a, refresh, tolerance);
+  const KeptTree treeB = treeA ? createOrFindSearchTree(b, refresh, tolerance) : nullptr;
+  if (!treeB || !(tolerance >= 0)) return false;
+
   std::vector<Entry> list;
-  SegmentRuns(a, tolerance).visitMeetingPairs(SegmentRuns(b, tolerance), [&](std::size_t i, std::size_t j) {
+  treeA->visitMeetingPairs(*treeB, [&](std::size_t i, std::size_t j) {
+    if (i >= a.numberOfSegments() || j >= b.numberOfSegments()) return false; // gone since the tree was made
     const Segment<P> onA = a.getSegment(i);
     BoundingVolumeHierarchy::IntersectionQueryResult<Segment<P>, Segment<P>> hit;
     if (!BoundingVolumeHierarchy::intersectXY(onA, b.getSegment(j), hit, tolerance)) return false;
@@ -189,25 +191,6 @@ PolyLineIntersectionAlgorithms<P>::crossOnce(const Line& a, const Line& b, bool 
     list.push_back({hit.firstParameter, i, hit.secondParameter, j, point});
     return firstOnly;
   });
-  return list;
-}
-
-template <class P>
-bool PolyLineIntersectionAlgorithms<P>::crossPolyLines(const Line& a, const Line& b, std::vector<P>& points,
-                                                       bool filtered, bool refresh, double tolerance, bool firstOnly,
-                                                       std::vector<unsigned>* segmentsA,
-                                                       std::vector<unsigned>* segmentsB)
-{
-  if (a.numberOfPoints() < 2) return false;
-  const bool isNewA = isNewToSearch(a, refresh);
-  if (b.numberOfPoints() < 2) return false;
-  const bool isNewB = isNewToSearch(b, refresh);
-  if (!(tolerance >= 0)) return false;
-  if (!isNewA || !isNewB)
-    return calculateIntersectionsXYGeneralCase(*createOrFindSearchTree(a, false), *createOrFindSearchTree(b, false),
-                                               points, filtered, tolerance, firstOnly, segmentsA, segmentsB, false);
-  // Trees take several times as long as their first answer.
-  auto list = crossOnce(a, b, firstOnly, tolerance);
   appendInOrder(list, points, filtered, segmentsA, segmentsB);
   return true;
 }
@@ -537,7 +520,6 @@ bool PolyLineIntersectionAlgorithms<P>::intersectInProjection(const PolyLine<P>&
     return anyPairCrosses(Image(project, a), Image(project, b), tolerance);
   }
   if (a.numberOfPoints() < 2 || b.numberOfPoints() < 2) return false;
-  using BoundingVolumeHierarchy::SegmentRuns;
   const auto imageA = project(a);
   const auto imageB = project(b);
   const double margin = tolerance < 0 ? fallbackTolerance : tolerance;

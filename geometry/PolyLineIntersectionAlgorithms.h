@@ -14,6 +14,10 @@
 
 namespace Kavrel {
 
+namespace BoundingVolumeHierarchy {
+class SegmentRuns;
+}
+
 /// The point types over which PolyLineIntersectionAlgorithms exists.
 #define KV_FOR_EACH_INTERSECTION_POINT(M) M(Point<double, 2>) M(Point<double, 3>) M(Point3N) M(Point3NT)
 
@@ -24,10 +28,10 @@ namespace Kavrel {
 /// directions, an area) count as parallel and don't cross, so lines with segments shorter than about 1e-3 need scaling.
 /// Lists are extended, never cleared.
 ///
-/// An object keeps a search tree for each polyline that it has seen, so that a caller who asks often pays for it once;
-/// two polylines that are both new to it are crossed without, and get theirs with the next question.
-/// The trees borrow their polylines: these must outlive the object, or its next clear(). A polyline that was changed in
-/// place needs resetPolyLine() or `refresh`. The static operations may run side by side; the others change the object.
+/// An object keeps a tree of boxes for each polyline that it has seen, so that a caller who asks often pays for it
+/// once. A polyline is known again by its address and its identifier. One that was changed in place needs
+/// resetPolyLine() or `refresh`; else crossings off its former boxes are missed. The static operations may run side by
+/// side; the others change the object.
 template <class P>
 class KVSHAPES_EXPORT PolyLineIntersectionAlgorithms
 {
@@ -167,22 +171,23 @@ private:
 
   using Entry = typename SearchTree::SegmentIntersection;
 
+  /// Light enough to be made for a single question, as a SearchTree isn't. Copies of the object share them.
+  using KeptTree = std::shared_ptr<const BoundingVolumeHierarchy::SegmentRuns>;
+
   static Key createSearchTreeKey(const Line& polyline);
-  const SearchTree* createOrFindSearchTree(const Line& polyline, bool refresh);
-  /// Notes the polyline, without a tree, and tells whether it has none to use.
-  bool isNewToSearch(const Line& polyline, bool refresh);
+  /// Null for fewer than two points. The segments of the tree are prolonged by \p tolerance or more.
+  KeptTree createOrFindSearchTree(const Line& polyline, bool refresh, double tolerance);
 
   bool crossPolyLines(const Line& a, const Line& b, std::vector<P>& points, bool filtered, bool refresh,
                       double tolerance, bool firstOnly, std::vector<unsigned>* segmentsA,
                       std::vector<unsigned>* segmentsB);
-  static std::vector<Entry> crossOnce(const Line& a, const Line& b, bool firstOnly, double tolerance);
   static void appendInOrder(std::vector<Entry>& list, std::vector<P>& points, bool filtered,
                             std::vector<unsigned>* segmentsA, std::vector<unsigned>* segmentsB);
 
   static std::optional<bool> lessOneSegmentPolyline(const SearchTree& tree, std::size_t index);
   static std::optional<bool> invalidPolylinesIntersection(const SearchTree& a, const SearchTree& b, const Entry& entry);
 
-  std::unordered_map<Key, std::optional<SearchTree>, KeyHash> searchTrees;
+  std::unordered_map<Key, KeptTree, KeyHash> searchTrees;
 };
 
 #define KV_EXTERN(...) extern template class PolyLineIntersectionAlgorithms<__VA_ARGS__>;

@@ -14,24 +14,33 @@ namespace Kavrel::BoundingVolumeHierarchy {
 
 /// Boxes in x and y around runs of consecutive segments of a polyline, some runs of one level making one of the next.
 /// As a polyline stays near itself for a while, this index needs no sorting: it costs little more than a copy of the
-/// points. For questions that are asked once.
+/// points. It keeps the places that the points have when it is made.
 class SegmentRuns
 {
 public:
   using Position = Vector<double, 2>;
 
-  /// Segments count as prolonged at both ends by \p prolongation times their extent.
+  /// Segments count as prolonged at both ends by \p extension, at least 0, times their extent.
   template <class P>
-  explicit SegmentRuns(const PolyLine<P>& line, double prolongation = 0.0) : segmentCount(line.numberOfSegments())
+  explicit SegmentRuns(const PolyLine<P>& line, double extension = 0.0)
+      : segmentCount(line.numberOfSegments()), prolongation(extension)
   {
     points.reserve(segmentCount + 1);
     for (const P& p : line)
       points.emplace_back(p[0], p[1]);
     if (line.isClosed() && !points.empty()) points.push_back(points.front());
-    makeLevels(prolongation);
+    makeLevels();
+  }
+
+  /// The same segments in the same places, otherwise prolonged.
+  SegmentRuns(const SegmentRuns& other, double extension)
+      : segmentCount(other.segmentCount), prolongation(extension), points(other.points)
+  {
+    makeLevels();
   }
 
   std::size_t numberOfSegments() const { return segmentCount; }
+  double getProlongation() const { return prolongation; }
   const Position& start(std::size_t segment) const { return points[segment]; }
   const Position& end(std::size_t segment) const { return points[segment + 1]; }
 
@@ -55,6 +64,8 @@ private:
   static constexpr std::size_t width = 8; // boxes side by side, a multiple of the lanes
   static constexpr float infinity = std::numeric_limits<float>::infinity();
   static constexpr float noNumber = std::numeric_limits<float>::quiet_NaN();
+  /// By so much of its extent a segment is longer for the rounding of a parameter to 0 or 1.
+  static constexpr double roundingSlack = 4 * std::numeric_limits<double>::epsilon();
 
   /// Rounding to single precision keeps the order of numbers, so boxes that meet still do.
   struct Box
@@ -117,19 +128,19 @@ private:
     std::size_t index;
   };
 
-  static std::pair<float, float> span(double a, double b, double prolongation)
+  std::pair<float, float> span(double a, double b) const
   {
     const double low = std::min(a, b), high = std::max(a, b);
-    const double margin = high > low ? prolongation * (high - low) : 0.0;
+    const double margin = high > low ? (prolongation + roundingSlack) * (high - low) : 0.0;
     return {static_cast<float>(low - margin), static_cast<float>(high + margin)};
   }
 
-  void makeLevels(double prolongation)
+  void makeLevels()
   {
     levels.emplace_back((segmentCount + width - 1) / width);
     for (std::size_t i = 0; i < segmentCount; ++i) {
-      const auto [lowX, highX] = span(start(i).x(), end(i).x(), prolongation);
-      const auto [lowY, highY] = span(start(i).y(), end(i).y(), prolongation);
+      const auto [lowX, highX] = span(start(i).x(), end(i).x());
+      const auto [lowY, highY] = span(start(i).y(), end(i).y());
       levels[0][i / width].set(i % width, {lowX, lowY, highX, highY});
     }
     while (levels.back().size() > 1) {
@@ -199,6 +210,7 @@ private:
   }
 
   std::size_t segmentCount;
+  double prolongation;
   std::vector<Position> points;
   std::vector<std::vector<Boxes>> levels;
 };

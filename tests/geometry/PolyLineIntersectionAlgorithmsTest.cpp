@@ -111,8 +111,8 @@ TEST(PolyLineIntersectionAlgorithms, CrossingsOfTwoLinesAreThoseOfAllTheirSegmen
 
     const double tolerance = 0.2931; // prolongs the segments far
     points.clear(), fromTrees.clear();
-    Planar().calculateAllIntersectionPointsXY(a, b, points, false, tolerance);
-    algorithms.calculateAllIntersectionPointsXY(a, b, fromTrees, false, tolerance);
+    algorithms.calculateAllIntersectionPointsXY(a, b, points, false, tolerance);
+    Planar::calculateAllIntersectionPointsXY(Planar::SearchTree(a), Planar::SearchTree(b), fromTrees, tolerance);
     EXPECT_EQ(points, fromTrees);
   }
 }
@@ -141,6 +141,7 @@ TEST(PolyLineIntersectionAlgorithms, FilteredCrossingsNameVertexAndSeamOnce)
   } rows[] = {
       {"-1,0 1,0", "0,-1 0,0 0.5,1", 2, 1},                 // a vertex of b
       {"-1,0 0,0 1,0.5", "0,-1 0,0 0.5,1", 4, 1},           // vertices of both
+      {"-1,0 1,0", "0,1 0,1e-17 0.5,-1", 2, 1},             // a vertex but for rounding
       {"0,0 2,1 2,-1 closed", "-1,-1 1,1", 2, 1},           // the seam
       {"0,0 2,1 2,-1 closed", "0,-1 0,1 1,1 1,-1", 4, 4},   // the seam, with others between
       {"-1,0 1,0", "0,-1 0,1 0.5,1 0.5,-1 0,-2 0,2", 3, 2}, // the last is the first again
@@ -192,7 +193,10 @@ TEST(PolyLineIntersectionAlgorithms, KeepsATreePerLineUntilItIsReset)
   };
   EXPECT_THAT(crossesWhere(false), ElementsAre(P2(1, 0)));
   EXPECT_EQ(algorithms.numberOfSearchTrees(), 2u);
+  line[0] = P2(6, -1), line[1] = P2(6, 1);
+  EXPECT_THAT(crossesWhere(true), testing::IsEmpty());
   line[0] = P2(3, -1), line[1] = P2(3, 1);
+  EXPECT_THAT(crossesWhere(false), testing::IsEmpty());
   EXPECT_THAT(crossesWhere(true), ElementsAre(P2(3, 0)));
   line[0] = P2(2, -1), line[1] = P2(2, 1);
   EXPECT_TRUE(algorithms.resetPolyLine(line));
