@@ -3,124 +3,81 @@
 #include "geometry/XiEtaPoint.h"
 #include "geometry/mesh/Mesh.h"
 #include "support/BruteForce.h"
+#include "support/OwnTriangle.h"
 #include "support/RandomGeometry.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <gtest/gtest.h>
 
 using namespace Kavrel;
 using namespace Kavrel::BoundingVolumeHierarchy;
+using Testing::OwnTriangle;
 namespace BruteForce = Kavrel::Testing::BruteForce;
 
 namespace {
 
 using Vector3 = Vector<double, 3>;
 
-/// A triangle with vertices of its own.
-struct OwnTriangle
+Vector3 at(const OwnTriangle& t, double xi, double eta)
 {
-  Vertex vertices[3];
-  Triangle triangle;
+  return t.corners[0] + xi * (t.corners[1] - t.corners[0]) + eta * (t.corners[2] - t.corners[0]);
+}
 
-  OwnTriangle(const Vector3& a, const Vector3& b, const Vector3& c)
-      : vertices{Vertex(a), Vertex(b), Vertex(c)}, triangle(vertices[0], vertices[1], vertices[2], 0)
-  {}
-  OwnTriangle(const OwnTriangle& other) : OwnTriangle(other.vertices[0], other.vertices[1], other.vertices[2]) {}
-
-  const Vector3& operator[](unsigned i) const { return vertices[i]; }
-  Vector3 at(double xi, double eta) const
-  {
-    return vertices[0] + xi * (vertices[1] - vertices[0]) + eta * (vertices[2] - vertices[0]);
-  }
-};
-
-OwnTriangle randomTriangle(Testing::RandomGeometry& random)
+std::array<Vector3, 3> randomCorners(Testing::RandomGeometry& random)
 {
   const double size = random.logUniform(1e-3, 1e3);
   return {random.inCube<3>(size), random.inCube<3>(size), random.inCube<3>(size)};
 }
 
-Point<double, 3> point3(const Vector3& v) { return Point<double, 3>(v); }
-
-/// Squared distances agree to 1e-12 of the size of what was measured.
-void expectSquareDistance(double actual, double expected, double size)
-{
-  EXPECT_NEAR(std::sqrt(actual), std::sqrt(expected), 1e-9 * std::max(size, std::sqrt(expected)));
-}
-
 } // namespace
-
-TEST(Distance, PointToTriangleInEveryRegion)
-{
-  const OwnTriangle triangle(Vector3(0, 0, 0), Vector3(4, 0, 0), Vector3(0, 4, 0));
-  const struct
-  {
-    Vector3 query;
-    double squareDistance, xi, eta;
-  } rows[] = {
-      {{-1, -1, 2}, 6, 0, 0},      {{6, 0, 0}, 4, 1, 0},     {{-1, 7, 0}, 10, 0, 1},
-      {{2, -3, 0}, 9, 0.5, 0},     {{-3, 1, 0}, 9, 0, 0.25}, {{3, 3, 0}, 2, 0.5, 0.5},
-      {{1, 1, 5}, 25, 0.25, 0.25}, {{0, 0, 0}, 0, 0, 0},     {{1, 0, 0}, 0, 0.25, 0},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.query);
-    DistanceQueryResult<Vector3, Triangle> result;
-    ASSERT_TRUE(distance(row.query, triangle.triangle, result));
-    EXPECT_DOUBLE_EQ(result.squareDistance, row.squareDistance);
-    EXPECT_DOUBLE_EQ(result.xi, row.xi);
-    EXPECT_DOUBLE_EQ(result.eta, row.eta);
-    EXPECT_LT((result.point - triangle.at(row.xi, row.eta)).length(), 1e-15);
-    EXPECT_FALSE(result.point.hasNormal());
-    result.post(row.query, triangle.triangle);
-    EXPECT_EQ(result.point.getNormal(), Vector3(0, 0, 1));
-  }
-}
 
 TEST(Distance, OnlyStrictlyBetterReplaces)
 {
-  const OwnTriangle near(Vector3(0, 0, 1), Vector3(1, 0, 1), Vector3(0, 1, 1));
-  const OwnTriangle mirrored(Vector3(0, 0, -1), Vector3(1, 0, -1), Vector3(0, 1, -1));
   DistanceQueryResult<Vector3, Triangle> result;
-  EXPECT_TRUE(distance(Vector3(0.2, 0.2, 0), near.triangle, result));
-  EXPECT_FALSE(distance(Vector3(0.2, 0.2, 0), mirrored.triangle, result));
+  for (const double z : {1.0, -1.0})
+    distance(Vector3(0.2, 0.2, 0), OwnTriangle({0, 0, z}, {1, 0, z}, {0, 1, z}).triangle, result);
   EXPECT_EQ(result.point[2], 1.0);
 }
 
 TEST(Distance, AgreesWithExactReferences)
 {
+  using Piece = Segment<Point<double, 3>>;
   Testing::RandomGeometry random(11);
   for (int i = 0; i < 4000; ++i) {
     SCOPED_TRACE(i);
-    const OwnTriangle a = randomTriangle(random), b = randomTriangle(random);
+    const auto a = randomCorners(random), b = randomCorners(random);
+    const OwnTriangle first(a[0], a[1], a[2]), second(b[0], b[1], b[2]);
     double size = 0;
     for (unsigned k = 0; k < 3; ++k)
       size = std::max({size, a[k].length(), b[k].length()});
+    // Nearly parallel segments are measured to the square root of the machine's precision.
+    const auto expectDistance = [size](double actual, double expected, double accuracy) {
+      EXPECT_NEAR(std::sqrt(actual), std::sqrt(expected), accuracy * std::max(size, std::sqrt(expected)));
+    };
+    const auto expectGap = [size](const auto& result, double accuracy) {
+      EXPECT_NEAR((result.firstPoint - result.secondPoint).sqrLength(), result.squareDistance, accuracy * size * size);
+    };
     const Vector3 query = random.inCube<3>(random.logUniform(1e-3, 1e3));
+    const Point<double, 3> ends[] = {a[0], a[1], b[0], b[1]};
+    const Piece piece(&ends[0], &ends[1]), other(&ends[2], &ends[3]);
 
     DistanceQueryResult<Vector3, Triangle> toTriangle;
-    distance(query, a.triangle, toTriangle);
-    expectSquareDistance(toTriangle.squareDistance, BruteForce::pointTriangle(query, a[0], a[1], a[2]), size);
-
-    const Point<double, 3> p0 = point3(a[0]), p1 = point3(a[1]), q0 = point3(b[0]), q1 = point3(b[1]);
-    const Segment<Point<double, 3>> first(&p0, &p1), second(&q0, &q1);
-    DistanceQueryResult<Vector3, Segment<Point<double, 3>>> toSegment;
-    distance(query, first, toSegment);
-    expectSquareDistance(toSegment.squareDistance, BruteForce::pointSegment<3>(query, p0, p1), size);
-
-    DistanceQueryResult<Segment<Point<double, 3>>, Segment<Point<double, 3>>> pair;
-    distance(first, second, pair);
-    // Nearly parallel segments are measured to the square root of the machine's precision.
-    EXPECT_NEAR(std::sqrt(pair.squareDistance), std::sqrt(BruteForce::segmentSegment<3>(p0, p1, q0, q1)), 1e-7 * size);
-    EXPECT_NEAR((pair.firstPoint - pair.secondPoint).sqrLength(), pair.squareDistance, 1e-12 * size * size);
-
-    DistanceQueryResult<Segment<Point<double, 3>>, Triangle> segmentTriangle;
-    distance(first, b.triangle, segmentTriangle);
-    EXPECT_NEAR(std::sqrt(segmentTriangle.squareDistance),
-                std::sqrt(BruteForce::segmentTriangle(p0, p1, b[0], b[1], b[2])), 1e-7 * size);
-    EXPECT_NEAR((segmentTriangle.secondPoint - b.at(segmentTriangle.xi, segmentTriangle.eta)).length(), 0, 1e-9 * size);
-    EXPECT_NEAR((segmentTriangle.firstPoint - segmentTriangle.secondPoint).sqrLength(), segmentTriangle.squareDistance,
-                1e-9 * size * size);
+    distance(query, first.triangle, toTriangle);
+    expectDistance(toTriangle.squareDistance, BruteForce::pointTriangle(query, a[0], a[1], a[2]), 1e-9);
+    DistanceQueryResult<Vector3, Piece> toSegment;
+    distance(query, piece, toSegment);
+    expectDistance(toSegment.squareDistance, BruteForce::pointSegment(query, a[0], a[1]), 1e-9);
+    DistanceQueryResult<Piece, Piece> pair;
+    distance(piece, other, pair);
+    expectDistance(pair.squareDistance, BruteForce::segmentSegment(a[0], a[1], b[0], b[1]), 1e-7);
+    expectGap(pair, 1e-12);
+    DistanceQueryResult<Piece, Triangle> pierced;
+    distance(piece, second.triangle, pierced);
+    expectDistance(pierced.squareDistance, BruteForce::segmentTriangle(a[0], a[1], b[0], b[1], b[2]), 1e-7);
+    expectGap(pierced, 1e-9);
+    EXPECT_LT((pierced.secondPoint - at(second, pierced.xi, pierced.eta)).length(), 1e-9 * size);
 
     // Of two triangles: all edges of both against the other triangle, but a piercing edge counts nothing.
     double expected = BruteForce::largest;
@@ -131,12 +88,11 @@ TEST(Distance, AgreesWithExactReferences)
         expected = std::min(expected, BruteForce::segmentSegment(a[k], a[(k + 1) % 3], b[m], b[(m + 1) % 3]));
     }
     DistanceQueryResult<Triangle, Triangle> triangles;
-    distance(a.triangle, b.triangle, triangles);
-    EXPECT_NEAR(std::sqrt(triangles.squareDistance), std::sqrt(expected), 1e-7 * size);
-    EXPECT_NEAR((triangles.firstPoint - triangles.secondPoint).sqrLength(), triangles.squareDistance,
-                1e-9 * size * size);
-    EXPECT_LT((triangles.firstPoint - a.at(triangles.firstXi, triangles.firstEta)).length(), 1e-9 * size);
-    EXPECT_LT((triangles.secondPoint - b.at(triangles.secondXi, triangles.secondEta)).length(), 1e-9 * size);
+    distance(first.triangle, second.triangle, triangles);
+    expectDistance(triangles.squareDistance, expected, 1e-7);
+    expectGap(triangles, 1e-9);
+    EXPECT_LT((triangles.firstPoint - at(first, triangles.firstXi, triangles.firstEta)).length(), 1e-9 * size);
+    EXPECT_LT((triangles.secondPoint - at(second, triangles.secondXi, triangles.secondEta)).length(), 1e-9 * size);
   }
 }
 
@@ -147,19 +103,16 @@ TEST(Distance, DegenerateTrianglesAreMeasuredByPlacesOfTheirOwn)
     SCOPED_TRACE(i);
     const Vector3 a = random.inCube<3>(1), b = random.inCube<3>(1), query = random.inCube<3>(2);
     const Vector3 third[] = {a + (b - a) * random.uniform(-1, 2), b + random.inCube<3>(1e-7), a};
-    const OwnTriangle triangle(i % 4 == 3 ? a : b, a, third[i % 3]);
+    const Vector3 corners[] = {i % 4 == 3 ? a : b, a, third[i % 3]};
     DistanceQueryResult<Vector3, Triangle> result;
-    ASSERT_TRUE(distance(query, triangle.triangle, result));
+    ASSERT_TRUE(distance(query, OwnTriangle(corners[0], corners[1], corners[2]).triangle, result));
     // Rounding may pick the wrong region, but never a place outside the triangle, nor one behind every corner.
-    const double exact = std::sqrt(BruteForce::pointTriangle(query, triangle[0], triangle[1], triangle[2]));
+    double farthest = 0;
+    for (const Vector3& corner : corners)
+      farthest = std::max(farthest, (query - corner).length());
+    const double exact = std::sqrt(BruteForce::pointTriangle(query, corners[0], corners[1], corners[2]));
     EXPECT_GE(std::sqrt(result.squareDistance), exact - 1e-9);
-    EXPECT_LE(std::sqrt(result.squareDistance),
-              1e-9 + std::max({(query - triangle[0]).length(), (query - triangle[1]).length(),
-                               (query - triangle[2]).length()}));
-    result.post(query, triangle.triangle);
-    if (i % 3 == 2) {
-      EXPECT_FALSE(result.point.hasNormal());
-    }
+    EXPECT_LE(std::sqrt(result.squareDistance), farthest + 1e-9);
   }
 }
 
@@ -175,41 +128,6 @@ TEST(Distance, DegenerateSegmentIsItsStartWithAllItCarries)
   distance(Vector3(0, 2, 3), Segment<Point3N>(&start, &other), result);
   EXPECT_EQ(result.squareDistance, 1.0);
   EXPECT_FALSE(result.point.hasNormal());
-}
-
-TEST(Distance, EveryPointTypeMeasuresAlike)
-{
-  const Point<float, 2> a(0, 0), b(4, 0), c(1, 2), d(3, 3);
-  DistanceQueryResult<Segment<Point<float, 2>>, Segment<Point<float, 2>>> pair;
-  distance(Segment<Point<float, 2>>(&a, &b), Segment<Point<float, 2>>(&c, &d), pair);
-  EXPECT_EQ(pair.squareDistance, 4.0);
-  EXPECT_EQ(pair.firstParameter, 0.25);
-  EXPECT_EQ(pair.secondPoint, c);
-
-  DistanceQueryResult<Plane<double, 2>, Segment<Point<float, 2>>> plane;
-  distance(Plane<double, 2>(Vector<double, 2>(0, 2), 1.0), Segment<Point<float, 2>>(&c, &d), plane);
-  EXPECT_EQ(plane.squareDistance, 1.0);
-
-  const ConstraintPoint p(Point<double, 3>(0, 0, 0)), q(Point<double, 3>(2, 0, 0));
-  DistanceQueryResult<Vector3, Segment<ConstraintPoint>> constraint;
-  distance(Vector3(1, 1, 0), Segment<ConstraintPoint>(&p, &q), constraint);
-  EXPECT_EQ(constraint.parameter, 0.5);
-}
-
-TEST(Distance, PlaneToTriangle)
-{
-  const Plane<double, 3> plane(Vector3(0, 0, 1), 1.0);
-  const struct
-  {
-    double z[3], distance;
-  } rows[] = {{{2, 3, 4}, 1}, {{-1, 0, 0.5}, 0.5}, {{0, 2, 3}, 0}, {{1, 2, 3}, 0}, {{1, 1, 1}, 0}};
-  for (const auto& row : rows) {
-    const OwnTriangle triangle(Vector3(0, 0, row.z[0]), Vector3(1, 0, row.z[1]), Vector3(0, 1, row.z[2]));
-    DistanceQueryResult<Plane<double, 3>, Triangle> result;
-    ASSERT_TRUE(distance(plane, triangle.triangle, result));
-    EXPECT_EQ(result.distance, row.distance);
-    EXPECT_EQ(result.squareDistance, row.distance * row.distance);
-  }
 }
 
 TEST(Distance, SegmentToVolume)
@@ -262,7 +180,7 @@ TEST(Distance, PilotSegmentSeesOnlyBetweenItsEnds)
     ASSERT_EQ(distance(pilot, triangle.triangle, result), row.found);
     if (!row.found) continue;
     EXPECT_NEAR(result.squareDistance, row.squareDistance, 1e-14);
-    EXPECT_LT((result.secondPoint - triangle.at(result.xi, result.eta)).length(), 1e-14);
+    EXPECT_LT((result.secondPoint - at(triangle, result.xi, result.eta)).length(), 1e-14);
   }
 }
 

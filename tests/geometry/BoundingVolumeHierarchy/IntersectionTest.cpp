@@ -143,51 +143,6 @@ TEST(Intersection, PostMovesThePlaceIntoTheTriangle)
   }
 }
 
-TEST(Intersection, NoRaySlipsThroughAClosedMesh)
-{
-  Testing::RandomGeometry random(23);
-  for (const double size : {1.0, 1e-2, 1e3}) {
-    const Mesh mesh = Testing::sphere(200, size);
-    for (int i = 0; i < 2000; ++i) {
-      // Aim at corners, along edges and at random: the ray starts inside, so it must get out somewhere.
-      const Triangle& aim = mesh.getTriangleRef(static_cast<unsigned>(random.index(mesh.numberOfTriangles())));
-      const Vector3 origin = random.inCube<3>(0.3 * size);
-      const double t = i % 3 == 0 ? 0.0 : random.uniform(0, 1);
-      const Vector3 target = i % 3 == 2 ? random.direction<3>() * size
-                                        : Vector3(aim.getVertexRef(0)).linearInterpolation(t, aim.getVertexRef(1));
-      const Ray ray(origin, (target - origin).getNormalized());
-      unsigned hits = 0;
-      for (const Triangle& triangle : mesh.getTriangleCollection())
-        hits += hitOf(ray, triangle).intersected ? 1 : 0;
-      ASSERT_GE(hits, 1U) << size << " " << i;
-      if (i % 3 == 2) {
-        ASSERT_EQ(hits, 1U) << size << " " << i;
-      }
-    }
-  }
-}
-
-TEST(Intersection, AgreesWithTheExactCrossing)
-{
-  Testing::RandomGeometry random(29);
-  int hits = 0;
-  for (int i = 0; i < 20000; ++i) {
-    Vertex a(random.inCube<3>(1)), b(random.inCube<3>(1)), c(random.inCube<3>(1));
-    const Triangle triangle(a, b, c, 0);
-    const Vector3 origin = random.inCube<3>(2), direction = random.direction<3>();
-    const auto expected = BruteForce::lineTriangle(origin, direction, a, b, c);
-    const auto line = hitOf(Line(origin, direction), triangle);
-    ASSERT_EQ(line.intersected, expected.has_value()) << i;
-    if (!expected) continue;
-    ++hits;
-    EXPECT_NEAR(line.parameter, *expected, 1e-7) << i;
-    const Vector3 place = a + line.xi * (b - a) + line.eta * (c - a);
-    EXPECT_LT((place - (origin + direction * *expected)).length(), 1e-7) << i;
-    EXPECT_EQ(hitOf(Ray(origin, direction), triangle).intersected, *expected >= -1e-6) << i;
-  }
-  EXPECT_GT(hits, 300);
-}
-
 TEST(Intersection, LinesAgainstAVolume)
 {
   const AxisAlignedBox<float, 3> box(Vector<float, 3>(1, 1, 1), Vector<float, 3>(3, 3, 3));
@@ -265,53 +220,4 @@ TEST(Intersection, PlanesTakeOneSideOfATouch)
     EXPECT_DOUBLE_EQ(segment.point[2], 1.0);
     EXPECT_DOUBLE_EQ(segment.parameter, (1.0 - row.z[0]) / (row.z[1] - row.z[0]));
   }
-}
-
-TEST(Intersection, SegmentPairsWithTolerance)
-{
-  using P = Point<double, 2>;
-  const P a(0, 0), b(10, 0);
-  const struct
-  {
-    P c, d;
-    double tolerance;
-    bool xy, absolute;
-  } rows[] = {
-      {{5, -1}, {5, 1}, 1e-6, true, true},         {{5, 0.01}, {5, 1}, 1e-6, false, false},
-      {{5, 0.01}, {5, 1}, 0.02, true, false},      {{10.1, -1}, {10.1, 1}, 0.01, true, false},
-      {{10.2, -1}, {10.2, 1}, 0.01, false, false}, {{0, 1}, {10, 1}, 5, false, false},
-      {{9.99, -1}, {9.99, 1}, 0.1, true, false},
-  };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.c << " to " << row.d << ", " << row.tolerance);
-    const Segment<P> first(&a, &b), second(&row.c, &row.d);
-    IntersectionQueryResult<Segment<P>, Segment<P>> xy, absolute, plain;
-    EXPECT_EQ(intersectXY(first, second, xy, row.tolerance), row.xy);
-    if (xy.intersected) {
-      EXPECT_DOUBLE_EQ(xy.firstParameter, row.c.x() / 10);
-    }
-    EXPECT_EQ(intersectAbsTolerance(first, second, absolute, row.tolerance), row.absolute);
-    if (absolute.intersected) {
-      EXPECT_EQ(absolute.point, P(row.c.x(), 0));
-    }
-    IntersectionQueryResult<Segment<P>, Segment<P>> exact;
-    EXPECT_EQ(intersect(first, second, plain), intersectXY(first, second, exact, 1e-6));
-  }
-  const Point3N p(0, 0, 0), q(1, 0, 0);
-  IntersectionQueryResult<Segment<Point3N>, Segment<Point3N>> result;
-  EXPECT_THROW(intersectAbsTolerance(Segment<Point3N>(&p, &q), Segment<Point3N>(&q, &p), result, 0.1), const char*);
-}
-
-TEST(Intersection, CrossingTrianglesShareASegment)
-{
-  const Mesh mesh = Testing::meshFromText("0 0 0, 4 0 0, 0 4 0, 1 1 -1, 1 1 1, 1 -5 1, 8 8 8 | 0 1 2, 3 4 5, 4 5 6");
-  IntersectionQueryResult<Triangle, Triangle> result;
-  ASSERT_TRUE(intersect(mesh.getTriangleRef(0), mesh.getTriangleRef(1), result));
-  for (const Point<double, 3>& end : {result.start, result.end}) {
-    EXPECT_NEAR(end[0], 1.0, 1e-12);
-    EXPECT_NEAR(end[2], 0.0, 1e-12);
-  }
-  EXPECT_NEAR(std::abs(result.start[1] - result.end[1]), 1.0, 1e-12);
-  IntersectionQueryResult<Triangle, Triangle> none;
-  EXPECT_FALSE(intersect(mesh.getTriangleRef(0), mesh.getTriangleRef(2), none));
 }

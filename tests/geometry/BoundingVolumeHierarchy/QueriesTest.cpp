@@ -201,49 +201,6 @@ TEST(Queries, ClosestIsTheFirstNearestInTraversalOrder)
   });
 }
 
-TEST(Queries, ClosestAgreesWithExactDistances)
-{
-  const Mesh mesh = Testing::sphere(2000);
-  const MeshTree tree(mesh, 8, 30);
-  Testing::RandomGeometry random(43);
-  for (int i = 0; i < 200; ++i) {
-    const Vector3 query = random.inCube<3>(2.0);
-    const auto expected = BruteForce::nearest(mesh.numberOfTriangles(), [&](std::size_t t) {
-      const Triangle& triangle = mesh.getTriangleRef(static_cast<unsigned>(t));
-      return BruteForce::pointTriangle(query, triangle.getVertexRef(0), triangle.getVertexRef(1),
-                                       triangle.getVertexRef(2));
-    });
-    DistanceQueryResult<Vector3, Triangle> result;
-    closest(tree, query, result);
-    EXPECT_NEAR(result.squareDistance, expected.value, 1e-14);
-    result.post(query, tree.getElement(result.secondIndex));
-    EXPECT_NEAR((result.point - query).sqrLength(), expected.value, 1e-14);
-    EXPECT_TRUE(result.point.hasNormal());
-  }
-}
-
-TEST(Queries, ClosestWithinTakesTheBoundItself)
-{
-  const Mesh mesh = Testing::grid(10, 10);
-  const MeshTree tree(mesh, 4, 30);
-  const Vector3 query(3.25, 4.5, 2.0);
-  const struct
-  {
-    double limit;
-    bool found;
-  } rows[] = {{4.0, true}, {std::nextafter(4.0, 0.0), false}, {0.0, false}, {BruteForce::largest, true}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.limit);
-    DistanceQueryResult<Vector3, Triangle> result;
-    closestWithin(tree, query, row.limit, result);
-    EXPECT_EQ(result.found, row.found);
-    EXPECT_EQ(result.squareDistance, row.found ? 4.0 : BruteForce::largest);
-  }
-  DistanceQueryResult<Vector3, Triangle> touching;
-  closestWithin(tree, Vector3(3.25, 4.5, 0.0), 0.0, touching);
-  EXPECT_TRUE(touching.found);
-}
-
 TEST(Queries, LinesHitWhatAScanHits)
 {
   Testing::RandomGeometry random(47);
@@ -332,30 +289,6 @@ TEST(Queries, PlanesFindWhatAScanFinds)
   });
 }
 
-TEST(Queries, LeafsAreCollectedWhole)
-{
-  const Mesh mesh = Testing::sphere(2000);
-  const MeshTree tree(mesh, 8, 30);
-  Testing::RandomGeometry random(59);
-  for (int i = 0; i < 100; ++i) {
-    AxisAlignedBox<double, 3> box;
-    box.extend(random.inCube<3>(1.2));
-    box.extend(random.inCube<3>(1.2));
-    std::vector<int> positions;
-    collectLeafs(tree, box, positions);
-    const std::set<int> collected(positions.begin(), positions.end());
-    EXPECT_EQ(collected.size(), positions.size());
-    for (std::uint32_t t = 0; t < tree.numberOfElements(); ++t) {
-      AxisAlignedBox<double, 3> own;
-      for (unsigned corner = 0; corner < 3; ++corner)
-        own.extend(tree.getElement(t).getVertexRef(corner));
-      if (overlaps(own, box)) {
-        EXPECT_TRUE(collected.contains(static_cast<int>(t)));
-      }
-    }
-  }
-}
-
 TEST(Queries, PairsOfMeshesAgreeWithAScan)
 {
   using Result = DistanceQueryResult<Triangle, Triangle>;
@@ -404,26 +337,5 @@ TEST(Queries, PairsOfMeshesAgreeWithAScan)
       searchWithin(limit, limited, [&] { closestPair(treeA, treeB, limited); });
       EXPECT_EQ(limited.found, isFound);
     }
-  }
-}
-
-TEST(Queries, SegmentsOfPolyLines)
-{
-  using P = Point<double, 2>;
-  Testing::RandomGeometry random(67);
-  PolyLine<P> line;
-  for (const Vector<double, 2>& point : random.walk<2>(500, 0.1))
-    line.addPoint(P(point));
-  const ElementTree<Segment<P>, 2> tree(line, 3, 30);
-  for (int i = 0; i < 200; ++i) {
-    const Vector<double, 2> query = random.inCube<2>(3.0);
-    DistanceQueryResult<Vector<double, 2>, Segment<P>> result;
-    closest(tree, query, result);
-    const auto expected = BruteForce::nearest(line.numberOfSegments(), [&](std::size_t s) {
-      const Segment<P> segment = line.getSegment(s);
-      return BruteForce::pointSegment<2>(query, *segment.getStart(), *segment.getEnd());
-    });
-    EXPECT_NEAR(result.squareDistance, expected.value, 1e-14);
-    EXPECT_NEAR((query - result.point).sqrLength(), expected.value, 1e-14);
   }
 }

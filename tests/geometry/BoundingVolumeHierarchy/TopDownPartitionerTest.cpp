@@ -177,6 +177,9 @@ TEST(TopDownPartitioner, TreesOfManySizesHoldTheirElementsTightly)
     for (const unsigned leafSize : {1U, 3U, 8U})
       checkTree<3>(PointTree(randomPoints(count), leafSize, 30));
 
+  const PointTree equal(std::vector<Vector<double, 3>>(1000, Vector<double, 3>(1.0, 2.0, 3.0)), 1, 30);
+  EXPECT_EQ(countNodes(equal), 1999U) << "equal positions are split by rank";
+  checkTree<3>(equal);
   Testing::RandomGeometry random(3);
   checkTree<3>(ElementTree<Triangle, 3>(Testing::triangleSoup(random, 3000, 0.2, 1000.0), 4, 30));
   const Mesh sphere = Testing::sphere(5000);
@@ -186,23 +189,11 @@ TEST(TopDownPartitioner, TreesOfManySizesHoldTheirElementsTightly)
                                                                                                                 2, 30));
 }
 
-TEST(TopDownPartitioner, EqualPositionsAreSplitByRank)
-{
-  const PointTree tree(std::vector<Vector<double, 3>>(1000, Vector<double, 3>(1.0, 2.0, 3.0)), 1, 30);
-  EXPECT_EQ(countNodes(tree), 1999U);
-  checkTree<3>(tree);
-}
-
 TEST(TopDownPartitioner, BoxesAreWidenedByAMillionthOrByTheLeastMargin)
 {
   const PointTree tree(std::vector<Vector<double, 3>>{Vector<double, 3>(1000.0, 0.0, -1000.0)}, 1, 30);
-  const auto& box = tree.getRoot().volume;
-  EXPECT_EQ(box.min[0], 1000.0F - 1e-3F);
-  EXPECT_EQ(box.max[0], 1000.0F + 1e-3F);
-  EXPECT_EQ(box.min[1], -1e-6F);
-  EXPECT_EQ(box.max[1], 1e-6F);
-  EXPECT_EQ(box.min[2], -1000.0F - 1e-3F);
-  EXPECT_EQ(box.max[2], -1000.0F + 1e-3F);
+  EXPECT_EQ(tree.getRoot().volume, (AxisAlignedBox<float, 3>({1000.0F - 1e-3F, -1e-6F, -1000.0F - 1e-3F},
+                                                             {1000.0F + 1e-3F, 1e-6F, -1000.0F + 1e-3F})));
 }
 
 TEST(TopDownPartitioner, ParallelAndSerialBuildsAreTheSameTree)
