@@ -323,4 +323,43 @@ void Crate::load(PersistenceArchiver& archiver, unsigned int)
   Persistence::loadPointer(archiver, round);
 }
 
+inline std::shared_ptr<Ball> redBall()
+{
+  auto ball = std::make_shared<Ball>();
+  ball->tag = 3;
+  ball->radius = 1.5;
+  ball->color = "red";
+  return ball;
+}
+
+/// Something in every member; the ball is shared.
+inline Crate fullCrate()
+{
+  Crate crate;
+  crate.flag = true;
+  crate.number = -7;
+  crate.count = 8;
+  crate.ratio = 0.1f;
+  crate.length = 0.1;
+  crate.big = ~0ull;
+  crate.text = "text";
+  crate.parcel.weight = 2.5;
+  crate.doubles = {1, -2, 3e300};
+  crate.flags = {true, false, true};
+  crate.texts = {"", "two", "three"};
+  crate.ints = {4, 5};
+  crate.triples = {{{1, 2, 3}}, {{4, 5, 6}}};
+  crate.scattered = {{{7, 8, 9}}};
+  crate.parcels.resize(3);
+  crate.parcels[1].label = "middle";
+  crate.pairs.resize(2);
+  crate.pairs[1].first.weight = 11;
+  crate.pairs[1].second.values[2] = 12;
+  crate.manyFloats = {0.5f, 0.25f};
+  crate.shapes = {redBall(), nullptr, std::make_shared<Sign>()};
+  crate.shapes.push_back(crate.shapes[0]);
+  crate.round = std::static_pointer_cast<Ball>(crate.shapes[0]);
+  return crate;
+}
+
 } // namespace Kavrel::Zoo

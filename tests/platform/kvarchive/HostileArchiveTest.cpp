@@ -14,20 +14,7 @@ using Testing::faultsOfDamaged;
 
 std::vector<char> streamOfEverything()
 {
-  Crate crate;
-  crate.text = "text";
-  crate.doubles = {1, 2, 3};
-  crate.flags = {true, false};
-  crate.texts = {"one", "two"};
-  crate.ints = {1, 2};
-  crate.triples.resize(2);
-  crate.parcels.resize(2);
-  crate.pairs.resize(2);
-  crate.manyFloats = {1, 2};
-  const auto ball = std::make_shared<Ball>();
-  ball->color = "red";
-  crate.shapes = {ball, std::make_shared<Sign>(), ball, nullptr};
-  crate.round = ball;
+  const Crate crate = fullCrate();
   Solid solid;
   solid.corners = {std::make_shared<Corner>(1), std::make_shared<Corner>(2)};
   solid.faces.resize(1);

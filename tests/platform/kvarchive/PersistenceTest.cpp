@@ -1,6 +1,7 @@
 #include "platform/kvarchive/Persistence.h"
 
 #include <functional>
+#include <tuple>
 
 #include <gmock/gmock.h>
 
@@ -34,88 +35,26 @@ struct Reading
   PersistenceArchiver archive;
 };
 
-std::shared_ptr<Ball> redBall()
-{
-  auto ball = std::make_shared<Ball>();
-  ball->tag = 3;
-  ball->radius = 1.5;
-  ball->color = "red";
-  return ball;
-}
-
-Crate fullCrate()
-{
-  Crate crate;
-  crate.flag = true;
-  crate.number = -7;
-  crate.count = 8;
-  crate.ratio = 0.1f;
-  crate.length = 0.1;
-  crate.big = ~0ull;
-  crate.text = "text";
-  crate.parcel.weight = 2.5;
-  crate.doubles = {1, -2, 3e300};
-  crate.flags = {true, false, true};
-  crate.texts = {"", "two", "three"};
-  crate.ints = {4, 5};
-  crate.triples = {{{1, 2, 3}}, {{4, 5, 6}}};
-  crate.scattered = {{{7, 8, 9}}};
-  crate.parcels.resize(3);
-  crate.parcels[1].label = "middle";
-  crate.pairs.resize(2);
-  crate.pairs[1].first.weight = 11;
-  crate.pairs[1].second.values[2] = 12;
-  crate.manyFloats = {0.5f, 0.25f};
-  crate.shapes = {redBall(), nullptr, std::make_shared<Sign>()};
-  crate.shapes.push_back(crate.shapes[0]);
-  crate.round = std::static_pointer_cast<Ball>(crate.shapes[0]);
-  return crate;
-}
-
 TEST(Persistence, EveryKindOfMemberComesBack)
 {
   const Crate saved = fullCrate();
+  const std::vector<char> bytes = Testing::archiveOf(saved);
   Crate loaded;
   loaded.doubles = {9, 9, 9, 9, 9}; // longer than what is stored
   loaded.parcels.resize(5);
-  roundTrip(saved, loaded);
-
-  EXPECT_TRUE(loaded.flag);
-  EXPECT_EQ(loaded.number, -7);
-  EXPECT_EQ(loaded.count, 8u);
-  EXPECT_EQ(loaded.ratio, 0.1f);
-  EXPECT_EQ(loaded.length, 0.1);
-  EXPECT_EQ(loaded.big, ~0ull);
-  EXPECT_EQ(loaded.text, "text");
-  EXPECT_EQ(loaded.parcel.weight, 2.5);
-  EXPECT_EQ(loaded.doubles, saved.doubles);
-  EXPECT_EQ(loaded.flags, saved.flags);
-  EXPECT_EQ(loaded.texts, saved.texts);
-  EXPECT_EQ(loaded.ints, saved.ints);
-  EXPECT_EQ(loaded.triples, saved.triples);
-  EXPECT_EQ(loaded.scattered, saved.scattered);
-  ASSERT_THAT(loaded.parcels, SizeIs(3));
-  EXPECT_EQ(loaded.parcels[1].label, "middle");
-  ASSERT_THAT(loaded.pairs, SizeIs(2));
-  EXPECT_EQ(loaded.pairs[1].first.weight, 11);
-  EXPECT_EQ(loaded.pairs[1].second, saved.pairs[1].second);
-  EXPECT_EQ(loaded.manyFloats, saved.manyFloats);
-
+  loadFrom(bytes, loaded);
+  EXPECT_EQ(Testing::archiveOf(loaded), bytes);
+  const auto simple = [](const Crate& c) {
+    return std::tie(c.flag, c.number, c.count, c.ratio, c.length, c.big, c.text, c.doubles, c.flags, c.texts, c.ints,
+                    c.triples, c.scattered, c.manyFloats, c.pairs.at(1).second, c.parcels.at(1).label);
+  };
+  EXPECT_EQ(simple(loaded), simple(saved));
   ASSERT_THAT(loaded.shapes, SizeIs(4));
-  EXPECT_EQ(loaded.shapes[0]->kind(), "Ball");
   EXPECT_EQ(loaded.shapes[1], nullptr);
   EXPECT_EQ(loaded.shapes[2]->kind(), "Sign");
   EXPECT_EQ(loaded.shapes[3], loaded.shapes[0]);
   EXPECT_EQ(loaded.round, std::dynamic_pointer_cast<Ball>(loaded.shapes[0]));
   EXPECT_EQ(loaded.round->radius, 1.5);
-}
-
-TEST(Persistence, SavingWhatWasLoadedGivesTheSameBytes)
-{
-  const std::vector<char> bytes = Testing::archiveOf(fullCrate());
-  Crate loaded;
-  loadFrom(bytes, loaded);
-  EXPECT_EQ(Testing::archiveOf(loaded), bytes);
 }
 
 TEST(Persistence, AContainerOfPairsNamesItsSecondHalfFirst)
@@ -133,31 +72,16 @@ TEST(Persistence, AContainerOfPairsNamesItsSecondHalfFirst)
   EXPECT_EQ(end, static_cast<unsigned int>(stream.archive.tellg()) + 2 * (8 + 12));
 }
 
-TEST(Persistence, ASharedObjectIsStoredOnceAndSharedAgain)
-{
-  const auto ball = redBall();
-  ArchiveWriter writer;
-  Persistence::savePointer(writer.archive(), ball);
-  const auto afterFirst = writer.archive().tellp();
-  Persistence::savePointer(writer.archive(), std::shared_ptr<Shape>(ball));
-  EXPECT_EQ(writer.archive().tellp() - afterFirst, 12); // a reference
-
-  Reading stream(writer.bytes());
-  const auto first = stream.pointer<Ball>();
-  const auto second = stream.pointer<Shape>();
-  EXPECT_EQ(first, second);
-  EXPECT_EQ(first->color, "red");
-  EXPECT_EQ(first->tag, 3);
-}
-
-TEST(Persistence, ABasePartThatStandsInTheMiddleKeepsIdentity)
+TEST(Persistence, ASharedObjectIsStoredOnceWhateverPartRefersToIt)
 {
   const auto sign = std::make_shared<Sign>();
   sign->label = "stop";
   sign->tag = 9;
   ArchiveWriter writer;
   Persistence::savePointer(writer.archive(), std::shared_ptr<Shape>(sign));
+  const auto afterFirst = writer.archive().tellp();
   Persistence::savePointer(writer.archive(), std::shared_ptr<Labelled>(sign));
+  EXPECT_EQ(writer.archive().tellp() - afterFirst, 12); // a reference
   Persistence::savePointer(writer.archive(), sign);
 
   Reading stream(writer.bytes());
@@ -209,31 +133,23 @@ TEST(Persistence, CyclesClose)
   loaded->next.reset();
 }
 
-TEST(Persistence, ANullReferenceLeavesTheTargetAlone)
-{
-  ArchiveWriter writer;
-  Persistence::savePointer(writer.archive(), std::shared_ptr<Shape>());
-  Reading stream(writer.bytes());
-  const std::shared_ptr<Shape> before = redBall();
-  std::shared_ptr<Shape> target = before;
-  Persistence::loadPointer(stream.archive, target);
-  EXPECT_EQ(target, before);
-}
-
 TEST(Persistence, ATargetOfTheStoredClassIsLoadedInPlace)
 {
   const auto stored = std::make_shared<Round>();
   stored->radius = 4;
   ArchiveWriter writer;
+  writer.null();
   Persistence::savePointer(writer.archive(), stored);
   Persistence::savePointer(writer.archive(), redBall());
   Reading stream(writer.bytes());
 
   const auto owner = std::make_shared<Round>();
   std::shared_ptr<Round> target = owner;
-  Persistence::loadPointer(stream.archive, target);
-  EXPECT_EQ(target, owner);
-  EXPECT_EQ(owner->radius, 4);
+  for (const double radius : {0.0, 4.0}) { // nothing comes first, and leaves the target alone
+    Persistence::loadPointer(stream.archive, target);
+    EXPECT_EQ(target, owner);
+    EXPECT_EQ(owner->radius, radius);
+  }
 
   Persistence::loadPointer(stream.archive, target); // a Ball: the Round is let go
   EXPECT_NE(target, owner);
@@ -273,18 +189,6 @@ TEST(Persistence, VersionsReachLoad)
     stream.archive >> behind;
     EXPECT_EQ(behind, 42);
   }
-}
-
-TEST(Persistence, ContainersPassTheVersionOn)
-{
-  ArchiveWriter writer;
-  writer.version("ZooParcel", 1);
-  writer.container("ZooParcel", 2, [&] { writer << 5 << 6; });
-  Reading stream(writer.bytes());
-  std::vector<Parcel> parcels;
-  Persistence::loadContainer(stream.archive, parcels);
-  ASSERT_THAT(parcels, SizeIs(2));
-  EXPECT_EQ(parcels[1].weight, 6);
 }
 
 TEST(Persistence, FramesWithoutClassHaveVersionZero)

@@ -97,23 +97,5 @@ TEST(MathArchive, NamesComeBack)
   EXPECT_EQ(loaded.getName(), "name");
 }
 
-TEST(MathArchive, DamageRaisesOrLoads)
-{
-  std::vector<Vector<double, 3>> list(4);
-  Testing::ArchiveWriter writer;
-  Persistence::saveContainer(writer.archive(), list);
-  Persistence::saveObject(writer.archive(), OrthMatrix<float, 3>());
-  EXPECT_EQ(Testing::faultsOfDamaged(writer.bytes(),
-                                     [](const std::vector<char>& bytes) {
-                                       PersistenceArchiver archive;
-                                       archive.openForReading(bytes);
-                                       std::vector<Vector<double, 3>> vectors;
-                                       OrthMatrix<float, 3> matrix;
-                                       Persistence::loadContainer(archive, vectors);
-                                       Persistence::loadObject(archive, matrix);
-                                     }),
-            "");
-}
-
 } // namespace
 } // namespace Kavrel
