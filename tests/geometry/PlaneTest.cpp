@@ -371,24 +371,16 @@ TEST(PlaneTest, DumpsASquareOfTwoTriangles)
   const Plane3 plane(Vector3(1, 2, 3), 4.0);
   Vector3 center(5, -1, 2);
   plane.dump(center, name, 6.0);
-  std::ifstream file(name);
-  std::string line;
-  std::vector<Point3> corners;
-  int facets = 0;
-  bool inFacets = false;
-  while (std::getline(file, line)) {
-    std::istringstream row(line);
-    std::size_t index;
-    Vector3 p;
-    inFacets = inFacets || line == "Facets";
-    if (!(row >> index)) continue;
-    if (inFacets)
-      ++facets;
-    else if (row >> p)
-      corners.emplace_back(p);
-  }
+  std::stringstream text;
+  text << std::ifstream(name).rdbuf();
   std::filesystem::remove(name);
-  EXPECT_EQ(facets, 2);
+  const std::string all = text.str();
+  EXPECT_EQ(std::count(all.begin() + static_cast<std::ptrdiff_t>(all.find("Facets")), all.end(), '\n'), 3);
+  std::vector<Point3> corners;
+  std::string line;
+  std::size_t index;
+  for (Vector3 p; corners.size() < 4 && std::getline(text, line);)
+    if (std::istringstream(line) >> index >> p) corners.emplace_back(p);
   ASSERT_EQ(corners.size(), 4u);
   for (std::size_t i = 0; i < 4; ++i) {
     EXPECT_NEAR(plane.getDistanceOfPoint(corners[i]), 0.0, 1e-12);

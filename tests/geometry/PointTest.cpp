@@ -378,12 +378,11 @@ TEST(PointTest, ARotationPointTurnsAboutItsNormal)
   EXPECT_THAT(off.transform(system), IsNear(Vector3(1, 3, 3), 1e-14)) << "counter-clockwise";
 
   EXPECT_TRUE(RotationPoint(Point3N(1, 2, 3), 1.0).calculateRotationCoordinateSystem().isIdentity());
-  try {
-    RotationPoint(Point3N(Vector3(), Vector3(0, 0, 1e-300)), 1.0).calculateRotationCoordinateSystem();
-    ADD_FAILURE() << "a normal without direction";
-  } catch (const MathException& error) {
-    EXPECT_STREQ(error.what(), "OrthMatrix::setRotationMatrix: Couldn't normalize axis");
-  }
+  EXPECT_THAT(
+      [] {
+        RotationPoint(Point3N({}, {0, 0, 1e-300}), 1.0).calculateRotationCoordinateSystem();
+      },
+      testing::ThrowsMessage<MathException>("OrthMatrix::setRotationMatrix: Couldn't normalize axis"));
 }
 
 /// Writes the fields one by one, in the order and the nesting of the archive form.
@@ -399,79 +398,49 @@ TEST(PointArchiveTest, ReadsAndWritesTheFieldsInTheirOrder)
 {
   const Vector3 at(1, 2, 3), n(0, 0, 1), t(1, 0, 0);
   const Identifier mesh;
-  ArchiveWriter writer;
-  auto& archive = writer.archive();
-  writer.object("Point3NT", [&] {
-    writeBase(writer, at, n);
-    writer << true;
-    Persistence::saveObject(archive, t);
-  });
-  writer.object("ConstraintPoint", [&] {
-    writeBase(writer, at, n);
-    writer << -3;
-  });
-  writer.object("ProjectionPoint", [&] {
-    writeBase(writer, at, n);
-    writer << 5;
-    Persistence::saveObject(archive, mesh);
-    writer << 17 << 4;
-  });
-  writer.object("RotationPoint", [&] {
-    writeBase(writer, at, n);
-    writer << 0.25;
-  });
-  const std::vector<char> bytes = writer.bytes();
-
-  PersistenceArchiver reader;
-  reader.openForReading(bytes);
-  Point3NT withTangent;
-  ConstraintPoint constrained;
-  ProjectionPoint projected;
-  RotationPoint rotated;
-  Persistence::loadObject(reader, withTangent);
-  Persistence::loadObject(reader, constrained);
-  Persistence::loadObject(reader, projected);
-  Persistence::loadObject(reader, rotated);
-  for (const Point3N& base : {Point3N(withTangent), Point3N(constrained), Point3N(projected), Point3N(rotated)}) {
-    EXPECT_EQ(base, at);
-    EXPECT_TRUE(base.hasNormal());
-    EXPECT_EQ(base.getNormal(), n);
-  }
-  EXPECT_EQ(withTangent.getTangent(), t);
-  EXPECT_TRUE(withTangent.hasTangent());
-  EXPECT_EQ(constrained.getConstraint(), ConstraintPoint::Symmetry);
-  EXPECT_EQ(projected.getLogicalPosition(), 5);
-  EXPECT_EQ(projected.getMeshId(), mesh);
-  EXPECT_EQ(projected.getTriangleIndex(), 17);
-  EXPECT_EQ(projected.getBoundaryNumber(), 4);
-  EXPECT_EQ(rotated.getRotationAngle(), 0.25);
-
-  ArchiveWriter again;
-  Persistence::saveObject(again.archive(), withTangent);
-  Persistence::saveObject(again.archive(), constrained);
-  Persistence::saveObject(again.archive(), projected);
-  Persistence::saveObject(again.archive(), rotated);
-  EXPECT_EQ(again.bytes(), bytes);
-}
-
-TEST(PointArchiveTest, KeepsTheMeshOfAPointThatHidesIt)
-{
-  const Identifier mesh;
-  ProjectionPoint stored, loaded;
-  stored.setMeshId(mesh);
-  stored.setLogicalPosition(ProjectionPoint::Position3);
-  roundTrip(stored, loaded);
-  loaded.setLogicalPosition(ProjectionPoint::Position1);
-  EXPECT_EQ(loaded.getMeshId(), mesh);
-}
-
-TYPED_TEST(PointSpaces, SurviveTheArchive)
-{
-  TypeParam stored, loaded;
-  for (unsigned i = 0; i < TypeParam::Dim; ++i)
-    stored[i] = static_cast<typename TypeParam::Scalar>(0.1 * (i + 1));
-  roundTrip(stored, loaded);
-  EXPECT_EQ(loaded, stored);
+  const auto expectForm = [&](const char* key, auto body, auto target, auto check) {
+    SCOPED_TRACE(key);
+    ArchiveWriter writer;
+    writer.object(key, [&] {
+      writeBase(writer, at, n);
+      body(writer);
+    });
+    loadFrom(writer.bytes(), target);
+    EXPECT_EQ(target, at);
+    EXPECT_TRUE(target.hasNormal());
+    EXPECT_EQ(target.getNormal(), n);
+    check(target);
+    EXPECT_EQ(archiveOf(target), writer.bytes());
+  };
+  expectForm(
+      "Point3NT",
+      [&](auto& w) {
+        w << true;
+        Persistence::saveObject(w.archive(), t);
+      },
+      Point3NT(), [&](const auto& p) { EXPECT_TRUE(p.hasTangent() && p.getTangent() == t); });
+  expectForm(
+      "ConstraintPoint", [](auto& w) { w << -3; }, ConstraintPoint(),
+      [](const auto& p) { EXPECT_EQ(p.getConstraint(), ConstraintPoint::Symmetry); });
+  expectForm(
+      "RotationPoint", [](auto& w) { w << 0.25; }, RotationPoint(),
+      [](const auto& p) { EXPECT_EQ(p.getRotationAngle(), 0.25); });
+  for (const int position : {5, 3}) // the latter hides the mesh
+    expectForm(
+        "ProjectionPoint",
+        [&](auto& w) {
+          w << position;
+          Persistence::saveObject(w.archive(), mesh);
+          w << 17 << 4;
+        },
+        ProjectionPoint(),
+        [&](auto p) {
+          EXPECT_EQ(p.getLogicalPosition(), position);
+          EXPECT_EQ(p.getTriangleIndex(), 17);
+          EXPECT_EQ(p.getBoundaryNumber(), 4);
+          p.setLogicalPosition(ProjectionPoint::Position1);
+          EXPECT_EQ(p.getMeshId(), mesh);
+        });
 }
 
 } // namespace

@@ -30,27 +30,6 @@ TEST(PointUtilitiesTest, CentreAndRadius)
   EXPECT_DOUBLE_EQ(PointUtilities::getRadius(Vector3(0, 0, 0), corners), std::sqrt(84.0));
 }
 
-TEST(PointUtilitiesTest, DirectionsAreOfUnitLengthAndSpreadOverAHalfSphere)
-{
-  const Cloud& directions = PointUtilities::getSphereDirections();
-  ASSERT_EQ(directions.size(), 31u);
-  double widest = 0;
-  RandomGeometry random(31);
-  for (int i = 0; i < 500; ++i) {
-    const Vector3 any = random.direction<3>();
-    double nearest = 4;
-    for (const Vector3& d : directions)
-      nearest = std::min({nearest, any.angle(d), any.angle(-d)});
-    widest = std::max(widest, nearest);
-  }
-  EXPECT_LT(widest, 0.45) << "no direction is far from all of them";
-  for (std::size_t i = 0; i < directions.size(); ++i) {
-    EXPECT_NEAR(directions[i].length(), 1.0, 1e-15) << i;
-    for (std::size_t j = 0; j < i; ++j)
-      EXPECT_GT(directions[i].cross(directions[j]).length(), 0.2) << i << " repeats " << j;
-  }
-}
-
 TEST(PointUtilitiesTest, DirectionsStandInTheirOrder)
 {
   const double r = std::sqrt(3.0) / 2, k = 1 / (2 * std::sqrt(2.0)), c = 1 / std::sqrt(3.0);
