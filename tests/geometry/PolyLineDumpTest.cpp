@@ -1,12 +1,12 @@
 #include "geometry/PolyLineDump.h"
 
+#include "support/CommaLocale.h"
 #include "support/PolyLineBuilder.h"
 
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iomanip>
-#include <locale>
 #include <sstream>
 
 using namespace Kavrel;
@@ -73,19 +73,10 @@ TEST(PolyLineDump, TakesOverAndKeepsTheFormatOfTheStream)
   EXPECT_TRUE(out.flags() & std::ios::showpos);
 }
 
-struct CommaDecimal : std::numpunct<char>
-{
-  char do_decimal_point() const override { return ','; }
-  char do_thousands_sep() const override { return '.'; }
-  std::string do_grouping() const override { return "\3"; }
-};
-
 TEST(PolyLineDump, NoLocaleReachesTheNumbers)
 {
-  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new CommaDecimal));
-  const std::string text = dumped(polyLineFrom<Point2>("0.5,123456"), pointsOnly);
-  std::locale::global(before);
-  EXPECT_EQ(text, "Poly3D\n0 0.5 123456\n");
+  const CommaLocale host;
+  EXPECT_EQ(dumped(polyLineFrom<Point2>("0.5,123456"), pointsOnly), "Poly3D\n0 0.5 123456\n");
 }
 
 TEST(PolyLineDump, FilesAreNumberedAndAppended)

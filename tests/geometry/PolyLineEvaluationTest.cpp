@@ -4,7 +4,6 @@
 #include "support/PolyLineBuilder.h"
 #include "support/RandomGeometry.h"
 
-#include <functional>
 #include <gtest/gtest.h>
 #include <numbers>
 
@@ -83,6 +82,9 @@ TYPED_TEST(PolyLineEvaluationOf, AllRoutesReachThePlaceAtALength)
     polyline.setClosed(closed);
     std::vector<double> parameters;
     polyline.getPointParameters(&parameters);
+    ASSERT_EQ(parameters.size(), polyline.numberOfSegments() + 1);
+    EXPECT_NEAR(parameters[1] * polyline.getTotalLength(), polyline.getPolyLength(1, true), 1e-12);
+    EXPECT_NEAR(polyline.getPolyLength(1, true) + polyline.getPolyLength(1, false), polyline.getTotalLength(), 1e-12);
     for (const double t : {0.0, random.uniform(0.0, 1.0), random.uniform(0.0, 1.0), 1.0}) {
       SCOPED_TRACE(t);
       const auto expected = this->walk(polyline, t);
@@ -105,25 +107,6 @@ TYPED_TEST(PolyLineEvaluationOf, AllRoutesReachThePlaceAtALength)
         EXPECT_NEAR(distance, 0.0, tolerance);
       }
     }
-  }
-}
-
-TYPED_TEST(PolyLineEvaluationOf, ParametersAreLengthFractions)
-{
-  using P = TypeParam;
-  RandomGeometry random(42);
-  PolyLine<P> polyline = this->randomLine(random);
-  for (const bool closed : {false, true}) {
-    SCOPED_TRACE(closed);
-    polyline.setClosed(closed);
-    std::vector<double> parameters(100, 7.0);
-    polyline.getPointParameters(&parameters);
-    ASSERT_EQ(parameters.size(), polyline.numberOfSegments() + 1);
-    EXPECT_EQ(parameters.front(), 0.0);
-    EXPECT_NEAR(parameters.back(), 1.0, 1e-15);
-    for (std::size_t i = 0; i < polyline.numberOfPoints(); ++i)
-      EXPECT_NEAR(parameters[i] * polyline.getTotalLength(), polyline.getPolyLength(i, true), 1e-12);
-    EXPECT_NEAR(polyline.getPolyLength(2, true) + polyline.getPolyLength(2, false), polyline.getTotalLength(), 1e-12);
   }
 }
 
@@ -221,29 +204,20 @@ TEST(PolyLineEvaluation, EndTangentsRunAlongTheEndSegments)
   }
 }
 
-std::string messageOf(const std::function<void()>& action)
-{
-  try {
-    action();
-  } catch (const ShapecoreException& e) {
-    return e.what();
-  }
-  return "";
-}
-
 TEST(PolyLineEvaluation, DerivationNeedsADirection)
 {
-  const std::string noSegments =
-      "PolyLine<PointType>::evaluateDerivation: PolyLine with 0 or 1 points (has no segments)";
-  const std::string noDirection = "PolyLine<PointType>::getSegmentDerivation: Failed to normalize direction vector";
+  const auto noSegments = testing::ThrowsMessage<ShapecoreException>(
+      "PolyLine<PointType>::evaluateDerivation: PolyLine with 0 or 1 points (has no segments)");
+  const auto noDirection = testing::ThrowsMessage<ShapecoreException>(
+      "PolyLine<PointType>::getSegmentDerivation: Failed to normalize direction vector");
   for (const char* text : {"", "1,1", "1,1 closed"}) {
     SCOPED_TRACE(text);
     const Line2 line = polyLineFrom<Point2>(text);
-    EXPECT_EQ(messageOf([&] { line.evaluateDerivation(0.5); }), noSegments);
-    EXPECT_EQ(messageOf([&] { line.getSegmentDerivation(0); }), noDirection);
+    EXPECT_THAT([&] { line.evaluateDerivation(0.5); }, noSegments);
+    EXPECT_THAT([&] { line.getSegmentDerivation(0); }, noDirection);
   }
-  EXPECT_EQ(messageOf([] { polyLineFrom<Point2>("0,0 1,0 1,0").getSegmentDerivation(1); }), noDirection);
-  EXPECT_EQ(messageOf([] { polyLineFrom<Point<float, 2>>("0,0 0.000009,0").getSegmentDerivation(0); }), noDirection);
+  EXPECT_THAT([] { polyLineFrom<Point2>("0,0 1,0 1,0").getSegmentDerivation(1); }, noDirection);
+  EXPECT_THAT(([] { polyLineFrom<Point<float, 2>>("0,0 0.000009,0").getSegmentDerivation(0); }), noDirection);
   EXPECT_EQ(polyLineFrom<Point2>("0,0 0.000009,0").getSegmentDerivation(0), Vector2(1.0, 0.0));
   EXPECT_EQ(polyLineFrom<Point2>("0,0 1,0 1,1").getSegmentDerivation(2), Vector2(0.0, 1.0)) << "past the open end";
   EXPECT_EQ(polyLineFrom<Point2>("0,0 1,0 0,0.5 closed").getSegmentDerivation(2), Vector2(0.0, -1.0));
@@ -336,34 +310,31 @@ TEST(PolyLineEvaluation, NormalsBlendByTheKindOfEvaluation)
 
 TEST(PolyLineEvaluation, OtherAttributesByPointType)
 {
-  PolyLine<Point3NT> tangents({Point3NT(Vector3(), Vector3(0, 0, 1), Vector3(4, 0, 0)),
-                               Point3NT(Vector3(1, 0, 0), Vector3(0, 0, 1), Vector3(0, 2, 0))},
-                              0.1);
+  const Vector3 up(0, 0, 1), right(1, 0, 0);
+  const auto located = [](const auto& line) {
+    auto point = line[0];
+    std::size_t segment = 0;
+    line.evaluateParameterPointAndSegment(0.5, point, segment);
+    return point;
+  };
+  const PolyLine<Point3NT> tangents({{Vector3(), up, Vector3(4, 0, 0)}, {right, up, Vector3(0, 2, 0)}}, 0.1);
   EXPECT_THAT(tangents.evaluateWithAttributes(0.5).getTangent(), IsNear(Vector3(2, 1, 0), 1e-15));
-  Point3NT located;
-  std::size_t segment = 0;
-  tangents.evaluateParameterPointAndSegment(0.5, located, segment);
-  EXPECT_EQ(located.getTangent(), Vector3(4, 0, 0));
+  EXPECT_EQ(located(tangents).getTangent(), Vector3(4, 0, 0));
 
-  PolyLine<ConstraintPoint> constraints({ConstraintPoint(Vector3(), Vector3(0, 0, 1), ConstraintPoint::Free),
-                                         ConstraintPoint(Vector3(1, 0, 0), Vector3(0, 0, 1), ConstraintPoint::Free)},
-                                        0.1);
+  const PolyLine<ConstraintPoint> constraints(
+      {{Vector3(), up, ConstraintPoint::Free}, {right, up, ConstraintPoint::Free}}, 0.1);
   EXPECT_EQ(constraints.evaluateWithAttributes(0.5).getConstraint(), ConstraintPoint::Fixed);
   EXPECT_TRUE(constraints.evaluateWithAttributes(0.5).hasNormal());
-  ConstraintPoint clamped;
-  constraints.evaluateParameterPointAndSegment(0.5, clamped, segment);
-  EXPECT_EQ(clamped.getConstraint(), ConstraintPoint::Clamped);
-  EXPECT_FALSE(clamped.hasNormal());
+  EXPECT_EQ(located(constraints).getConstraint(), ConstraintPoint::Clamped);
+  EXPECT_FALSE(located(constraints).hasNormal());
 
   auto projections = polyLineFrom<ProjectionPoint>("0,0,0/0,0,1 1,0,0/0,0,1");
   for (auto& point : projections)
     point.setTriangleIndex(5);
-  ProjectionPoint projected = projections.evaluateWithAttributes(0.5);
-  EXPECT_EQ(projected.getTriangleIndex(), -2);
-  EXPECT_TRUE(projected.hasNormal());
-  projections.evaluateParameterPointAndSegment(0.5, projected, segment);
-  EXPECT_EQ(projected.getTriangleIndex(), -2);
-  EXPECT_FALSE(projected.hasNormal());
+  for (const auto& point : {projections.evaluateWithAttributes(0.5), located(projections)})
+    EXPECT_EQ(point.getTriangleIndex(), -2);
+  EXPECT_TRUE(projections.evaluateWithAttributes(0.5).hasNormal());
+  EXPECT_FALSE(located(projections).hasNormal());
 }
 
 } // namespace
