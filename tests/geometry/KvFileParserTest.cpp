@@ -20,7 +20,7 @@ namespace {
 
 using namespace Testing;
 
-/// What came out of a read: the objects, then how it ended.
+/// What came out of a read: the objects, also when it raised, then how it ended.
 struct Outcome
 {
   std::string objects;
@@ -28,16 +28,52 @@ struct Outcome
   TextImportStatus status;
 };
 
-template <class Read>
-Outcome outcomeOf(const std::string& text, Read&& read)
+void write(std::ostream& out, const Point3N& point)
+{
+  out << '(' << static_cast<const Vector<double, 3>&>(point);
+  if (point.hasNormal()) out << " n " << point.getNormal();
+  out << ')';
+}
+
+void write(std::ostream& out, const Point3NT& point)
+{
+  out << '(' << static_cast<const Vector<double, 3>&>(point);
+  if (point.hasNormal()) out << " n " << point.getNormal();
+  if (point.hasTangent()) out << " t " << point.getTangent();
+  out << ')';
+}
+
+void write(std::ostream& out, const Mesh& mesh)
+{
+  for (auto v = mesh.beginVertex(); v != mesh.endVertex(); ++v)
+    write(out, static_cast<const Point3N&>(*v));
+  for (auto t = mesh.beginTriangle(); t != mesh.endTriangle(); ++t)
+    out << '[' << *t << ']';
+  if (mesh.hasNormals()) out << 'N';
+}
+
+template <class List>
+void write(std::ostream& out, const std::vector<std::shared_ptr<List>>& lists)
+{
+  for (const auto& list : lists) {
+    bool closed = false;
+    if constexpr (std::is_same_v<List, PolyLine<Point3NT>>) closed = list->isClosed();
+    out << (closed ? '{' : '<');
+    for (const auto& point : *list)
+      write(out, point);
+    out << (closed ? '}' : '>');
+  }
+}
+
+template <class Target, class Read>
+Outcome outcomeOf(const std::string& text, Target target, Read&& read)
 {
   const TextFile file(text);
   KvIfstream stream(file.getName());
   KvFileParser parser(stream);
   Outcome outcome;
-  std::ostringstream out;
   try {
-    read(parser, out);
+    read(parser, target);
   } catch (const ShapecoreException& error) {
     outcome.error = std::string("Shapecore: ") + error.what();
   } catch (const KvException& error) {
@@ -46,86 +82,28 @@ Outcome outcomeOf(const std::string& text, Read&& read)
     outcome.error =
         std::string(dynamic_cast<const std::invalid_argument*>(&error) ? "invalid: " : "range: ") + error.what();
   }
+  std::ostringstream out;
+  write(out, target);
   outcome.objects = out.str();
   outcome.status = parser.getStatus();
   return outcome;
 }
 
-void write(std::ostream& out, const Point3N& point)
-{
-  out << '(' << static_cast<const Vector<double, 3>&>(point);
-  if (point.hasNormal()) out << " n " << point.getNormal();
-}
-
-/// Calls `fill` and writes what it left in the target, also when it raises.
-template <class Target, class Fill, class Write>
-void fillAndWrite(Target& target, Fill&& fill, Write&& writeTarget)
-{
-  struct Writer
-  {
-    ~Writer() { write(target); }
-    Target& target;
-    Write& write;
-  } writer{target, writeTarget};
-  fill(target);
-}
-
 Outcome readMesh(const std::string& text)
 {
-  return outcomeOf(text, [](KvFileParser& parser, std::ostream& out) {
-    Mesh mesh;
-    const auto writeMesh = [&out](const Mesh& m) {
-      for (auto v = m.beginVertex(); v != m.endVertex(); ++v) {
-        write(out, *v);
-        out << ')';
-      }
-      for (auto t = m.beginTriangle(); t != m.endTriangle(); ++t)
-        out << '[' << *t << ']';
-      if (m.hasNormals()) out << 'N';
-    };
-    fillAndWrite(
-        mesh, [&parser](Mesh& m) { parser.readMesh(m); }, writeMesh);
-  });
+  return outcomeOf(text, Mesh(), [](KvFileParser& parser, Mesh& mesh) { parser.readMesh(mesh); });
 }
 
 Outcome readPolyLines(const std::string& text)
 {
-  return outcomeOf(text, [](KvFileParser& parser, std::ostream& out) {
-    std::vector<std::shared_ptr<PolyLine<Point3NT>>> polylines;
-    const auto writeLines = [&out](const auto& lines) {
-      for (const auto& line : lines) {
-        out << (line->isClosed() ? '{' : '<');
-        for (const Point3NT& point : *line) {
-          write(out, point);
-          if (point.hasTangent()) out << " t " << point.getTangent();
-          out << ')';
-        }
-        out << (line->isClosed() ? '}' : '>');
-        EXPECT_EQ(line->getTolerance(), 0.1);
-      }
-    };
-    fillAndWrite(
-        polylines, [&parser](auto& lines) { parser.readPolyLine(lines); }, writeLines);
-  });
+  return outcomeOf(text, std::vector<std::shared_ptr<PolyLine<Point3NT>>>(),
+                   [](KvFileParser& parser, auto& lines) { parser.readPolyLine(lines); });
 }
 
 Outcome readPoints(const std::string& text)
 {
-  return outcomeOf(text, [](KvFileParser& parser, std::ostream& out) {
-    std::vector<std::shared_ptr<std::vector<Point3N>>> collections;
-    const auto writeCollections = [&out](const auto& all) {
-      for (const auto& collection : all) {
-        out << '<';
-        for (const Point3N& point : *collection) {
-          write(out, point);
-          out << ')';
-        }
-        out << '>';
-      }
-    };
-    fillAndWrite(
-        collections, [&parser](auto& all) { parser.readPoints(all); }, writeCollections);
-  });
+  return outcomeOf(text, std::vector<std::shared_ptr<std::vector<Point3N>>>(),
+                   [](KvFileParser& parser, auto& all) { parser.readPoints(all); });
 }
 
 struct Row
