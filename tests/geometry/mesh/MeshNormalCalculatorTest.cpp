@@ -62,16 +62,6 @@ TEST(MeshNormalCalculator, AgreesWithAnglesBetweenEdges)
   }
 }
 
-TEST(MeshNormalCalculator, PointsOutOfSpheres)
-{
-  const Mesh mesh = sphere(20000, 3.0);
-  for (const bool useAngles : {false, true}) {
-    const auto normals = normalsOf(mesh, false, useAngles);
-    for (const Vertex& vertex : mesh.getVertexCollection())
-      ASSERT_GT(normals[vertex.getIndex()].dot(vertex) / 3.0, 0.999);
-  }
-}
-
 TEST(MeshNormalCalculator, FallsBackWhereNothingIsLeft)
 {
   const double nan = std::numeric_limits<double>::quiet_NaN();

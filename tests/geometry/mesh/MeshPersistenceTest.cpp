@@ -154,12 +154,10 @@ TEST(MeshPersistence, RejectsWrongCountsAndCorners)
     EXPECT_LE(mesh.numberOfVertices(), 3u);
   }
   Mesh mesh;
-  try {
-    loadFrom(OldMesh{150001, 3, 1, 3}.bytes(), mesh);
-    FAIL();
-  } catch (const ShapecoreException& e) {
-    EXPECT_STREQ(e.what(), "Mesh: Facet data is corrupted.");
-  }
+  EXPECT_THAT(([&] {
+                loadFrom(OldMesh{150001, 3, 1, 3}.bytes(), mesh);
+              }),
+              testing::ThrowsMessage<ShapecoreException>("Mesh: Facet data is corrupted."));
 }
 
 TEST(MeshPersistence, SurvivesDamage)
