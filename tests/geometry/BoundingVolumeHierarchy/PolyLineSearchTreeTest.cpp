@@ -449,21 +449,6 @@ TEST(PolyLineSearchTree, KnowsNoPlaneCutsInTwoDimensions)
   EXPECT_NEAR(tree.squareDistanceToPlane(aslant), 1.44, 1e-14);
 }
 
-TEST(PolyLineSearchTree, MeasuresItsRootVolume)
-{
-  const auto line = lineThrough<P3>({V3(-1, 0, 0), V3(1, 2, 3)});
-  const PolyLineSearchTree<P3> tree(line, 5);
-  AxisAlignedBox<float, 3> box;
-  box.min = Vector<float, 3>(4, 0, 0);
-  box.max = Vector<float, 3>(5, 1, 1);
-  EXPECT_NEAR(tree.squareDistanceToRootVolume(box), 9, 1e-4);
-  EXPECT_LE(tree.squareDistanceToRootVolume(box), 9);
-  const Plane<double, 3> plane(V3(0, 0, 1), P3(0, 0, 5)), through(V3(0, 0, 1), P3(0, 0, 1));
-  EXPECT_NEAR(tree.squareDistanceToRootVolume(plane), 4, 1e-4);
-  EXPECT_LE(tree.squareDistanceToRootVolume(plane), 4);
-  EXPECT_EQ(tree.squareDistanceToRootVolume(through), 0);
-}
-
 TEST(PolyLineSearchTree, ProlongsSegmentsByTheTolerance)
 {
   const auto line = lineThrough<P2>({Vector<double, 2>(0, 0), Vector<double, 2>(10, 0)});
@@ -514,21 +499,6 @@ TEST(PolyLineSearchTree, CrossesInThePlaneOfTheLines)
   EXPECT_EQ(points.size(), relative.size());
   EXPECT_TRUE(tree.intersectAbsTolerance(otherTree, one, true, 0));
   EXPECT_EQ(one.size(), 1U);
-}
-
-TEST(PolyLineSearchTree, PassesOnThatOnlyDoublesInThePlaneKnowTheAbsoluteTolerance)
-{
-  const auto line = randomWalk<P3>(382, 20);
-  const auto far = lineThrough<P3>({V3(900, 900, 0), V3(901, 901, 0)});
-  const PolyLineSearchTree<P3> tree(line, 5), distant(far, 5);
-  std::vector<P3> points;
-  EXPECT_FALSE(tree.intersectAbsTolerance(distant, points, false, 0.1));
-  try {
-    tree.intersectAbsTolerance(tree, points, false, 0.1);
-    ADD_FAILURE() << "nothing was raised";
-  } catch (const char* text) {
-    EXPECT_STREQ(text, "Not implemented");
-  }
 }
 
 TEST(PolyLineSearchTree, SurvivesBadNumbers)

@@ -78,16 +78,6 @@ TEST_F(EvalCacheTest, DropsWhatWasUsedLongestAgo)
   EXPECT_EQ(EvalCache::getMemoryUsage(), 96U);
 }
 
-TEST_F(EvalCacheTest, TheEntryUsedLastStaysHoweverLarge)
-{
-  add(1, 10);
-  add(2, 500);
-  EXPECT_EQ(dropped, std::vector<int>{1});
-  EXPECT_EQ(EvalCache::getMemoryUsage(), 500U);
-  add(3, 10);
-  EXPECT_EQ(dropped, (std::vector<int>{1, 2}));
-}
-
 TEST_F(EvalCacheTest, ALowerLimitDropsAtOnce)
 {
   for (int i = 0; i < 5; ++i)

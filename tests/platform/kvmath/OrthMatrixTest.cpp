@@ -4,6 +4,7 @@
 #include "support/CommaLocale.h"
 #include "support/RandomGeometry.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -163,12 +164,8 @@ TEST(OrthMatrixTest, DumpIsANestedListInAnyLocale)
 TEST(OrthMatrixTest, EnsureRaisesItsText)
 {
   EXPECT_NO_THROW((OrthMatrixCheck::ensure<double, 3>(true, "unused")));
-  try {
-    OrthMatrixCheck::ensure<float, 2>(false, "what failed");
-    FAIL();
-  } catch (const MathException& failure) {
-    EXPECT_STREQ(failure.what(), "what failed");
-  }
+  EXPECT_THAT(([] { OrthMatrixCheck::ensure<float, 2>(false, "what failed"); }),
+              testing::ThrowsMessage<MathException>("what failed"));
 }
 
 } // namespace

@@ -26,14 +26,6 @@ constexpr double largestFloat = 3.4028234663852886e38;
 
 static_assert(std::is_standard_layout_v<V3f> && sizeof(Vector<double, 1>) == sizeof(double));
 
-TEST(VectorTest, AnArrayOfVectorsIsAFlatArray)
-{
-  const std::vector<V3> vectors = {{1, 2, 3}, {4, 5, 6}};
-  const double* flat = vectors.front().data();
-  for (int i = 0; i < 6; ++i)
-    EXPECT_EQ(flat[i], i + 1);
-}
-
 TEST(VectorTest, NormalizeComparesTheLengthStrictly)
 {
   struct Row
@@ -147,13 +139,6 @@ TEST(VectorTest, GramSchmidtSplitsAVector)
   EXPECT_EQ(V3(1, 2, 2).gramSchmidt(V3(1, 2, 2)), V3());
 }
 
-TEST(VectorTest, CrossProductIsRightHanded)
-{
-  EXPECT_EQ(V3(1, 0, 0).cross({0, 1, 0}), V3(0, 0, 1));
-  EXPECT_EQ(V3(0, 1, 0).cross({0, 0, 1}), V3(1, 0, 0));
-  EXPECT_EQ(V2(1, 0).cross({0, 1}), 1.0);
-}
-
 TEST(VectorTest, InterpolationIsExactAtBothEnds)
 {
   const V3 a(0.1, 1e16, -3), b(0.7, 1.0, 1e-9);
@@ -229,16 +214,6 @@ TEST(VectorTest, MorphingFollowsTheGreatCircle)
   EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.5, x, -x), V3());
   EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.5, V3f(0, 1, 0), V3f(0, -1, 0)), V3f());
   EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.3, x, x), x);
-}
-
-TEST(VectorTest, CopyRangeFillsTheLeadingComponents)
-{
-  constexpr std::array<double, 5> source = {7, 8, 9, 10, 11};
-  V3 v(1, 2, 3);
-  VectorFunction::copyRangeTo(v, source.data(), source.data() + 2);
-  EXPECT_EQ(v, V3(7, 8, 3));
-  VectorFunction::copyRangeTo(v, source.data() + 1, source.data() + 5);
-  EXPECT_EQ(v, V3(8, 9, 10));
 }
 
 } // namespace
