@@ -16,29 +16,9 @@ namespace {
 using testing::HasSubstr;
 using testing::MatchesRegex;
 
-constexpr const char* cube = R"(Points
-0 0 0 0
-1 1 0 0
-2 1 1 0
-3 0 1 0
-4 0 0 1
-5 1 0 1
-6 1 1 1
-7 0 1 1
-Facets
-0 0 2 1
-1 0 3 2
-2 4 5 6
-3 4 6 7
-4 0 1 5
-5 0 5 4
-6 1 2 6
-7 1 6 5
-8 2 3 7
-9 2 7 6
-10 3 0 4
-11 3 4 7
-)";
+constexpr const char* cube = "Points 0 0 0 0 1 1 0 0 2 1 1 0 3 0 1 0 4 0 0 1 5 1 0 1 6 1 1 1 7 0 1 1 "
+                             "Facets 0 0 2 1 1 0 3 2 2 4 5 6 3 4 6 7 4 0 1 5 5 0 5 4 "
+                             "6 1 2 6 7 1 6 5 8 2 3 7 9 2 7 6 10 3 0 4 11 3 4 7";
 
 constexpr const char* square = R"(poly3d
 0 0 0 0
