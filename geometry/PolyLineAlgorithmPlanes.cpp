@@ -38,16 +38,15 @@ void forEachSpoke(const PolyLine<P>& polyline, const Vector<double, 3>& centre, 
   }
 }
 
-/// Cross products gathered by their orientation; the first one decides which is which.
+/// Cross products gathered by their orientation: forward are the first one and all that agree with the sum so far.
 class OrientedSum
 {
 public:
   void add(const Vector<double, 3>& cross)
   {
     if (cross.sqrLength() < leastSqrCross) return;
-    if (!hasFirst) first = cross;
-    const bool along = !hasFirst || first.dot(cross) > 0.0;
-    hasFirst = true;
+    const bool along = isFirst || forward.dot(cross) > 0.0;
+    isFirst = false;
     (along ? forward : backward) += cross;
   }
 
@@ -59,8 +58,7 @@ public:
   }
 
 private:
-  bool hasFirst = false;
-  Vector<double, 3> first;
+  bool isFirst = true;
   Vector<double, 3> forward;
   Vector<double, 3> backward;
 };

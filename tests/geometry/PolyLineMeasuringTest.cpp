@@ -390,6 +390,9 @@ TEST(PolyLinePlanes, OfATiltedPolygonAreKnown)
   // The larger of two opposite turns decides, whichever comes first.
   const auto eight = polyLineFrom<Point3>("1,0,0 1,-1,0 0,-1,0 -1,1,0 -3,1,0 -3,-1,0 0,1,0 1,1,0 closed");
   EXPECT_EQ(Algo::computeRegressionPlane(eight).getNormal().x(), 0.0);
+  // The last triangle agrees with the first one, but not with the first two together.
+  const auto twisted = polyLineFrom<Point3>("-1,-1,2 1,0,-1 -1,-1,-2 1,2,1");
+  EXPECT_EQ(Algo::computeRegressionPlane(twisted).getNormal(), Vector3(0, 1, 0));
 }
 
 TEST(PolyLinePlanes, OfDegenerateLines)
