@@ -13,7 +13,7 @@ namespace {
 namespace Bvh = BoundingVolumeHierarchy;
 
 constexpr double sqrProximity = 1e-5;    // to an end of a segment, strictly below: the distance is 0
-constexpr double leastSqrNormal = 1e-24; // strictly below: no normal to look along
+constexpr double leastSqrNormal = 1e-24; // from it on: a normal to look along
 
 /// The segment of least squared distance so far, the first among equals.
 class Best
@@ -125,7 +125,7 @@ Best nearestByFoot(const Segments& segments, const P& point, bool extended)
 template <class Segments>
 int nearestSegmentOf(const Segments& segments, const Point3N& point, bool extended)
 {
-  const bool looksAlongNormal = !(point.getNormal().sqrLength() < leastSqrNormal);
+  const bool looksAlongNormal = point.getNormal().sqrLength() >= leastSqrNormal;
   Best best;
   const auto searchWith = [&](bool withEnds) {
     best.startPass();
@@ -157,9 +157,11 @@ std::vector<Vector<double, 3>> differences(const PolyLine<P>& points, const Poly
   ways.reserve(points.numberOfPoints());
   for (const P& point : points) {
     const int index = nearestSegmentOf(segments, point, false);
-    P target(point);
-    if (index >= 0) line.getSegment(static_cast<std::size_t>(index)).projectPoint(point, target, nullptr);
-    ways.push_back(target - point);
+    Vector<double, 3>& way = ways.emplace_back();
+    if (index < 0) continue;
+    P target;
+    line.getSegment(static_cast<std::size_t>(index)).projectPoint(point, target, nullptr);
+    way = target - point;
   }
   return ways;
 }

@@ -238,9 +238,9 @@ TEST(PolyLineNearestSegment, DifferencesLeadToTheFeet)
       EXPECT_EQ((*differences)[i], foot - a[i]) << i;
     }
   }
-  const auto beyond =
-      Algo::calculateDifference(polyLineFrom<Point3>("5,1,0 1,1,0"), polyLineFrom<Point3>("0,0,0 2,0,0"));
-  EXPECT_THAT(*beyond, ElementsAre(Vector3(), Vector3(0, -1, 0)));
+  const auto beyond = Algo::calculateDifference(PolyLine<Point3>({{5, 1, 0}, {1, 1, 0}, {1, std::nan(""), 0}}, 0.1),
+                                                polyLineFrom<Point3>("0,0,0 2,0,0"));
+  EXPECT_THAT(*beyond, ElementsAre(Vector3(), Vector3(0, -1, 0), Vector3()));
 }
 
 TEST(PolyLineNormals, AtAPositionAreBlendedOrTakenFromTheNearEnd)
