@@ -21,9 +21,11 @@ struct SegmentView
   {
     const std::pair<T, T> atStart(sqrToStart, T(0));
     const std::pair<T, T> atEnd(sqrToEnd, T(1));
-    // Comparing before the division decides the ends exactly as the quotient would.
+    // Comparing before the division decides the ends exactly as the quotient would, which isn't a number for two
+    // infinities.
     const T along = -(start - point).dot(way);
-    if (sqrLength < T(degenerateSqrLength) || along <= T(0)) return atStart;
+    const bool isBefore = along <= T(0) && along >= std::numeric_limits<T>::lowest();
+    if (sqrLength < T(degenerateSqrLength) || isBefore) return atStart;
     if (along > sqrLength) return atEnd;
     const T t = along / sqrLength;
     const T rest = T(1) - t;

@@ -187,6 +187,8 @@ TEST(PolyLineDistance, HostileInputLeavesTheSoundSegments)
     longLine.addPoint(Point2(i == 31 || i == 33 ? nan : i, 0.0));
   EXPECT_EQ(PolyLineAlgorithm::sqrDist(longLine, Point2(32.0, 1.0), u, segment), 5.0);
   EXPECT_EQ(segment, 29U);
+  const PolyLine<Point2> towardsInfinity({{0.0, 0.0}, {nan, 0.0}, {5.0, 0.0}, {5.0, inf}}, 0.1);
+  EXPECT_EQ(PolyLineAlgorithm::sqrDist(towardsInfinity, Point2(5.0, -1.0), u, segment), 26.0);
 }
 
 } // namespace
