@@ -228,7 +228,8 @@ template <OneOf<Point<double, 3>, Point3N> P>
 std::shared_ptr<std::vector<Vector<double, 3>>> PolyLineAlgorithm::calculateDifference(const PolyLine<P>& a,
                                                                                        const PolyLine<P>& b)
 {
-  const bool isWorthATree = PolyLineNearest::isWorthATree(b, a.numberOfPoints()) &&
+  constexpr std::size_t leastQueries = 8;
+  const bool isWorthATree = PolyLineNearest::isWorthATree(b, a.numberOfPoints(), leastQueries) &&
                             PolyLineNearest::largestCoordinate(a) < PolyLineNearest::largestSearchable;
   return std::make_shared<std::vector<Vector<double, 3>>>(isWorthATree ? differences(a, b, SegmentsByTree<P>(b))
                                                                        : differences(a, b, AllSegments<P>(b)));

@@ -18,6 +18,9 @@ using PolyLineNearest::PruningSlack;
 
 constexpr double largest = std::numeric_limits<double>::max();
 constexpr std::size_t plainPairs = 4'000; // up to which trees don't pay
+// To build the trees costs as much as walking along the longer line that often.
+constexpr std::size_t walksPerSegmentTree = 4;
+constexpr std::size_t walksPerVertexTree = 64;
 
 /// The trees of two lines, and what rounding does to a measure of them.
 template <class P>
@@ -27,10 +30,10 @@ struct TreePair
   Bvh::PolyLineSearchTree<P> b;
   PruningSlack slack;
 
-  /// Nothing where the plain loop serves better.
-  static std::optional<TreePair> of(const PolyLine<P>& a, const PolyLine<P>& b)
+  /// Nothing where the plain loop serves better: for few pairs, and where a line has less than that many points.
+  static std::optional<TreePair> of(const PolyLine<P>& a, const PolyLine<P>& b, std::size_t leastPoints)
   {
-    if (a.numberOfPoints() < 2 || b.numberOfPoints() < 2) return std::nullopt;
+    if (std::min(a.numberOfPoints(), b.numberOfPoints()) < leastPoints) return std::nullopt;
     if (a.numberOfPoints() < plainPairs / b.numberOfPoints()) return std::nullopt;
     const double size = std::max(PolyLineNearest::largestCoordinate(a), PolyLineNearest::largestCoordinate(b));
     if (!(size < PolyLineNearest::largestSearchable)) return std::nullopt;
@@ -143,7 +146,7 @@ double PolyLineAlgorithm::minDistBetweenPolygonsThroughSegments(const PolyLine<P
   if (isPointA && isPointB) return a.front().distance(b.front());
   if (isPointA) return distanceToSegments(b, a.front());
   if (isPointB) return distanceToSegments(a, b.front());
-  if (const auto trees = TreePair<P>::of(a, b)) return distanceOfSegments(*trees);
+  if (const auto trees = TreePair<P>::of(a, b, walksPerSegmentTree)) return distanceOfSegments(*trees);
   return distanceOfSegments(a, b);
 }
 
@@ -151,7 +154,7 @@ template <PolyLinePoint P>
 double PolyLineAlgorithm::maxDistBetweenTwoPolygons(const PolyLine<P>& a, const PolyLine<P>& b)
 {
   if (a.isEmpty() || b.isEmpty()) return -1.0;
-  const auto trees = TreePair<P>::of(a, b);
+  const auto trees = TreePair<P>::of(a, b, walksPerVertexTree);
   return std::sqrt(static_cast<double>(trees ? farthestPair(a, b, *trees) : farthestPair(a, b)));
 }
 

@@ -29,13 +29,15 @@ double largestCoordinate(const PolyLine<P>& polyline)
 /// Coordinates above are beyond what the boxes of a tree can hold.
 inline constexpr double largestSearchable = 1e37;
 
-/// Whether a tree can hold a line and serves that many queries better than walks along the line.
+/// Whether a tree can hold a line and serves that many queries better than walks along the line. To build a tree costs
+/// as much as \p leastQueries walks along a long line.
 template <class P>
-bool isWorthATree(const PolyLine<P>& polyline, std::size_t queries)
+bool isWorthATree(const PolyLine<P>& polyline, std::size_t queries, std::size_t leastQueries)
 {
   constexpr std::size_t plainPairs = 20'000;
   const std::size_t segments = polyline.numberOfSegments();
-  return segments >= 32 && queries >= plainPairs / segments && largestCoordinate(polyline) < largestSearchable;
+  return segments >= 32 && queries >= std::max(leastQueries, plainPairs / segments) &&
+         largestCoordinate(polyline) < largestSearchable;
 }
 
 /// PolyLineAlgorithm::sqrDist() of many points to one line, bit for bit: the tree leaves out only segments that are
@@ -50,7 +52,8 @@ public:
 
   ManyNearest(const PolyLine<P>& polyline, std::size_t queries) : line(polyline)
   {
-    if (!isWorthATree(polyline, queries)) return;
+    constexpr std::size_t leastQueries = 64;
+    if (!isWorthATree(polyline, queries, leastQueries)) return;
     size = largestCoordinate(polyline);
     tree.emplace(polyline);
   }
