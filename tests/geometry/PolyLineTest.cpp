@@ -282,6 +282,16 @@ TEST(PolyLine, SymmetricalEndReplacesOnePoint)
   EXPECT_TRUE(empty.isEmpty());
 }
 
+TEST(PolyLine, DistancesToAPoint)
+{
+  const Line2 corner = line("0,0 4,0 4,3");
+  EXPECT_DOUBLE_EQ(corner.dist(Point2(1.0, 2.0)), 2.0);
+  EXPECT_DOUBLE_EQ(corner.maxDist(Point2(0.0, 0.0)), 5.0);
+  EXPECT_TRUE(corner.isPointOn(Point2(1.0, 0.5), 0.5));
+  EXPECT_FALSE(corner.isPointOn(Point2(1.0, 0.5), 0.499));
+  EXPECT_EQ(Line2().maxDist(Point2(1.0, 1.0)), 0.0);
+}
+
 TEST(PolyLine, CollinearAndEqual)
 {
   EXPECT_TRUE(line("0,0 1,0.05 2,-0.05 3,0").isCollinear(0.1));
