@@ -20,14 +20,16 @@ inline std::size_t controlPointCount(std::span<const double> knots, unsigned deg
   return knots.size() - degree - 1;
 }
 
-/// The span next to an empty one at either end of the domain, or `span` itself when the whole domain is empty.
+/// The span next to an empty one at either end of the domain, or `span` itself when the whole domain is empty. Knots
+/// out of order or that are no numbers still give a span in range.
 inline std::size_t nearestFilledSpan(std::span<const double> knots, unsigned degree, std::size_t span)
 {
   const std::size_t last = controlPointCount(knots, degree) - 1;
   const auto first = knots.begin() + degree, end = knots.begin() + std::ptrdiff_t(last) + 2;
   if (*first == *(end - 1)) return span;
-  if (span == last) return std::size_t(std::lower_bound(first, end, knots[span]) - knots.begin()) - 1;
-  return std::size_t(std::upper_bound(first, end, knots[span]) - knots.begin()) - 1;
+  const auto behind =
+      span == last ? std::lower_bound(first, end, knots[span]) : std::upper_bound(first, end, knots[span]);
+  return std::clamp<std::size_t>(std::size_t(behind - knots.begin()) - 1, degree, last);
 }
 
 /// The non-empty span whose polynomial counts at `u`, found in log n steps. At an inner knot that is the span on its
