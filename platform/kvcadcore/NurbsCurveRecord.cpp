@@ -143,8 +143,10 @@ int PO_IG_NURBS_CRV_makeClamped(PO_IG_NURBS_CRV* record)
   std::memmove(record->knots, record->knots + first, (count + degree + 1) * sizeof(double));
   for (std::size_t i = 0; i < count; ++i) {
     const double* const p = &points[4 * (first + i)];
-    const double w = p[3] != 0.0 ? p[3] : 1.0; // a point without weight has no influence, wherever it lies
-    record->controlPoints[i] = {p[0] / w, p[1] / w, p[2] / w};
+    if (p[3] != 0.0)
+      record->controlPoints[i] = {p[0] / p[3], p[1] / p[3], p[2] / p[3]};
+    else
+      record->controlPoints[i] = record->controlPoints[first + i]; // without weight it has no influence: it stays
     if (record->weightCount > 0) record->weights[i] = p[3];
   }
   record->controlPointCount = int(count);

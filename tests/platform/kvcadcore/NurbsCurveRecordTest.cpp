@@ -78,6 +78,14 @@ TEST(NurbsCurveRecord, ClampingKeepsTheShape)
   });
 }
 
+TEST(NurbsCurveRecord, ClampingLeavesPointsWithoutWeightInPlace)
+{
+  NurbsArrays curve{2, {0, 0, 0, 1, 2, 3, 3, 4}, std::vector(15, 7.0), {1, 1, 0, 1, 1}};
+  PO_IG_NURBS_CRV record = recordOf(curve);
+  ASSERT_EQ(PO_IG_NURBS_CRV_makeClamped(&record), 1);
+  EXPECT_EQ(record.controlPoints[2].y, 7.0);
+}
+
 TEST(NurbsCurveRecord, BadRecordsAreRefused)
 {
   constexpr double infinity = std::numeric_limits<double>::infinity();
