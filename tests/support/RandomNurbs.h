@@ -25,8 +25,8 @@ struct NurbsArrays
   }
 };
 
-/// Two to six spans, inner knots of every multiplicity up to the degree. The ends are clamped, or knots of any
-/// multiplicity lead to them.
+/// Two to six spans with length, inner knots of every multiplicity up to degree + 1. The ends are clamped, or knots of
+/// any multiplicity lead to them; next to some an empty span lies in the domain.
 inline NurbsArrays randomNurbs(RandomGeometry& random, unsigned degree, bool clamped, bool rational)
 {
   NurbsArrays curve{degree, {}, {}, {}};
@@ -38,11 +38,13 @@ inline NurbsArrays randomNurbs(RandomGeometry& random, unsigned degree, bool cla
     }
   };
   addEnd();
+  if (random.index(4) == 0) curve.knots.push_back(knot);
   for (std::size_t spans = 1 + random.index(5); spans > 0; --spans) {
     knot += random.uniform(0.2, 1.0);
-    curve.knots.insert(curve.knots.end(), 1 + random.index(degree), knot);
+    curve.knots.insert(curve.knots.end(), 1 + random.index(degree + 1), knot);
   }
   knot += random.uniform(0.2, 1.0);
+  if (random.index(4) == 0) curve.knots.push_back(knot);
   addEnd();
   const std::size_t count = curve.knots.size() - degree - 1;
   for (std::size_t i = 0; i < 3 * count; ++i)
