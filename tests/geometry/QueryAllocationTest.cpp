@@ -2,6 +2,7 @@
 #include "geometry/BoundingVolumeHierarchy/MeshSearchTree.h"
 #include "geometry/BoundingVolumeHierarchy/PointSearchTreeT.h"
 #include "geometry/BoundingVolumeHierarchy/PolyLineSearchTree.h"
+#include "geometry/NurbsCurve.h"
 #include "geometry/PolyLine.h"
 #include "geometry/mesh/Mesh.h"
 #include "support/MeshBuilder.h"
@@ -132,6 +133,26 @@ TEST(QueryAllocation, PolyLines)
        [&] {
          list.clear();
          tree.intersectXY(otherTree, list, false, 0);
+       }},
+  });
+}
+
+TEST(QueryAllocation, NurbsCurves)
+{
+  NurbsCurve<double, 3> curve({P3(0, 0, 0), P3(1, 2, 0), P3(3, 2, 1), P3(4, 0, 0)}, {1, 2, 0.5, 1},
+                              {0, 0, 0, 0, 1, 1, 1, 1}, false, false, false, 0.1);
+  auto cached = curve;
+  cached.enableAndGenerateIgNurbsCurveCache();
+  std::vector<P3> derivatives;
+  P3 point;
+  expectNoAllocation({
+      {"point", [&] { point = curve.evaluate(0.3); }},
+      {"point by the cache", [&] { point = cached.evaluate(0.3); }},
+      {"derivation", [&] { point = curve.evaluateDerivation(0.3); }},
+      {"derivatives",
+       [&] {
+         derivatives.clear();
+         curve.derivates(derivatives, 0.3);
        }},
   });
 }
