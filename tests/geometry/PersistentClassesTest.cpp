@@ -5,6 +5,7 @@
 #include "geometry/Ellipse.h"
 #include "geometry/GeometricTolerances.h"
 #include "geometry/Hyperbola.h"
+#include "geometry/NurbsCurve.h"
 #include "geometry/Parabola.h"
 #include "geometry/Plane.h"
 #include "geometry/PolyLine.h"
@@ -66,6 +67,7 @@ TEST(PersistentClasses, KeysAndVersionsStayWhatArchivesHold)
   expectSpaces<Curve>("BoostExportCurve", 500001, 53013, true);
   expectSpaces<Ellipse>("BoostExportEllipse", 500001, 53013, true);
   expectSpaces<Hyperbola>("BoostExportHyperbola", 500001, 53013, true);
+  expectSpaces<NurbsCurve>("BoostExportNurbsCurve", 500001, 53013, true);
   expectSpaces<OrthMatrix>("OrthMatrix", 1, 1, false);
   expectSpaces<Parabola>("BoostExportParabola", 500001, 53013, true);
   expectSpaces<Plane>("Plane", 500001, 53013, false);
