@@ -11,7 +11,7 @@ namespace Kavrel {
 
 struct PO_IG_NURBS_CRV;
 
-/// What a NURBS curve is by its form. The values are the form numbers of the rational B-spline curve in IGES.
+/// What a NURBS curve is by its form, numbered as IGES numbers the forms of its entity 126.
 enum class NurbsCurveType : std::int32_t
 {
   General = 0,

@@ -60,7 +60,7 @@ struct PO_IG_EDG
   std::int32_t kind; ///< a PO_IG_EDG_KIND
   void* curve;       ///< record of that kind; the edge owns it
   PO_IG_ATTRIB_CRV attributes;
-  std::int32_t orientation; ///< 1: the curve runs against the stored record
+  std::int32_t orientation; ///< 1: travel is opposite to that of `curve`
   PO_VEC minimum;           ///< extent
   PO_VEC maximum;
   std::uint8_t reserved104[24];

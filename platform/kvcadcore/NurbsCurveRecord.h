@@ -17,7 +17,7 @@ namespace Kavrel {
 KVSHAPES_EXPORT int ra_al_DeBoor(PO_VEC* result, int derivative, double u, const PO_IG_NURBS_CRV* record);
 
 /// Point, at index 0, and derivatives 1 to `highest` (at most 4) of a curve that lies in plain arrays. A `dimension` of
-/// 2 leaves the third coordinate of the control points unread and puts 0 into the results. `weights` may be null;
+/// 2 takes no notice of the third coordinate of the control points and puts 0 into the results. `weights` may be null;
 /// `knots` has controlPointCount + degree + 1 entries. Gives 1, or 0 for numbers that can't be followed.
 KVSHAPES_EXPORT int Ap1xNurbs_derx_imp(PO_VEC* results, int highest, double u, int dimension, int degree,
                                        int controlPointCount, const double* knots, const PO_VEC* controlPoints,
