@@ -96,8 +96,10 @@ public:
   using Pieces = std::list<std::shared_ptr<PolyLine<P>>>;
 
   PlanePieces(const PolyLine<P>& line, const Plane<double, P::Dim>& divider, Pieces& out)
-      : polyline(line), plane(divider), pieces(out), points{line.front()}, running(sideOf(line.front()))
-  {}
+      : frame(line), plane(divider), pieces(out), points{line.front()}, running(sideOf(line.front()))
+  {
+    frame.clearPoints();
+  }
 
   void take(const P& point)
   {
@@ -119,7 +121,7 @@ public:
   bool endsOnFirstSide() const { return !pieces.empty() && first == running; }
 
 private:
-  Side sideOf(const P& point) const { return plane.getSideOfPoint(point, polyline.getTolerance()); }
+  Side sideOf(const P& point) const { return plane.getSideOfPoint(point, frame.getTolerance()); }
 
   void breakBefore(const P& point)
   {
@@ -144,14 +146,12 @@ private:
 
   void flush()
   {
-    auto piece = std::make_shared<PolyLine<P>>(polyline.getTolerance());
-    piece->setDomain(polyline.getDomain());
-    piece->setClosed(polyline.isClosed());
+    auto piece = std::make_shared<PolyLine<P>>(frame);
     piece->getPointCollection().swap(points);
     pieces.push_back(std::move(piece));
   }
 
-  const PolyLine<P>& polyline;
+  PolyLine<P> frame; // the line without its points: what each piece is a copy of
   const Plane<double, P::Dim>& plane;
   Pieces& pieces;
   std::vector<P> points;
@@ -560,8 +560,7 @@ std::vector<PolyLine<P>> PolyLineSplitAlgorithm::getPartsOnSide(const PolyLine<P
   return result;
 }
 
-// Instantiations
-// ------------------------------------------------------------------------------------------------------
+// Instantiations ------------------------------------------------------------------------------------------------------
 
 #define KV_INSTANTIATE(...)                                                                                            \
   template class PolyLineSplitAlgorithm::SplitClassifier<__VA_ARGS__>;                                                 \

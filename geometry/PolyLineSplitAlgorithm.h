@@ -25,7 +25,7 @@ concept IndexSplitPoint = SpatialSplitPoint<P> || OneOf<P, ProjectionPoint>;
 
 /// Cuts polylines apart: at a point, at vertices, at a plane, or where a quantity along the line changes its sign.
 /// Nothing here raises: a missing result is a null pointer, an empty list or false. Every operation passes along the
-/// line a fixed number of times. Pieces are new polylines with fresh identifiers.
+/// line a fixed number of times. Pieces are new polylines with fresh identifiers, but for those beside a plane.
 class KVSHAPES_EXPORT PolyLineSplitAlgorithm
 {
 public:
@@ -120,9 +120,10 @@ public:
 
   /// Cuts the line wherever it changes to the other side of the plane. A vertex within the tolerance of the line is on
   /// the plane: the line is cut at the last such vertex before the change, and at a new point, without attributes,
-  /// where there is none. A line that doesn't change sides gives no piece. Pieces keep domain, tolerance and closed
-  /// flag of the line. With \p joinClosed the last and the first piece of a closed line become one, which is open, if
-  /// they lie on one side.
+  /// where there is none. A line that doesn't change sides gives no piece. Pieces are copies of the line in all but
+  /// their points: domain, tolerance, closed flag and identifier are those of the line, and so is its hash if it had
+  /// been computed. With \p joinClosed the last and the first piece of a closed line become one, which is open, if they
+  /// lie on one side.
   template <SplitPoint P>
   static void splitAtPlane(const PolyLine<P>& polyline, const Plane<double, P::Dim>& plane,
                            std::list<std::shared_ptr<PolyLine<P>>>& result, bool joinClosed);
