@@ -60,7 +60,7 @@ void count(benchmark::State& state, std::size_t crossings)
   state.counters["crossings"] = static_cast<double>(crossings);
 }
 
-/// With the trees at hand.
+/// With search trees at hand.
 void crossings(benchmark::State& state)
 {
   const Algorithms::SearchTree a(line(state, 0)), b(line(state, 1));
@@ -85,6 +85,18 @@ void crossingsWithBuild(benchmark::State& state)
   count(state, points.size());
 }
 
+/// Of an object that knows both lines.
+void crossingsAgain(benchmark::State& state)
+{
+  Algorithms algorithms;
+  std::vector<P2> points;
+  for (auto _ : state) {
+    points.clear();
+    algorithms.calculateAllIntersectionPointsXY(line(state, 0), line(state, 1), points, false, 0);
+  }
+  count(state, points.size());
+}
+
 void selfCrossings(benchmark::State& state)
 {
   std::size_t found = 0;
@@ -101,6 +113,7 @@ void isSimple(benchmark::State& state)
 
 BENCHMARK(crossings)->Name("crossings/kvshapes")->Apply(growingWalks);
 BENCHMARK(crossingsWithBuild)->Name("crossings, asked once/kvshapes")->Apply(growingWalks);
+BENCHMARK(crossingsAgain)->Name("crossings, asked again/kvshapes")->Apply(growingWalks);
 BENCHMARK(selfCrossings)->Name("self-crossings/kvshapes")->Apply(allGrowingWalks);
 BENCHMARK(isSimple)->Name("is simple/kvshapes")->Args({spiral, walkSteps})->Unit(benchmark::kMillisecond);
 

@@ -201,6 +201,10 @@ TEST(PolyLineIntersectionAlgorithms, KeepsATreePerLineUntilItIsReset)
   line[0] = P2(2, -1), line[1] = P2(2, 1);
   EXPECT_TRUE(algorithms.resetPolyLine(line));
   EXPECT_THAT(crossesWhere(false), ElementsAre(P2(2, 0)));
+  line.addPoint(P2(4, -1));
+  EXPECT_THAT(crossesWhere(true), ElementsAre(P2(2, 0), P2(3, 0)));
+  line.deletePoint(2);
+  EXPECT_THAT(crossesWhere(false), ElementsAre(P2(2, 0))); // without the segment that is gone
   EXPECT_EQ(algorithms.numberOfSearchTrees(), 2u);
 
   line.setId(Identifier()); // another polyline at the same address
