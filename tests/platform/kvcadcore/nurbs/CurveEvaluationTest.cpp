@@ -87,6 +87,16 @@ TEST(CurveEvaluation, ArcHasTheDerivativesOfTheClosedForm)
   }
 }
 
+TEST(CurveEvaluation, DegreeZeroGoesInSteps)
+{
+  const NurbsArrays steps{0, {0, 1, 1, 2}, {1, 0, 0, 2, 0, 0, 3, 0, 0}, {1, 2, 4}};
+  for (const auto& [u, x] : {std::pair(-1.0, 1.0), {0.9, 1.0}, {1.0, 3.0}, {2.0, 3.0}, {9.0, 3.0}}) {
+    const auto values = Nurbs::derivativesAt<1>(steps.view(), u);
+    EXPECT_EQ(values[0][0], x) << "at " << u;
+    EXPECT_EQ(values[1][0], 0.0);
+  }
+}
+
 // Evenly spread control points of one Bézier span make x(u) = u.
 TEST(CurveEvaluation, LargestDegreeReproducesALine)
 {
