@@ -180,6 +180,16 @@ const BaseClassRegister& elementRecord()
     return PersistenceAccess::record<Element>();
 }
 
+/// The class that the frame of a container names: none for shared pointers, which bring their classes along.
+template <class Element>
+unsigned int containerHash()
+{
+  if constexpr (IsSharedPointer<Element>::value)
+    return NO_HASH;
+  else
+    return elementRecord<Element>().classHash;
+}
+
 /// Fewest bytes that an element takes in the stream.
 template <class Element>
 constexpr std::size_t leastElementSize()
@@ -254,7 +264,7 @@ void saveContainer(PersistenceArchiver& archiver, const Container& container)
     frame.end();
   } else {
     const BaseClassRegister& record = elementRecord<Element>();
-    PersistenceAccess::SavedFrame frame(archiver, record.classHash);
+    PersistenceAccess::SavedFrame frame(archiver, containerHash<Element>());
     archiver << static_cast<Count>(container.size());
     if constexpr (Flat<Element> && Contiguous<const Container>) {
       using Component = typename PersistentFlat<Element>::Component;
@@ -308,7 +318,7 @@ void loadContainer(PersistenceArchiver& archiver, Container& container)
 } // namespace Detail
 
 /// Saves a vector, or a deque, as one frame with the element's class and the count: of class elements, scalars, shared
-/// pointers (each then with a frame or reference of its own) or pairs of these.
+/// pointers (each then with a frame or reference of its own, and no class for the whole) or pairs of these.
 template <class Container>
 void saveContainer(PersistenceArchiver& archiver, const Container& container)
 {

@@ -72,6 +72,18 @@ TEST(Persistence, AContainerOfPairsNamesItsSecondHalfFirst)
   EXPECT_EQ(end, static_cast<unsigned int>(stream.archive.tellg()) + 2 * (8 + 12));
 }
 
+TEST(Persistence, AContainerOfPointersNamesNoClass)
+{
+  ArchiveWriter saved, byHand;
+  Persistence::saveContainer(saved.archive(), std::vector<std::shared_ptr<Shape>>{redBall(), nullptr});
+  byHand.objectWithoutClass([&] {
+    byHand << 2u;
+    Persistence::savePointer(byHand.archive(), redBall());
+    byHand.null();
+  });
+  EXPECT_EQ(saved.bytes(), byHand.bytes());
+}
+
 TEST(Persistence, ASharedObjectIsStoredOnceWhateverPartRefersToIt)
 {
   const auto sign = std::make_shared<Sign>();
