@@ -136,7 +136,8 @@ TEST(NurbsCurve, ReverseMapsParametersAndComesBack)
     curve.setDomain(Interval(first + 0.1, last - 0.2, false, false));
     const auto original = curve;
     curve.reverse();
-    EXPECT_THAT(curve.getStart(), IsNear(original.getEnd(), 1e-10));
+    const Point3 end = original.getEnd();
+    EXPECT_THAT(curve.getStart(), IsNear(end, 1e-11 * (1.0 + end.length())));
     for (int i = 0; i < 10; ++i) {
       const double u = random.uniform(original.getDomain().lower, original.getDomain().upper);
       const Point3 p = original.evaluate(u);
@@ -305,6 +306,10 @@ TEST(NurbsCurve, ConversionsToOtherCurves)
     EXPECT_EQ(lifted->evaluate(u), Point3(p.x(), p.y(), 0.0));
     EXPECT_EQ(lifted->evaluateDerivation(u), (Vector<double, 3>(d.x(), d.y(), 0.0)));
   }
+
+  const NurbsCurve<double, 2> span({{1, 2}, {4, 2}}, {0, 0, 3, 3}, false, true, false, 0.1, false);
+  EXPECT_EQ(CurveDimensionConverter::convertTo3D(span)->getType(), NurbsCurveType::Line);
+  EXPECT_EQ(CurveDimensionConverter::convertTo3D(NurbsCurve<double, 2>())->getDegree(), 0u);
 
   const Nurbs3 straight({{1, 0, 0}, {2, 0, 0}, {5, 0, 0}}, {}, {0, 7, 7, 3, 3, 9}, false, false, false, 0.25);
   const StraightLine<double, 3> line(straight);
