@@ -101,15 +101,14 @@ public:
   /// Replaces the curve alone, until the next edit.
   void setNurbsCurveForTesting(const std::shared_ptr<NurbsCurve<T, dim>>& curve) { nurbsCurve = curve; }
 
-  /// Writes the points and then the polylines, or one new discretisation, to the file \p fileName + ".kv", for
-  /// debugging; \p append keeps what the file holds.
-  void dump(const std::string& fileName, bool useSubCurves, bool append) const;
-
 private:
   void copyKvBSpline(const KvBSpline& other);
   void updateCurves();
   void calculateNurbsCurve();
   void calculateSubCurves();
+  /// Writes the points and then the polylines, or one new discretisation, to the file \p fileName + ".kv", for
+  /// debugging; \p append keeps what the file holds.
+  void dump(const std::string& fileName, bool useSubCurves, bool append) const;
 
   std::vector<Position> interpolationPoints;
   Direction startTangent;
