@@ -1,5 +1,6 @@
 #include "geometry/ChordLengthSpline.h"
 
+#include <algorithm>
 #include <cmath>
 #include <numeric>
 #include <utility>

@@ -4,7 +4,7 @@
 #include "geometry/PolyLine.h"
 #include "geometry/PolyLineAlgorithm.h"
 #include "geometry/ShapecoreException.h"
-#include "support/ArchiveWriter.h"
+#include "support/CurveSuite.h"
 #include "support/Matchers.h"
 #include "support/RandomGeometry.h"
 
@@ -224,6 +224,35 @@ TEST(KvBSpline, EachEditGivesTheCurveOfItsPoints)
       EXPECT_EQ(spline.evaluate(u), fresh.evaluate(u));
     for (std::size_t k = 0; k + 1 < points.size(); ++k)
       EXPECT_TRUE(spline.getSubCurve(k)->isCompletelyEqual(*fresh.getSubCurve(k), 0.0));
+  }
+}
+
+TEST(KvBSpline, AnEditAfterAMotionLeavesTheCurveWhereItIs)
+{
+  using Suite = CurveSuite<double, 3>;
+  RandomGeometry random(57);
+  for (int round = 0; round < 40; ++round) {
+    SCOPED_TRACE(round);
+    Spline spline(randomPoints(random, 3 + random.index(6)), round % 4 == 3, 0.1);
+    const auto end = [&] { return random.direction<3>() * random.uniform(0.2, 2.0); };
+    random.coin() ? spline.setStartTangent(end()) : spline.setStartNormal(end());
+    random.coin() ? spline.setEndTangent(end()) : spline.setEndNormal(end());
+    const Plane<double, 3> plane(random.direction<3>(), 1.25);
+
+    Spline moved(spline), copied(randomPoints(random, 4), false, 0.5);
+    const auto piece = copied.getSubCurve(2);
+    moved.transform(Suite::placement());
+    if (!spline.isClosed()) moved.reverse(); // starts a closed curve at another point
+    copied = spline;
+    EXPECT_EQ(copied.getSubCurve(2), piece);
+    const auto mirrored = std::dynamic_pointer_cast<Spline>(spline.mirror(plane));
+    ASSERT_TRUE(mirrored);
+    for (Spline* const curve : {&moved, &copied, mirrored.get()}) {
+      Spline edited(*curve);
+      edited.setStart(edited.getStart());
+      for (const double u : {0.05, 0.3, 0.55, 0.8, 0.95})
+        EXPECT_THAT(edited.evaluate(u), IsNear(curve->evaluate(u), 1e-9)) << u;
+    }
   }
 }
 
