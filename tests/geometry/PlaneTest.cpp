@@ -31,14 +31,7 @@ TEST(PlaneTest, SettersMoveAndTurnThePlaneAsTold)
     change(plane);
     return plane;
   };
-  struct Row
-  {
-    const char* what;
-    Plane3 plane;
-    Vector3 normal;
-    double distance;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, Plane3, Vector3, double> rows[] = {
       {"default", Plane3(), {0, 0, 1}, 0},
       {"normal and distance", Plane3(diagonal, 10.0), {0, 0.6, 0.8}, 10},
       {"normal and point", Plane3(diagonal, Point3(7, 5, 10)), {0, 0.6, 0.8}, 11},
@@ -50,10 +43,10 @@ TEST(PlaneTest, SettersMoveAndTurnThePlaneAsTold)
       {"without direction", Plane3(Vector3(0, 0, 1e-13), 4.0), {0, 0, 1e-13}, 4},
       {"turned to nothing", changed([&](Plane3& p) { p.setNormal(Vector3()); }), {0, 0, 0}, 0},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    EXPECT_THAT(row.plane.getNormal(), IsWithinUlps(row.normal, 2));
-    EXPECT_DOUBLE_EQ(row.plane.getDistance(), row.distance);
+  for (const auto& [what, changedPlane, normal, distance] : rows) {
+    SCOPED_TRACE(what);
+    EXPECT_THAT(changedPlane.getNormal(), IsWithinUlps(normal, 2));
+    EXPECT_DOUBLE_EQ(changedPlane.getDistance(), distance);
   }
   EXPECT_EQ((Plane<float, 2>().getNormal()), (Vector<float, 2>(0, 1)));
 }
@@ -61,21 +54,15 @@ TEST(PlaneTest, SettersMoveAndTurnThePlaneAsTold)
 TEST(PlaneTest, SidesIncludeTheirBorders)
 {
   const Plane3 plane(Vector3(0, 0, 1), 1.0);
-  struct Row
-  {
-    double z, eps;
-    Side side;
-    bool above;
-  };
-  const Row rows[] = {
+  const std::tuple<double, double, Side, bool> rows[] = {
       {1.5, 0.5, Side::On, true},           {0.5, 0.5, Side::On, false}, {1.5, 0.4999, Side::Above, true},
       {0.5, 0.4999, Side::Below, false},    {1, 0, Side::On, true},      {3, 0, Side::Above, true},
       {std::nan(""), 9, Side::Below, false}};
-  for (const Row& row : rows) {
-    const Point3 p(8, 9, row.z);
-    EXPECT_EQ(plane.getSideOfPoint(p, row.eps), row.side) << row.z << " eps " << row.eps;
-    EXPECT_EQ(plane.pointIsAbove(p), row.above) << row.z;
-    EXPECT_EQ(plane.pointIsBelow(p), !row.above) << row.z;
+  for (const auto& [z, eps, side, above] : rows) {
+    const Point3 p(8, 9, z);
+    EXPECT_EQ(plane.getSideOfPoint(p, eps), side) << z << " eps " << eps;
+    EXPECT_EQ(plane.pointIsAbove(p), above) << z;
+    EXPECT_EQ(plane.pointIsBelow(p), !above) << z;
   }
 }
 
@@ -92,9 +79,7 @@ TEST(PlaneTest, EqualityIsExactOrWithinDistanceAndAngle)
 
 TEST(PlaneTest, ProjectionsAndMirrorsSplitAlongAndAcross)
 {
-  RandomGeometry random(61);
-  for (int row = 0; row < 100; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(100, 61, [&](RandomGeometry& random) {
     const Plane3 plane = randomPlane(random);
     const Point3 p(random.inCube<3>(10));
     const Point3 foot = plane.getProjectedPoint(p);
@@ -107,14 +92,12 @@ TEST(PlaneTest, ProjectionsAndMirrorsSplitAlongAndAcross)
     EXPECT_THAT(plane.getProjectedVector(v), IsNear(plane.getNormal().gramSchmidt(v), 1e-14));
     EXPECT_THAT(plane.getMirroredVector(v),
                 IsNear(Vector3(plane.getMirroredPoint(p + v) - plane.getMirroredPoint(p)), 1e-13));
-  }
+  });
 }
 
 TEST(PlaneTest, PointsKeepTheirDistanceFromAMovedPlane)
 {
-  RandomGeometry random(62);
-  for (int row = 0; row < 100; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(100, 62, [&](RandomGeometry& random) {
     const Plane3 plane = randomPlane(random), other = randomPlane(random);
     const auto rotation = MatrixFunctions::makeRotationMatrix(random.uniform(-3, 3), random.direction<3>());
     const CoordinateSystem<double, 3> placement(OrthMatrix<double, 3>(rotation.second), Point3(random.inCube<3>(9)));
@@ -122,17 +105,15 @@ TEST(PlaneTest, PointsKeepTheirDistanceFromAMovedPlane)
     const double distance = plane.getDistanceOfPoint(p);
     EXPECT_NEAR(plane.getTransformed(placement).getDistanceOfPoint(p.transform(placement)), distance, 1e-12);
     EXPECT_NEAR(Plane3(plane).mirror(other).getDistanceOfPoint(q.mirror(other)), distance, 1e-12);
-  }
+  });
 }
 
 TEST(PlaneTest, CutsLinesInAPointOfBoth)
 {
-  RandomGeometry random(63);
-  for (int row = 0; row < 200; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(200, 63, [&](RandomGeometry& random) {
     const Plane3 plane = randomPlane(random);
     const Point3 a(random.inCube<3>(10)), b(random.inCube<3>(10));
-    if (std::abs(plane.getNormal().dot(b - a)) < 0.1) continue;
+    if (std::abs(plane.getNormal().dot(b - a)) < 0.1) return;
     Point3 hit, again;
     double t = 0, u = 0;
     ASSERT_TRUE(plane.intersect(a, b - a, hit, &t));
@@ -142,27 +123,22 @@ TEST(PlaneTest, CutsLinesInAPointOfBoth)
     EXPECT_THAT(again, IsNear(hit, 1e-12));
     ASSERT_TRUE(plane.segmentIntersection(a, b, again, &u)) << "beyond its ends, too";
     EXPECT_NEAR(u, t, 1e-12);
-  }
+  });
 }
 
 TEST(PlaneTest, RefusesLinesWithALowSlope)
 {
   const Plane3 plane(Vector3(0, 0, 1), 1.0);
-  struct Row
-  {
-    Vector3 v;
-    bool hit;
-  };
-  const Row rows[] = {{{1, 0, 0.00009}, false},
-                      {{1, 0, 0.0001}, true},
-                      {{1, 0, -0.00011}, true},
-                      {{0, 0, 0.00009}, false},
-                      {{1, 0, 0}, false}};
-  for (const Row& row : rows) {
+  const std::tuple<Vector3, bool> rows[] = {{{1, 0, 0.00009}, false},
+                                            {{1, 0, 0.0001}, true},
+                                            {{1, 0, -0.00011}, true},
+                                            {{0, 0, 0.00009}, false},
+                                            {{1, 0, 0}, false}};
+  for (const auto& [v, hit] : rows) {
     Point3 out(7, 7, 7);
     double t = 7;
-    EXPECT_EQ(plane.intersect(Vector3(), row.v, out, &t), row.hit) << row.v;
-    if (!row.hit) {
+    EXPECT_EQ(plane.intersect(Vector3(), v, out, &t), hit) << v;
+    if (!hit) {
       EXPECT_EQ(out, Point3(7, 7, 7));
       EXPECT_EQ(t, 7);
     }
@@ -171,11 +147,9 @@ TEST(PlaneTest, RefusesLinesWithALowSlope)
 
 TEST(PlaneTest, TwoPlanesShareALine)
 {
-  RandomGeometry random(64);
-  for (int row = 0; row < 100; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(100, 64, [&](RandomGeometry& random) {
     const Plane3 a = randomPlane(random), b = randomPlane(random);
-    if (a.getNormal().cross(b.getNormal()).length() < 0.1) continue;
+    if (a.getNormal().cross(b.getNormal()).length() < 0.1) return;
     StraightLine<double, 3> line(0.5);
     ASSERT_TRUE(a.intersect(b, line));
     EXPECT_EQ(line.getTolerance(), 0.1) << "the tolerance comes along";
@@ -185,26 +159,21 @@ TEST(PlaneTest, TwoPlanesShareALine)
       EXPECT_NEAR(a.getDistanceOfPoint(p), 0.0, 1e-10);
       EXPECT_NEAR(b.getDistanceOfPoint(p), 0.0, 1e-10);
     }
-  }
+  });
 }
 
 TEST(PlaneTest, TheSharedLineStartsWhereItsSteepestCoordinateIsZero)
 {
-  struct Row
-  {
-    const char* what;
-    Vector3 n1, n2;
-    unsigned zero;
-  };
-  const Row rows[] = {{"along x", {0, 1, 0}, {0, 0, 1}, 0},      {"along y", {0, 0, 1}, {1, 0, 0}, 1},
-                      {"along z", {1, 0, 0}, {0, 1, 0}, 2},      {"x and y tie", {0, 0, 1}, {1, -1, 0}, 0},
-                      {"y and z tie", {1, 0, 0}, {0, 1, -1}, 1}, {"x and z tie", {0, 1, 0}, {1, 0, -1}, 0}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
+  const std::tuple<const char*, Vector3, Vector3, unsigned> rows[] = {
+      {"along x", {0, 1, 0}, {0, 0, 1}, 0},      {"along y", {0, 0, 1}, {1, 0, 0}, 1},
+      {"along z", {1, 0, 0}, {0, 1, 0}, 2},      {"x and y tie", {0, 0, 1}, {1, -1, 0}, 0},
+      {"y and z tie", {1, 0, 0}, {0, 1, -1}, 1}, {"x and z tie", {0, 1, 0}, {1, 0, -1}, 0}};
+  for (const auto& [what, n1, n2, zero] : rows) {
+    SCOPED_TRACE(what);
     const Point3 common(3, 4, 5);
     StraightLine<double, 3> line;
-    ASSERT_TRUE(Plane3(row.n1, common).intersect(Plane3(row.n2, common), line));
-    EXPECT_EQ(line.getStart()[row.zero], 0.0);
+    ASSERT_TRUE(Plane3(n1, common).intersect(Plane3(n2, common), line));
+    EXPECT_EQ(line.getStart()[zero], 0.0);
     EXPECT_NEAR((common - line.getStart()).cross(line.getDirection()).length(), 0.0, 1e-14);
   }
   const double slope[] = {std::sqrt(1e-7), 1.1e-3};
@@ -219,16 +188,7 @@ TEST(PlaneTest, TheSharedLineStartsWhereItsSteepestCoordinateIsZero)
 TEST(PlaneTest, CutsPolylinesSegmentBySegment)
 {
   const Plane3 plane(Vector3(0, 0, 1), 0.0);
-  struct Row
-  {
-    const char* what;
-    const char* line;
-    double eps;
-    const char* crossings;
-    std::vector<double> arcs;
-    bool crossed;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, const char*, double, const char*, std::vector<double>, bool> rows[] = {
       {"empty", "", 0, "", {}, false},
       {"one point", "1,0,0", 0, "", {}, false},
       {"above", "0,0,1 1,0,2", 0, "", {}, false},
@@ -246,20 +206,20 @@ TEST(PlaneTest, CutsPolylinesSegmentBySegment)
        {0, std::sqrt(5.0) + 1, 2 * std::sqrt(5.0) + 2},
        true},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    const auto line = polyLineFrom<Point3>(row.line);
-    const auto expected = polyLineFrom<Point3>(row.crossings);
+  for (const auto& [what, text, eps, crossings, expectedArcs, crossed] : rows) {
+    SCOPED_TRACE(what);
+    const auto line = polyLineFrom<Point3>(text);
+    const auto expected = polyLineFrom<Point3>(crossings);
     std::vector<Point3> points;
     std::vector<double> arcs;
-    EXPECT_EQ(plane.intersect(line, &points, &arcs, row.eps), row.crossed);
+    EXPECT_EQ(plane.intersect(line, &points, &arcs, eps), crossed);
     ASSERT_EQ(points.size(), expected.numberOfPoints());
-    ASSERT_EQ(arcs.size(), row.arcs.size());
+    ASSERT_EQ(arcs.size(), expectedArcs.size());
     for (std::size_t i = 0; i < points.size(); ++i) {
       EXPECT_THAT(points[i], IsNear(expected[i], 1e-14));
-      EXPECT_NEAR(arcs[i], row.arcs[i], 1e-14);
+      EXPECT_NEAR(arcs[i], expectedArcs[i], 1e-14);
     }
-    EXPECT_EQ((plane.intersect<Point3>(line, nullptr, nullptr, row.eps)), row.crossed);
+    EXPECT_EQ((plane.intersect<Point3>(line, nullptr, nullptr, eps)), crossed);
   }
 }
 
@@ -288,13 +248,7 @@ TEST(PlaneTest, RepeatsAreToldByTheLastPointAlone)
 TEST(PlaneTest, ClippingKeepsWhatIsNotBelow)
 {
   const Plane3 plane(Vector3(0, 0, 1), 0.0);
-  struct Row
-  {
-    const char* what;
-    const char* line;
-    std::vector<const char*> pieces;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, const char*, std::vector<const char*>> rows[] = {
       {"empty", "", {}},
       {"a point above", "0,0,1", {"0,0,1"}},
       {"a point on the plane", "0,0,0", {}},
@@ -306,13 +260,13 @@ TEST(PlaneTest, ClippingKeepsWhatIsNotBelow)
       {"from the plane down", "0,0,0 1,0,-1", {"0,0,0"}},
       {"from the plane up", "0,0,0 1,0,1", {"0,0,0 1,0,1"}},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, line, pieces] : rows) {
+    SCOPED_TRACE(what);
     std::vector<PolyLine<Point3N>> out(1);
-    plane.clipWithHalfSpace(polyLineFrom<Point3N>(row.line), out);
-    ASSERT_EQ(out.size(), 1 + row.pieces.size()) << "pieces are appended";
-    for (std::size_t i = 0; i < row.pieces.size(); ++i) {
-      const auto expected = polyLineFrom<Point3N>(row.pieces[i]);
+    plane.clipWithHalfSpace(polyLineFrom<Point3N>(line), out);
+    ASSERT_EQ(out.size(), 1 + pieces.size()) << "pieces are appended";
+    for (std::size_t i = 0; i < pieces.size(); ++i) {
+      const auto expected = polyLineFrom<Point3N>(pieces[i]);
       EXPECT_TRUE(out[i + 1].isCompletelyEqual(expected, 1e-15)) << "piece " << i;
       EXPECT_EQ(out[i + 1].getTolerance(), 0.1);
     }
@@ -321,9 +275,7 @@ TEST(PlaneTest, ClippingKeepsWhatIsNotBelow)
 
 TEST(PlaneTest, BothHalvesOfAClippedLineMakeTheWhole)
 {
-  RandomGeometry random(65);
-  for (int row = 0; row < 50; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(50, 65, [&](RandomGeometry& random) {
     PolyLine<Point3NT> line;
     for (const Vector3& p : random.walk<3>(40, 2.0))
       line.addPoint(Point3NT(p, random.direction<3>(), random.direction<3>()));
@@ -344,7 +296,7 @@ TEST(PlaneTest, BothHalvesOfAClippedLineMakeTheWhole)
       plane.invert();
     }
     EXPECT_NEAR(length, line.getTotalLength(), 1e-9);
-  }
+  });
 }
 
 TEST(PlaneTest, SurvivesTheArchiveFieldByField)

@@ -43,15 +43,13 @@ TYPED_TEST(PointSpaces, MeasuresAgreeWithVectorAlgebra)
   using T = typename TypeParam::Scalar;
   constexpr unsigned dim = TypeParam::Dim;
   const double accuracy = std::is_same_v<T, float> ? 1e-5 : 1e-13;
-  RandomGeometry random(11);
   const auto narrowed = [](const Vector<double, dim>& v) {
     Vector<T, dim> result;
     for (unsigned i = 0; i < dim; ++i)
       result[i] = static_cast<T>(v[i]);
     return result;
   };
-  for (int row = 0; row < 200; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(200, 11, [&](RandomGeometry& random) {
     const double size = random.logUniform(1e-3, 1e3);
     const TypeParam p(narrowed(random.template inCube<dim>(size))), q(narrowed(random.template inCube<dim>(size)));
     const Vector<T, dim> d = narrowed(random.template direction<dim>());
@@ -71,7 +69,7 @@ TYPED_TEST(PointSpaces, MeasuresAgreeWithVectorAlgebra)
     const Vector<T, dim> middle = (p + image) * T(0.5);
     EXPECT_NEAR(line.getDistance(middle), 0.0, 20 * accuracy * size) << "the middle lies on the axis";
     EXPECT_NEAR((image - p).dot(d), 0.0, 20 * accuracy * size) << "and the way is across it";
-  }
+  });
 }
 
 TEST(PointTest, CollinearityMeasuresTheHeightOverTheInfiniteLine)
@@ -92,14 +90,7 @@ TEST(PointTest, CollinearityMeasuresTheHeightOverTheInfiniteLine)
 
 TEST(PointTest, CollinearityIsStrictAndTakesNearPoints)
 {
-  struct Row
-  {
-    const char* what;
-    Point<double, 2> a, b, c;
-    double tol;
-    bool expected;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, Point<double, 2>, Point<double, 2>, Point<double, 2>, double, bool> rows[] = {
       {"height is the tolerance", {0, 1}, {-4, 0}, {4, 0}, 1.0, false},
       {"height below the tolerance", {0, 1}, {-4, 0}, {4, 0}, 1.0000001, true},
       {"b equals c", {5, 5}, {1, 0}, {1, 0}, 1e-9, true},
@@ -108,32 +99,27 @@ TEST(PointTest, CollinearityIsStrictAndTakesNearPoints)
       {"at the tolerance from all", {0, 2}, {0, 0}, {2, 0}, 2.0, false},
       {"beyond the ends of the segment", {9, 0.1}, {0, 0}, {2, 0}, 0.2, true},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    EXPECT_EQ(row.a.isCollinear(row.b, row.c, row.tol), row.expected);
+  for (const auto& [what, a, b, c, tol, expected] : rows) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(a.isCollinear(b, c, tol), expected);
   }
 }
 
 TEST(PointTest, ANormalIsPresentExactlyWhenAComponentDiffersFromZero)
 {
-  struct Row
-  {
-    Vector3 normal;
-    bool present;
-  };
-  const Row rows[] = {
+  const std::tuple<Vector3, bool> rows[] = {
       {{0, 0, 0}, false}, {{0, -0.0, 0}, false}, {{0, 0, 1e-300}, true}, {{nan, 0, 0}, true}, {{0, -2, 0}, true}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(testing::PrintToString(row.normal));
+  for (const auto& [normal, present] : rows) {
+    SCOPED_TRACE(testing::PrintToString(normal));
     Point3NT set(1, 2, 3);
-    set.setNormal(row.normal);
-    set.setTangent(row.normal.x(), row.normal.y(), row.normal.z());
-    EXPECT_EQ(set.hasNormal(), row.present);
-    EXPECT_EQ(set.hasTangent(), row.present);
-    const Point3NT built(Vector3(1, 2, 3), row.normal, row.normal);
-    EXPECT_EQ(built.hasNormal(), row.present);
-    EXPECT_EQ(built.hasTangent(), row.present);
-    EXPECT_EQ(ConstraintPoint(Vector3(), row.normal, ConstraintPoint::Free).hasNormal(), row.present);
+    set.setNormal(normal);
+    set.setTangent(normal.x(), normal.y(), normal.z());
+    EXPECT_EQ(set.hasNormal(), present);
+    EXPECT_EQ(set.hasTangent(), present);
+    const Point3NT built(Vector3(1, 2, 3), normal, normal);
+    EXPECT_EQ(built.hasNormal(), present);
+    EXPECT_EQ(built.hasTangent(), present);
+    EXPECT_EQ(ConstraintPoint(Vector3(), normal, ConstraintPoint::Free).hasNormal(), present);
   }
 }
 
@@ -153,19 +139,12 @@ TEST(PointTest, AssignmentsKeepAndDropAttributesAsTold)
 {
   const Vector3 n(0, 0, 1), t(1, 0, 0), other(7, 8, 9);
   const Point3NT full(Vector3(1, 2, 3), n, t);
-  struct Row
-  {
-    const char* what;
-    Point3NT result;
-    Vector3 position;
-    bool normal, tangent;
-  };
   const auto changed = [&full](auto change) {
     Point3NT p(full);
     change(p);
     return p;
   };
-  const Row rows[] = {
+  const std::tuple<const char*, Point3NT, Vector3, bool, bool> rows[] = {
       {"set position", changed([&](Point3NT& p) { p.set(other); }), other, true, true},
       {"set coordinates", changed([&](Point3NT& p) { p.set(7, 8, 9); }), other, true, true},
       {"set one value", changed([&](Point3NT& p) { p.set(4.0); }), Vector3(4, 4, 4), true, true},
@@ -178,13 +157,13 @@ TEST(PointTest, AssignmentsKeepAndDropAttributesAsTold)
       {"from point with normal", Point3NT(Point3N(other, n)), other, true, false},
       {"from x and y", Point3NT(Point3N(7, 8)), Vector3(7, 8, 0), false, false},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    EXPECT_EQ(row.result, row.position);
-    EXPECT_EQ(row.result.hasNormal(), row.normal);
-    EXPECT_EQ(row.result.getNormal(), row.normal ? n : Vector3());
-    EXPECT_EQ(row.result.hasTangent(), row.tangent);
-    EXPECT_EQ(row.result.getTangent(), row.tangent ? t : Vector3());
+  for (const auto& [what, result, position, normal, tangent] : rows) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(result, position);
+    EXPECT_EQ(result.hasNormal(), normal);
+    EXPECT_EQ(result.getNormal(), normal ? n : Vector3());
+    EXPECT_EQ(result.hasTangent(), tangent);
+    EXPECT_EQ(result.getTangent(), tangent ? t : Vector3());
   }
 }
 
@@ -195,14 +174,7 @@ TEST(PointTest, ConstraintFollowsTheWayOfConstruction)
     p = source;
     return p;
   };
-  struct Row
-  {
-    const char* what;
-    ConstraintPoint point;
-    int constraint;
-    bool normal;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, ConstraintPoint, int, bool> rows[] = {
       {"default", ConstraintPoint(), 2, false},
       {"from point", ConstraintPoint(Position(1, 2, 3)), 1, false},
       {"from vector", ConstraintPoint(Vector3(), ConstraintPoint::Symmetry), -3, false},
@@ -215,10 +187,10 @@ TEST(PointTest, ConstraintFollowsTheWayOfConstruction)
       {"its own kind assigned", assigned(ConstraintPoint(Vector3(), ConstraintPoint::Free)), 0, false},
       {"converted with normal", ConstraintPoint(Point3N(Vector3(), Vector3(0, 1, 0))), 2, true},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    EXPECT_EQ(row.point.getConstraint(), row.constraint);
-    EXPECT_EQ(row.point.hasNormal(), row.normal);
+  for (const auto& [what, point, constraint, normal] : rows) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(point.getConstraint(), constraint);
+    EXPECT_EQ(point.hasNormal(), normal);
   }
 }
 
@@ -244,12 +216,10 @@ TEST(PointTest, AProjectionIsForgottenWithThePosition)
   expectState(ProjectionPoint(Point3N()), -2, 0);
   EXPECT_FALSE(ProjectionPoint().getMeshId().isValid());
 
-  for (int way = 0; way < 2; ++way) {
-    ProjectionPoint p = placed();
-    if (way == 0)
-      p = Vector3(7, 8, 9);
-    else
-      p = Point3N(7, 8, 9);
+  ProjectionPoint byVector = placed(), byPoint = placed();
+  byVector = Vector3(7, 8, 9);
+  byPoint = Point3N(7, 8, 9);
+  for (ProjectionPoint p : {byVector, byPoint}) {
     expectState(p, -2, 0);
     p.setLogicalPosition(ProjectionPoint::Position1);
     EXPECT_EQ(p.getMeshId(), mesh) << "the mesh stays";
@@ -270,9 +240,7 @@ TEST(PointTest, TheMeshIsKnownInThreePositionsOnly)
 
 TEST(PointTest, AttributesFollowThePointThroughMirrorsAndPlacements)
 {
-  RandomGeometry random(13);
-  for (int row = 0; row < 50; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(50, 13, [&](RandomGeometry& random) {
     const Vector3 n = random.ofAnySize<3>(0.1, 10), t = random.ofAnySize<3>(0.1, 10);
     const Point3NT start(random.inCube<3>(10), n, t);
     const Plane<double, 3> plane(random.direction<3>(), random.uniform(-5, 5));
@@ -293,7 +261,7 @@ TEST(PointTest, AttributesFollowThePointThroughMirrorsAndPlacements)
     expectFollows([&](auto& p) { p.mirror(plane); });
     expectFollows([&](auto& p) { p.mirror(line); });
     expectFollows([&](auto& p) { p.transform(placement); });
-  }
+  });
 }
 
 TEST(PointTest, APlaneActsOnTheNormalAlone)
@@ -312,9 +280,7 @@ TEST(PointTest, APlaneActsOnTheNormalAlone)
 
 TEST(PointTest, InterpolationTurnsNormalsOnTheGreatCircle)
 {
-  RandomGeometry random(14);
-  for (int row = 0; row < 100; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(100, 14, [&](RandomGeometry& random) {
     const Vector3 n = random.direction<3>(), m = random.direction<3>();
     const Point3NT a(random.inCube<3>(3), n, m), b(random.inCube<3>(3), m, n);
     const double t = random.uniform(0, 1);
@@ -323,7 +289,7 @@ TEST(PointTest, InterpolationTurnsNormalsOnTheGreatCircle)
     EXPECT_NEAR(p.getNormal().length(), 1.0, 1e-12);
     EXPECT_NEAR(n.angle(p.getNormal()), t * n.angle(m), 1e-9);
     EXPECT_NEAR(m.angle(p.getTangent()), t * n.angle(m), 1e-9);
-  }
+  });
   const Vector3 up(0, 0, 1);
   const Point3NT withBoth(Vector3(), up, up), withNormal(Vector3(), up), opposite(Vector3(), -up, -up);
   EXPECT_FALSE(withBoth.linearInterpolation(0.0, withNormal).hasTangent()) << "lost even at the end that has it";
@@ -341,15 +307,14 @@ TEST(PointTest, ClosenessLooksAtNormalsThatAreAbsent)
 
 TEST(PointTest, TheBinormalStandsAcrossTheDirection)
 {
-  RandomGeometry random(15);
-  for (int row = 0; row < 50; ++row) {
+  repeat(50, 15, [&](RandomGeometry& random) {
     const Vector3 n = random.direction<3>(), t = random.direction<3>(), dir = random.ofAnySize<3>(0.1, 10);
     const Vector3 b = Point3NT(Vector3(), n, t).getBinormalPerpendicularToDirection(dir);
     EXPECT_NEAR(b.length(), 1.0, 1e-12);
     EXPECT_NEAR(b.dot(dir), 0.0, 1e-11);
     EXPECT_NEAR(dir.cross(t.cross(n)).dot(b), 0.0, 1e-11) << "in the plane of direction and t x n";
     EXPECT_GT(t.cross(n).dot(b), 0.0);
-  }
+  });
 }
 
 TEST(PointTest, DumpsAreStable)

@@ -36,12 +36,13 @@ std::string xOf(const Line2& polyline)
   return text + (polyline.isClosed() ? "closed" : "open");
 }
 
-Line2 regular(std::size_t corners, double radius, const Point2& center)
+template <class Radius>
+Line2 polygonAround(const Point2& center, std::size_t corners, Radius radius)
 {
   Line2 polygon;
   for (std::size_t i = 0; i < corners; ++i) {
     const double angle = 2.0 * pi * static_cast<double>(i) / static_cast<double>(corners);
-    polygon.addPoint(center + Vector2(std::cos(angle), std::sin(angle)) * radius);
+    polygon.addPoint(center + Vector2(std::cos(angle), std::sin(angle)) * radius());
   }
   polygon.setClosed(true);
   return polygon;
@@ -53,12 +54,7 @@ TEST(PolyLine, EditingKeepsOrderAndFlag)
   const char* const ring = "0,0 1,0 2,0 3,0 4,0 closed";
   using Edit = std::function<void(Line2&)>;
   const Line2 other = line("7,0 8,0 9,0 closed");
-  const struct
-  {
-    const char *name, *before;
-    Edit edit;
-    const char* after;
-  } rows[] = {
+  const std::tuple<const char*, const char*, Edit, const char*> rows[] = {
       {"insert by index", five, [](Line2& l) { l.addPoint(1, Point2(9, 0)); }, "0 9 1 2 3 4 open"},
       {"insert at the end", ring, [](Line2& l) { l.addPoint(l.end(), Point2(9, 0)); }, "0 1 2 3 4 9 closed"},
       {"delete one", five, [](Line2& l) { l.deletePoint(std::size_t(2)); }, "0 1 3 4 open"},
@@ -87,11 +83,11 @@ TEST(PolyLine, EditingKeepsOrderAndFlag)
       {"clear points", ring, [](Line2& l) { l.clearPoints(); }, "closed"},
       {"set points", ring, [&](Line2& l) { l.setPointCollection(other.getPointCollection()); }, "7 8 9 closed"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    Line2 edited = line(row.before);
-    row.edit(edited);
-    EXPECT_EQ(xOf(edited), row.after);
+  for (const auto& [name, before, edit, after] : rows) {
+    SCOPED_TRACE(name);
+    Line2 edited = line(before);
+    edit(edited);
+    EXPECT_EQ(xOf(edited), after);
   }
   EXPECT_EQ(Line2(5, 0.1).numberOfPoints(), 0U);
 }
@@ -125,10 +121,7 @@ TEST(PolyLine, ManyShortLinesAreJoinedInLinearTime)
 
 TEST(PolyLine, EqualPointsGo)
 {
-  const struct
-  {
-    const char *name, *before, *after;
-  } rows[] = {
+  const std::tuple<const char*, const char*, const char*> rows[] = {
       {"creeping along", "0,0 0.5,0 1,0 1.5,0 2,0", "0,0 1,0 2,0"}, // measured from the last kept one
       {"at the limit it stays", "0,0 1,0 1.9375,0 2,0", "0,0 1,0 2,0"},
       {"the end of a ring", "0,0 5,0 5,5 0.5,0 closed", "0,0 5,0 5,5 closed"},
@@ -136,53 +129,46 @@ TEST(PolyLine, EqualPointsGo)
       {"all in one place", "0,0 0.5,0 0,0.5 closed", "0,0 closed"},
       {"nothing", "closed", "closed"},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    Line2 polyline = line(row.before);
+  for (const auto& [name, before, after] : rows) {
+    SCOPED_TRACE(name);
+    Line2 polyline = line(before);
     polyline.deleteEqualPoints(1.0);
-    EXPECT_TRUE(polyline.isCompletelyEqual(line(row.after), 0.0));
+    EXPECT_TRUE(polyline.isCompletelyEqual(line(after), 0.0));
   }
 }
 
 TEST(PolyLine, ClosednessIsAdjustedToTheEnds)
 {
-  const struct
-  {
-    const char *before, *after;
-  } rows[] = {
+  const std::pair<const char*, const char*> rows[] = {
       {"0,0 1,0 1,1 0,0.25", "0,0 1,0 1,1 closed"},
       {"0,0 1,0 1,1 0,0.5", "0,0 1,0 1,1 0,0.5"}, // exactly the limit
       {"0,0 1,0 1,1 closed", "0,0 1,0 1,1"},
       {"0,0 0,0 closed", "0,0 0,0"},
       {"closed", ""},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.before);
-    Line2 polyline = line(row.before);
+  for (const auto& [before, after] : rows) {
+    SCOPED_TRACE(before);
+    Line2 polyline = line(before);
     polyline.adjustClosedness(0.5);
-    EXPECT_TRUE(polyline.isCompletelyEqual(line(row.after), 0.0));
+    EXPECT_TRUE(polyline.isCompletelyEqual(line(after), 0.0));
   }
 }
 
 TEST(PolyLine, NeighboursWrapOnlyOnARing)
 {
-  const struct
-  {
-    const char* text;
-    std::size_t index, nextPoint, previousPoint, nextSegment, previousSegment;
-  } rows[] = {
+  const std::tuple<const char*, std::size_t, std::size_t, std::size_t, std::size_t, std::size_t> rows[] = {
       {"0,0 1,0 1,1", 0, 1, 0, 1, 0},        {"0,0 1,0 1,1", 1, 2, 0, 1, 0},        {"0,0 1,0 1,1", 2, 2, 1, 1, 1},
       {"0,0 1,0 1,1 closed", 0, 1, 2, 1, 2}, {"0,0 1,0 1,1 closed", 2, 0, 1, 0, 1}, {"0,0", 0, 0, 0, 0, 0},
       {"0,0 1,0 1,1 closed", 3, 1, 2, 1, 2}, {"0,0 1,0 1,1 closed", 7, 2, 0, 2, 0}, {"closed", 0, 0, 0, 0, 0},
       {"0,0 1,0 1,1", 5, 2, 4, 1, 4},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.text << " from " << row.index);
-    const Line2 polyline = line(row.text);
-    EXPECT_EQ(polyline.getNextPointIndex(row.index), row.nextPoint);
-    EXPECT_EQ(polyline.getPreviousPointIndex(row.index), row.previousPoint);
-    EXPECT_EQ(polyline.getNextSegmentIndex(row.index), row.nextSegment);
-    EXPECT_EQ(polyline.getPreviousSegmentIndex(row.index), row.previousSegment);
+  for (const auto& [text, index, nextPoint, previousPoint, nextSegment, previousSegment] : rows) {
+    SCOPED_TRACE(testing::Message() << text << " from " << index);
+    const Line2 polyline = line(text);
+    EXPECT_EQ(polyline.getNextPointIndex(index), nextPoint);
+    EXPECT_EQ(polyline.getPreviousPointIndex(index), previousPoint);
+    EXPECT_EQ(polyline.getNextSegmentIndex(index), nextSegment);
+    EXPECT_EQ(polyline.getPreviousSegmentIndex(index), previousSegment);
   }
   const Line2 ring = line("0,0 1,0 1,1 closed");
   EXPECT_EQ(ring.getSegment(2).getStart(), &ring[2]);
@@ -241,9 +227,7 @@ TEST(PolyLine, DiscretisationIsACopyWithoutAttributes)
 
 TEST(PolyLine, MirrorsAndTransformsPreserveShape)
 {
-  RandomGeometry random(51);
-  for (int round = 0; round < 30; ++round) {
-    SCOPED_TRACE(round);
+  repeat(30, 51, [&](RandomGeometry& random) {
     PolyLine<Point3N> original;
     for (const auto& v : random.walk<3>(8, 1.0))
       original.addPoint(Point3N(v, random.direction<3>()));
@@ -265,7 +249,7 @@ TEST(PolyLine, MirrorsAndTransformsPreserveShape)
     EXPECT_NEAR(axis.getDistance((*turned)[3]), axis.getDistance(original[3]), 1e-12);
     EXPECT_TRUE(turned->mirrorPolyLine(axis).isApproximatelyEqualTo(original, 1e-12));
     EXPECT_EQ(turned->isClosed(), original.isClosed());
-  }
+  });
 }
 
 TEST(PolyLine, SymmetricalEndReplacesOnePoint)
@@ -300,40 +284,32 @@ TEST(PolyLine, CollinearAndEqual)
   EXPECT_TRUE(line("0,0 9,9").isCollinear(0.1));
 
   const auto a = polyLineFrom<Point3N>("0,0,0/0,0,1 1,0,0");
-  const struct
-  {
-    const char* other;
-    bool approximately, completely;
-  } rows[] = {{"0,0,0/0,0,1 1,0,0.125", true, true},     {"0,0,0/0,0,1 1,0,0.126", false, false},
-              {"0,0,0/0,1,0 1,0,0", false, true},        {"0,0,0/0,0,1 1,0,0 closed", true, false},
-              {"0,0,0/0,0,1 1,0,0 1,0,0", false, false}, {"0,0,0/0,0,1", false, false}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.other);
-    const auto b = polyLineFrom<Point3N>(row.other);
-    EXPECT_EQ(a.isApproximatelyEqualTo(b, 0.125), row.approximately);
-    EXPECT_EQ(a.isCompletelyEqual(b, 0.125), row.completely);
+  const std::tuple<const char*, bool, bool> rows[] = {
+      {"0,0,0/0,0,1 1,0,0.125", true, true},     {"0,0,0/0,0,1 1,0,0.126", false, false},
+      {"0,0,0/0,1,0 1,0,0", false, true},        {"0,0,0/0,0,1 1,0,0 closed", true, false},
+      {"0,0,0/0,0,1 1,0,0 1,0,0", false, false}, {"0,0,0/0,0,1", false, false}};
+  for (const auto& [other, approximately, completely] : rows) {
+    SCOPED_TRACE(other);
+    const auto b = polyLineFrom<Point3N>(other);
+    EXPECT_EQ(a.isApproximatelyEqualTo(b, 0.125), approximately);
+    EXPECT_EQ(a.isCompletelyEqual(b, 0.125), completely);
   }
 }
 
 TEST(PolyLine, SideOfAPlane)
 {
   const Plane<double, 2> plane(Vector2(0.0, 1.0), 0.0);
-  const struct
-  {
-    const char* text;
-    Side side;
-    bool touches;
-  } rows[] = {
+  const std::tuple<const char*, Side, bool> rows[] = {
       {"0,1 1,2", Side::Above, false},    {"0,-1 1,-2", Side::Below, false},
       {"0,0.5 1,-0.5", Side::On, true},   {"0,1 1,0 2,1", Side::Above, true},
       {"0,0 1,-1", Side::Below, true},    {"0,1 1,-1 2,0", Side::Both, false},
       {"0,1 1,0 2,-1", Side::Both, true}, {"", Side(0), false},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.text);
-    bool touches = !row.touches;
-    EXPECT_EQ(line(row.text).getSide(plane, 0.5, touches), row.side);
-    EXPECT_EQ(touches, row.touches);
+  for (const auto& [text, side, expectedTouches] : rows) {
+    SCOPED_TRACE(text);
+    bool touches = !expectedTouches;
+    EXPECT_EQ(line(text).getSide(plane, 0.5, touches), side);
+    EXPECT_EQ(touches, expectedTouches);
   }
 }
 
@@ -344,7 +320,7 @@ TEST(PolyLine, AreaAndCentreOfRegularPolygons)
     SCOPED_TRACE(corners);
     const double radius = random.logUniform(0.01, 100.0);
     const Point2 center(random.inCube<2>(10.0 * radius));
-    Line2 polygon = regular(corners, radius, center);
+    Line2 polygon = polygonAround(center, corners, [&] { return radius; });
     const double n = static_cast<double>(corners);
     const double area = 0.5 * n * radius * radius * std::sin(2.0 * pi / n);
     EXPECT_NEAR(polygon.getXYAreaWithSign(), area, 1e-12 * radius * radius * 100.0);
@@ -363,16 +339,9 @@ TEST(PolyLine, AreaAndCentreOfRegularPolygons)
 
 TEST(PolyLine, ContainmentAgreesWithCrossingParity)
 {
-  RandomGeometry random(53);
-  for (int round = 0; round < 20; ++round) {
-    SCOPED_TRACE(round);
-    Line2 star;
+  repeat(20, 53, [&](RandomGeometry& random) {
     const std::size_t corners = 3 + random.index(20);
-    for (std::size_t i = 0; i < corners; ++i) {
-      const double angle = 2.0 * pi * static_cast<double>(i) / static_cast<double>(corners);
-      star.addPoint(Point2(std::cos(angle), std::sin(angle)) * random.uniform(0.3, 2.0));
-    }
-    star.setClosed(true);
+    Line2 star = polygonAround({}, corners, [&] { return random.uniform(0.3, 2.0); });
     if (random.coin()) star.reverse();
     for (int query = 0; query < 100; ++query) {
       const Point2 p(random.inCube<2>(2.0));
@@ -384,21 +353,18 @@ TEST(PolyLine, ContainmentAgreesWithCrossingParity)
       }
       EXPECT_EQ(star.hasPointInside(p, false, 1e-12), inside) << p.x() << ' ' << p.y();
     }
-  }
+  });
 }
 
 TEST(PolyLine, ContainmentOnTheBoundaryIsTheCallers)
 {
   const Line2 square = line("0,0 2,0 2,2 0,2 closed");
-  const struct
-  {
-    double x, y;
-    bool onBoundary;
-  } rows[] = {{0.0, 0.0, true}, {1.0, 0.0, true}, {0.0, 1.0, true}, {2.0 + 1e-7, 2.0, true}, {2.1, 2.0, false}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.x << ' ' << row.y);
-    EXPECT_EQ(square.hasPointInside(row.x, row.y, true, 1e-12), row.onBoundary);
-    EXPECT_FALSE(square.hasPointInside(row.x, row.y, false, 1e-12));
+  const std::tuple<double, double, bool> rows[] = {
+      {0.0, 0.0, true}, {1.0, 0.0, true}, {0.0, 1.0, true}, {2.0 + 1e-7, 2.0, true}, {2.1, 2.0, false}};
+  for (const auto& [x, y, onBoundary] : rows) {
+    SCOPED_TRACE(testing::Message() << x << ' ' << y);
+    EXPECT_EQ(square.hasPointInside(x, y, true, 1e-12), onBoundary);
+    EXPECT_FALSE(square.hasPointInside(x, y, false, 1e-12));
   }
   // A wide tolerance takes in the surroundings of a corner; beside a segment the boundary stays as thin as it is.
   EXPECT_FALSE(square.hasPointInside(0.05, 0.05, false, 1e-2));

@@ -39,27 +39,21 @@ TYPED_TEST(SegmentTypes, ProjectsOnTheLineAndOnThePiece)
 {
   const TypeParam a = pointAt<TypeParam>(1, 1), b = pointAt<TypeParam>(5, 1);
   const Segment<TypeParam> segment(&a, &b), none(&a, &a);
-  struct Row
-  {
-    double x, y, t, nearestX;
-    int code;
-    double outX, outT;
-  };
-  const Row rows[] = {
+  const std::tuple<double, double, double, double, int, double, double> rows[] = {
       {2, 4, 0.25, 2, 1, 2, 0.25}, {-3, 2, -1, 1, -1, 1, 0}, {9, 0, 2, 5, -2, 5, 1}, {5, 3, 1, 5, 1, 5, 1}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(std::to_string(row.x));
-    const auto p = pointAt<TypeParam>(row.x, row.y);
+  for (const auto& [x, y, expectedT, nearestX, code, outX, outT] : rows) {
+    SCOPED_TRACE(std::to_string(x));
+    const auto p = pointAt<TypeParam>(x, y);
     double t = 99;
-    EXPECT_EQ(segment.project(p, t), pointAt<TypeParam>(1 + 4 * row.t, 1));
-    EXPECT_EQ(t, row.t);
-    EXPECT_EQ(segment.nearestPoint(p), pointAt<TypeParam>(row.nearestX, 1));
-    EXPECT_NEAR(segment.distance(p), std::hypot(row.x - row.nearestX, row.y - 1), 1e-6);
+    EXPECT_EQ(segment.project(p, t), pointAt<TypeParam>(1 + 4 * expectedT, 1));
+    EXPECT_EQ(t, expectedT);
+    EXPECT_EQ(segment.nearestPoint(p), pointAt<TypeParam>(nearestX, 1));
+    EXPECT_NEAR(segment.distance(p), std::hypot(x - nearestX, y - 1), 1e-6);
     TypeParam out;
-    EXPECT_EQ(segment.projectPoint(p, out, &t), row.code);
-    EXPECT_EQ(out, pointAt<TypeParam>(row.outX, 1));
-    EXPECT_EQ(t, row.outT);
-    EXPECT_EQ(segment.projectPoint(p, out, nullptr), row.code);
+    EXPECT_EQ(segment.projectPoint(p, out, &t), code);
+    EXPECT_EQ(out, pointAt<TypeParam>(outX, 1));
+    EXPECT_EQ(t, outT);
+    EXPECT_EQ(segment.projectPoint(p, out, nullptr), code);
     EXPECT_EQ(none.project(p, t), a);
     EXPECT_EQ(t, 0.0);
     EXPECT_EQ(none.projectPoint(p, out, &t), 0);
@@ -130,16 +124,12 @@ TEST(SegmentTest, TheEndsTakeAttributesAlong)
   EXPECT_THAT(out.getNormal(), IsNear(Vector3(0, 0.5, 1.5).getNormalized(), 1e-15));
   EXPECT_FALSE(out.hasTangent());
 
-  struct Row
-  {
-    double t;
+  const std::tuple<double, Vector3> rows[] = {
+      {-0.25, {0, 0, 1}}, {0, {0, 0, 1}}, {0.5, {0, h, h}}, {1, {0, 1, 0}}, {1.25, {0, 1, 0}}};
+  for (const auto& [t, expectedN] : rows) {
     Vector3 n;
-  };
-  const Row rows[] = {{-0.25, {0, 0, 1}}, {0, {0, 0, 1}}, {0.5, {0, h, h}}, {1, {0, 1, 0}}, {1.25, {0, 1, 0}}};
-  for (const Row& row : rows) {
-    Vector3 n;
-    EXPECT_TRUE(segment.getNormalAtParameter(row.t, n));
-    EXPECT_THAT(n, IsNear(row.n, 1e-15)) << row.t;
+    EXPECT_TRUE(segment.getNormalAtParameter(t, n));
+    EXPECT_THAT(n, IsNear(expectedN, 1e-15)) << t;
   }
   const Point3NT bare(1, 1, 1), opposite(Vector3(4, 0, 0), Vector3(0, 0, -2));
   Vector3 n(9, 9, 9);
@@ -182,20 +172,16 @@ TEST(SegmentTest, ProjectionCodesChangeAtTheirBounds)
 {
   const Point3 a(0, 0, 0), b(1, 0, 0), p(0.5, 2, 0);
   const Segment3 segment(&a, &b);
-  struct Row
-  {
-    double x;
-    int perpendicular, along;
-  };
-  const Row rows[] = {{-2e-6, -1, -1}, {-5e-7, 1, -1}, {0, 1, 1}, {1, 1, 1}, {1.0000005, 1, -2}, {1.000002, -2, -2}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.x);
+  const std::tuple<double, int, int> rows[] = {{-2e-6, -1, -1}, {-5e-7, 1, -1},     {0, 1, 1},
+                                               {1, 1, 1},       {1.0000005, 1, -2}, {1.000002, -2, -2}};
+  for (const auto& [x, perpendicular, along] : rows) {
+    SCOPED_TRACE(x);
     Point3 out;
     double t = 99;
-    EXPECT_EQ(segment.projectPoint(Point3(row.x, 1, 3), out, &t), row.perpendicular);
-    EXPECT_EQ(t, row.perpendicular == 1 ? row.x : row.perpendicular == -1 ? 0.0 : 1.0);
-    EXPECT_EQ(segment.projectPoint(Point3(row.x, 1, 3), Vector3(0, -2, 7), out), row.along);
-    EXPECT_EQ(out.x(), std::clamp(row.x, 0.0, 1.0));
+    EXPECT_EQ(segment.projectPoint(Point3(x, 1, 3), out, &t), perpendicular);
+    EXPECT_EQ(t, perpendicular == 1 ? x : perpendicular == -1 ? 0.0 : 1.0);
+    EXPECT_EQ(segment.projectPoint(Point3(x, 1, 3), Vector3(0, -2, 7), out), along);
+    EXPECT_EQ(out.x(), std::clamp(x, 0.0, 1.0));
   }
   Point3 out;
   EXPECT_EQ(segment.projectPoint(p, Vector3(1, 3, 0), out), -1) << "from beyond the start, slanted";
@@ -207,10 +193,8 @@ TEST(SegmentTest, ProjectionCodesChangeAtTheirBounds)
 
 TEST(SegmentTest, BlendedTangentsDecideTheFoot)
 {
-  RandomGeometry random(72);
   int found = 0;
-  for (int row = 0; row < 300; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(300, 72, [&](RandomGeometry& random) {
     const Vector3 along = random.direction<3>();
     const Vector3 t0 = along + random.inCube<3>(0.5), t1 = along + random.inCube<3>(0.5);
     const Point3NT a(random.inCube<3>(1), random.direction<3>(), t0), b(a + along * 2.0, random.direction<3>(), t1);
@@ -234,21 +218,14 @@ TEST(SegmentTest, BlendedTangentsDecideTheFoot)
       EXPECT_EQ(out, code == -1 ? a : b);
       EXPECT_GT(residual(0) * residual(1), 0);
     }
-  }
+  });
   EXPECT_GT(found, 100);
 }
 
 TEST(SegmentTest, BlendedTangentsHaveUpToTwoFeet)
 {
   const Vector3 x(1, 0, 0), end(2, 0, 0);
-  struct Row
-  {
-    const char* what;
-    Vector3 end, firstTangent, lastTangent, p;
-    int code;
-    double foot;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, Vector3, Vector3, Vector3, Vector3, int, double> rows[] = {
       {"equal tangents", end, x, x, {0.5, 3, 0}, 1, 0.5},
       {"just before the start", end, x, x, {-1e-6, 3, 0}, 1, 0},
       {"before the start", end, x, x, {-4e-6, 3, 0}, -1, 0},
@@ -265,37 +242,31 @@ TEST(SegmentTest, BlendedTangentsHaveUpToTwoFeet)
       {"roots beyond the numbers", {2, 1e-140, 0}, x, {1, 1e-160, 0}, {0.5, 3, 0}, -2, 2},
       {"a root that is no number", {2, 2.3e-148, 0}, {10, 0, 0}, {10, 1e-160, 0}, {0.5, 3, 0}, -1, 0},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    const Point3NT a(Vector3(), Vector3(), row.firstTangent), b(row.end, Vector3(), row.lastTangent);
+  for (const auto& [what, last, firstTangent, lastTangent, p, code, expectedFoot] : rows) {
+    SCOPED_TRACE(what);
+    const Point3NT a(Vector3(), Vector3(), firstTangent), b(last, Vector3(), lastTangent);
     Point3NT out;
-    EXPECT_EQ(Segment<Point3NT>(&a, &b).projectUsingInterpolatedTangents(row.p, out), row.code);
-    EXPECT_NEAR(out.x(), row.foot, 1e-15);
+    EXPECT_EQ(Segment<Point3NT>(&a, &b).projectUsingInterpolatedTangents(p, out), code);
+    EXPECT_NEAR(out.x(), expectedFoot, 1e-15);
   }
 }
 
 TEST(SegmentTest, MeetsPlanesWithinItsWidenedEnds)
 {
-  struct Row
-  {
-    const char* what;
-    double height;
-    bool meets;
-  };
-  const Row rows[] = {{"below", -3e-6, false},
-                      {"just below", -1e-6, true},
-                      {"between", 1.5, true},
-                      {"just above", 2.000001, true},
-                      {"above", 2.000003, false}};
+  const std::tuple<const char*, double, bool> rows[] = {{"below", -3e-6, false},
+                                                        {"just below", -1e-6, true},
+                                                        {"between", 1.5, true},
+                                                        {"just above", 2.000001, true},
+                                                        {"above", 2.000003, false}};
   const Point3 a(1, 1, 0), b(1, 1, 2), low(1, 1, 9e-7);
-  for (const Row& row : rows)
+  for (const auto& [what, height, meets] : rows)
     for (const double sign : {1.0, -1.0}) {
-      SCOPED_TRACE(std::string(row.what) + (sign < 0 ? ", facing down" : ", facing up"));
+      SCOPED_TRACE(std::string(what) + (sign < 0 ? ", facing down" : ", facing up"));
       double t = 99;
       Point3 out(9, 9, 9);
-      EXPECT_EQ(Segment3(&a, &b).getIntersectionWithPlane({Vector3(0, 0, sign), sign * row.height}, t, out), row.meets);
-      EXPECT_NEAR(t, row.meets ? row.height / 2 : 99, 1e-15);
-      EXPECT_THAT(out, IsNear(row.meets ? Vector3(1, 1, row.height) : Vector3(9, 9, 9), 1e-15));
+      EXPECT_EQ(Segment3(&a, &b).getIntersectionWithPlane({Vector3(0, 0, sign), sign * height}, t, out), meets);
+      EXPECT_NEAR(t, meets ? height / 2 : 99, 1e-15);
+      EXPECT_THAT(out, IsNear(meets ? Vector3(1, 1, height) : Vector3(9, 9, 9), 1e-15));
     }
   double t = 99;
   Point3 out;
@@ -305,14 +276,7 @@ TEST(SegmentTest, MeetsPlanesWithinItsWidenedEnds)
 
 TEST(SegmentTest, CrossingsKeepAwayFromTheEnds)
 {
-  struct Row
-  {
-    const char* what;
-    Point2 a, b, c, d;
-    double eps;
-    bool crosses;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, Point2, Point2, Point2, Point2, double, bool> rows[] = {
       {"in the middle", {0, 0}, {4, 0}, {2, -1}, {2, 1}, 0.1, true},
       {"within eps of an end", {0, 0}, {4, 0}, {0.09, -1}, {0.09, 1}, 0.1, false},
       {"within eps of the other end", {0, 0}, {4, 0}, {3.91, -1}, {3.91, 1}, 0.1, false},
@@ -327,13 +291,13 @@ TEST(SegmentTest, CrossingsKeepAwayFromTheEnds)
       {"too shallow for eps", {0, 0}, {4, 0}, {0, -0.05}, {4, 0.05}, 0.05, false},
       {"shallow, eps 0", {0, 0}, {4, 0}, {0, -0.05}, {4, 0.05}, 0, true},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    const Segment2 first(&row.a, &row.b), second(&row.c, &row.d);
+  for (const auto& [what, a, b, c, d, eps, crosses] : rows) {
+    SCOPED_TRACE(what);
+    const Segment2 first(&a, &b), second(&c, &d);
     Point2 out;
-    EXPECT_EQ(first.getIntersection(second, out, row.eps), row.crosses);
-    EXPECT_EQ(second.intersect(first, row.eps), row.crosses);
-    if (!row.crosses) continue;
+    EXPECT_EQ(first.getIntersection(second, out, eps), crosses);
+    EXPECT_EQ(second.intersect(first, eps), crosses);
+    if (!crosses) continue;
     EXPECT_NEAR(first.distance(out) + second.distance(out), 0.0, 1e-15);
   }
   RandomGeometry random(73);
@@ -349,9 +313,7 @@ TEST(SegmentTest, CrossingsKeepAwayFromTheEnds)
 
 TEST(SegmentTest, LinesCrossAlikeSeenAlongEitherAxis)
 {
-  RandomGeometry random(74);
-  for (int row = 0; row < 300; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(300, 74, [&](RandomGeometry& random) {
     Point3 p[4], swapped[4];
     for (int i = 0; i < 4; ++i) {
       p[i] = random.inCube<3>(3);
@@ -369,7 +331,7 @@ TEST(SegmentTest, LinesCrossAlikeSeenAlongEitherAxis)
     ASSERT_TRUE(a2.checkIntersectionXZ(&b2, u2, v2, out2));
     EXPECT_EQ(u, u2);
     EXPECT_EQ(v, v2);
-  }
+  });
   const Point3 a(0, 0, 0), b(1e-3, 0, 0), c(0, 0, 0), d(0, 1e-3, 0), far(9, 1, 0), farther(9, 2, 0);
   double u = 0, v = 0;
   Point3 out;
@@ -384,13 +346,7 @@ TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
 {
   const Point3 p[] = {{0, 0, 0}, {4, 0, 0}, {1, 0, 0}, {3, 0, 0}, {4, 0, 0}, {6, 0, 0}, {2, 1, 0}, {2, 0.5, 5}};
   const Segment3 whole(&p[0], &p[1]);
-  struct Row
-  {
-    const char* what;
-    int from, to;
-    std::vector<std::pair<int, int>> pieces;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, int, int, std::vector<std::pair<int, int>>> rows[] = {
       {"itself", 0, 1, {}},
       {"itself, reversed", 1, 0, {}},
       {"the middle", 2, 3, {{0, 2}, {3, 1}}},
@@ -401,14 +357,14 @@ TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
       {"crossing", 6, 7, {{0, 1}}},
       {"beside", 6, 6, {{0, 1}}},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
+  for (const auto& [what, from, to, expectedPieces] : rows) {
+    SCOPED_TRACE(what);
     std::vector<Segment3> pieces;
-    whole.subtract(Segment3(&p[row.from], &p[row.to]), pieces, 1e-6, 1e-6);
-    ASSERT_EQ(pieces.size(), row.pieces.size());
+    whole.subtract(Segment3(&p[from], &p[to]), pieces, 1e-6, 1e-6);
+    ASSERT_EQ(pieces.size(), expectedPieces.size());
     for (std::size_t i = 0; i < pieces.size(); ++i) {
-      EXPECT_EQ(pieces[i].getStart(), &p[row.pieces[i].first]);
-      EXPECT_EQ(pieces[i].getEnd(), &p[row.pieces[i].second]);
+      EXPECT_EQ(pieces[i].getStart(), &p[expectedPieces[i].first]);
+      EXPECT_EQ(pieces[i].getEnd(), &p[expectedPieces[i].second]);
     }
   }
   const Point3 slanted[] = {{1, 0, 0}, {3, 3.9e-5, 0}, {3, 4.1e-5, 0}};
@@ -427,15 +383,8 @@ TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
 TEST(SegmentTest, ParallelSegmentsShareAnOverlapOrAContact)
 {
   const Point2 p[] = {{0, 0}, {4, 0}, {1, 1e-4}, {6, 1e-4}, {2, 0}, {2, 1e-5}, {4, 0}, {9, 0}, {5, 0}, {0, 1}, {3, 1}};
-  struct Row
-  {
-    const char* what;
-    int a, b, c, d;
-    bool shared;
-    int from, to; // -1: a crossing point
-    double v;
-  };
-  const Row rows[] = {
+  // -1: a crossing point
+  const std::tuple<const char*, int, int, int, int, bool, int, int, double> rows[] = {
       {"overlap", 0, 1, 2, 3, true, 2, 1, 0},
       {"overlap, reversed", 0, 1, 3, 2, true, 2, 1, 0},
       {"inside the other", 0, 1, 0, 7, true, 0, 1, 0},
@@ -450,20 +399,20 @@ TEST(SegmentTest, ParallelSegmentsShareAnOverlapOrAContact)
       {"both short, near", 4, 5, 5, 4, true, -1, 0, 0},
       {"both short, far", 4, 5, 0, 0, false, -1, 0, 0},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    const Segment2 first(&p[row.a], &p[row.b]), second(&p[row.c], &p[row.d]);
+  for (const auto& [what, a, b, c, d, shared, from, to, v] : rows) {
+    SCOPED_TRACE(what);
+    const Segment2 first(&p[a], &p[b]), second(&p[c], &p[d]);
     Segment2::Intersection result;
-    EXPECT_EQ(first.checkIntersectionXY(&second, result, 1e-6, 1e-6), row.shared);
-    if (row.from == -1) {
+    EXPECT_EQ(first.checkIntersectionXY(&second, result, 1e-6, 1e-6), shared);
+    if (from == -1) {
       const auto& contact = std::get<Segment2::PointIntersection>(result);
-      EXPECT_EQ(contact.point, p[row.a]);
+      EXPECT_EQ(contact.point, p[a]);
       EXPECT_EQ(contact.u, 0.0);
-      EXPECT_EQ(contact.v, row.v);
-    } else if (row.shared) {
+      EXPECT_EQ(contact.v, v);
+    } else if (shared) {
       const auto& overlap = std::get<Segment2>(result);
-      EXPECT_EQ(overlap.getStart(), &p[row.from]);
-      EXPECT_EQ(overlap.getEnd(), &p[row.to]);
+      EXPECT_EQ(overlap.getStart(), &p[from]);
+      EXPECT_EQ(overlap.getEnd(), &p[to]);
     }
   }
 }

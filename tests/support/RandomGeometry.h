@@ -4,7 +4,9 @@
 
 #include <cmath>
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <random>
+#include <string>
 #include <vector>
 
 namespace Kavrel::Testing {
@@ -85,5 +87,16 @@ private:
 
   std::mt19937_64 engine;
 };
+
+/// Runs `check(random)` that often, on and on with the numbers of one seed; a failure tells the round.
+template <class Check>
+void repeat(int count, std::uint64_t seed, Check check)
+{
+  RandomGeometry random(seed);
+  for (int round = 0; round < count && !testing::Test::HasFatalFailure(); ++round) {
+    SCOPED_TRACE("round " + std::to_string(round));
+    check(random);
+  }
+}
 
 } // namespace Kavrel::Testing
