@@ -44,9 +44,7 @@ TEST(BoundingBoxTest, AnInvalidBoxHoldsAndMeetsNothing)
 
 TEST(BoundingBoxTest, HoldsWhatItWasEnlargedByAndNoMore)
 {
-  RandomGeometry random(41);
-  for (int row = 0; row < 50; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(50, 41, [&](RandomGeometry& random) {
     std::vector<Point3> points;
     Box3 box, first, second;
     for (std::size_t i = 0, count = 1 + random.index(10); i < count; ++i) {
@@ -62,7 +60,7 @@ TEST(BoundingBoxTest, HoldsWhatItWasEnlargedByAndNoMore)
     if (second.isValid()) first.enlarge(second);
     EXPECT_TRUE(first.compare(box, 0.0)) << "in two parts";
     EXPECT_TRUE(Box3(points.front(), points.back()).compare(Box3(points.back(), points.front()), 0.0));
-  }
+  });
   Box3 box(Point3(1, 1, 1));
   box.enlarge(Point3(nan, 2, 3));
   EXPECT_EQ(box.getMax(), Point3(1, 2, 3)) << "NaN leaves its axis";
@@ -73,17 +71,13 @@ TEST(BoundingBoxTest, HoldsWhatItWasEnlargedByAndNoMore)
 TEST(BoundingBoxTest, BordersBelongToTheBox)
 {
   const Box2 box(Point2(0, 0), Point2(2, 1));
-  struct Row
-  {
-    Point2 a, b;
-    bool meet;
-  };
-  const Row rows[] = {{{2, 1}, {3, 3}, true},       {{2, -5}, {4, 5}, true},         {{-1, -1}, {3, 3}, true},
-                      {{0.5, 0.5}, {1, 0.6}, true}, {{2.0000001, 0}, {3, 1}, false}, {{-1, 1.1}, {3, 2}, false}};
-  for (const Row& row : rows) {
-    const Box2 other(row.a, row.b);
-    EXPECT_EQ(box.intersect(other), row.meet) << row.a;
-    EXPECT_EQ(other.intersect(box), row.meet) << row.a;
+  const std::tuple<Point2, Point2, bool> rows[] = {{{2, 1}, {3, 3}, true},          {{2, -5}, {4, 5}, true},
+                                                   {{-1, -1}, {3, 3}, true},        {{0.5, 0.5}, {1, 0.6}, true},
+                                                   {{2.0000001, 0}, {3, 1}, false}, {{-1, 1.1}, {3, 2}, false}};
+  for (const auto& [a, b, meet] : rows) {
+    const Box2 other(a, b);
+    EXPECT_EQ(box.intersect(other), meet) << a;
+    EXPECT_EQ(other.intersect(box), meet) << a;
   }
   EXPECT_TRUE(box.isInside(Point2(2, 0)));
   EXPECT_FALSE(box.isInside(Point2(std::nextafter(2.0, 3.0), 0)));
@@ -122,10 +116,8 @@ TEST(BoundingBoxTest, AMirrorLeavesTheCornersUnsorted)
 
 TEST(BoundingBoxTest, RaysMeetTheSidesWhereTheSlabsSay)
 {
-  RandomGeometry random(43);
   int met = 0;
-  for (int row = 0; row < 1000; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(1000, 43, [&](RandomGeometry& random) {
     const Box3 box(Point3(random.inCube<3>(2)), Point3(random.inCube<3>(2)));
     const Point3 start(random.inCube<3>(4));
     const auto direction = random.ofAnySize<3>(0.1, 10);
@@ -146,27 +138,20 @@ TEST(BoundingBoxTest, RaysMeetTheSidesWhereTheSlabsSay)
     std::sort(hits.begin(), hits.end(), [&](const Point3& a, const Point3& b) {
       return (a - b).x() * direction.x() + (a - b).y() * direction.y() < 0;
     });
-    if (expected == 0) continue;
+    if (expected == 0) return;
     const auto at = [&](double t) {
       return Point3(start.x() + t * direction.x(), start.y() + t * direction.y(), box.getMin().z());
     };
     EXPECT_THAT(hits.back(), IsNear(at(out), 1e-9));
     EXPECT_THAT(hits.front(), IsNear(at(expected == 2 ? in : out), 1e-9));
-  }
+  });
   EXPECT_GT(met, 100);
 }
 
 TEST(BoundingBoxTest, HitsComeInTheOrderOfTheSidesWithoutRepeats)
 {
   const Box2 box(Point2(0, 0), Point2(2, 2));
-  struct Row
-  {
-    const char* what;
-    Point2 start;
-    Vector<double, 2> direction;
-    std::vector<Point2> hits;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, Point2, Vector<double, 2>, std::vector<Point2>> rows[] = {
       {"right to left", {3, 1}, {-1, 0}, {{2, 1}, {0, 1}}},
       {"left to right", {-1, 1}, {1, 0}, {{2, 1}, {0, 1}}},
       {"through two corners", {-1, -1}, {1, 1}, {{0, 0}, {2, 2}}},
@@ -176,13 +161,13 @@ TEST(BoundingBoxTest, HitsComeInTheOrderOfTheSidesWithoutRepeats)
       {"no direction", {1, 1}, {0, 0}, {}},
       {"just beside", {-1, 2 + 3e-12}, {1, 0}, {}},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    const Ray<Point2> ray(&row.start, &row.direction);
+  for (const auto& [what, start, direction, expectedHits] : rows) {
+    SCOPED_TRACE(what);
+    const Ray<Point2> ray(&start, &direction);
     std::vector<Point2> hits;
-    EXPECT_EQ(box.calculateIntersectionXY(ray, hits), !row.hits.empty());
-    EXPECT_EQ(hits, row.hits);
-    EXPECT_EQ(box.checkIntersectionXY(ray), !row.hits.empty());
+    EXPECT_EQ(box.calculateIntersectionXY(ray, hits), !expectedHits.empty());
+    EXPECT_EQ(hits, expectedHits);
+    EXPECT_EQ(box.checkIntersectionXY(ray), !expectedHits.empty());
     EXPECT_FALSE(Box2().calculateIntersectionXY(ray, hits)) << "an invalid box isn't met, whatever the list holds";
   }
   std::vector<Point2> kept;

@@ -60,8 +60,7 @@ TEST(CoordinateSystemTest, PlacesPointsAndTurnsVectors)
 
 TEST(CoordinateSystemTest, CompositionFollowsThePoints)
 {
-  Testing::RandomGeometry random(71);
-  for (int i = 0; i < 100; ++i) {
+  Testing::repeat(100, 71, [&](Testing::RandomGeometry& random) {
     const CS a = randomSystem(random), b = randomSystem(random);
     const P3 p = random.inCube<3>(10);
     EXPECT_LE(gap(moved(p, a.getTransformed(b)), moved(moved(p, a), b)), 1e-13);
@@ -72,7 +71,7 @@ TEST(CoordinateSystemTest, CompositionFollowsThePoints)
     expectSameMap(CS().setTransformation(a.getTransformation()), a, 0.0);
     // The homogeneous matrices multiply like the systems.
     EXPECT_TRUE((a.getTransformation() * b.getTransformation()).isEqual((a * b).getTransformation(), 1e-13));
-  }
+  });
   const CoordinateSystem<double, 2> flat(OrthMatrix<double, 2>(MatrixFunctions::makeRotationMatrix(pi / 2)), {5, 6});
   auto there = Point<double, 2>(1, 2);
   EXPECT_LE((there.transform(flat) - Vector<double, 2>(3, 7)).length(), 1e-15);
@@ -81,13 +80,7 @@ TEST(CoordinateSystemTest, CompositionFollowsThePoints)
 
 TEST(CoordinateSystemTest, IdentityIsAskedWithTolerance)
 {
-  struct Row
-  {
-    const char* name;
-    CS cs;
-    bool identity;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, CS, bool> rows[] = {
       {"default", CS(), true},
       {"built", CS(R3(), P3()), true},
       {"origin within", CS(R3(), P3(0.9e-12, 0, 0)), true},
@@ -96,10 +89,10 @@ TEST(CoordinateSystemTest, IdentityIsAskedWithTolerance)
       {"turned beyond", CS(rotation(1.8e-6, {0, 0, 1}), P3()), false},
       {"NaN", CS(R3(), P3(std::nan(""), 0, 0)), false},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(row.cs.isIdentity(), row.identity);
-    EXPECT_EQ(row.cs.isEqualTo(CS::getIdentity()), row.identity);
+  for (const auto& [name, cs, identity] : rows) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(cs.isIdentity(), identity);
+    EXPECT_EQ(cs.isEqualTo(CS::getIdentity()), identity);
   }
 }
 
@@ -167,8 +160,7 @@ TEST(CoordinateSystemTest, MirrorsLikeThePlane)
   const CS atOne = CS::createMirrorTransformation(Plane<double, 3>(V3(0, 0, 1), 1.0));
   EXPECT_EQ(atOne.getOrigin(), P3(0, 0, 2));
   EXPECT_EQ(atOne.getOrientation().determinant(), -1.0);
-  Testing::RandomGeometry random(72);
-  for (int i = 0; i < 50; ++i) {
+  Testing::repeat(50, 72, [&](Testing::RandomGeometry& random) {
     const Plane<double, 3> plane(random.direction<3>(), random.uniform(-5, 5));
     const CS mirror = CS::createMirrorTransformation(plane);
     const P3 p = random.inCube<3>(10);
@@ -181,7 +173,7 @@ TEST(CoordinateSystemTest, MirrorsLikeThePlane)
     EXPECT_LE(gap(right.getOrigin(), plane.getMirroredPoint(frame.getOrigin())), 1e-13);
     EXPECT_LE(gap(right.getLocalX(), -plane.getMirroredVector(frame.getLocalX())), 1e-13);
     EXPECT_LE(gap(right.getLocalY(), plane.getMirroredVector(frame.getLocalY())), 1e-13);
-  }
+  });
   const auto flat = CoordinateSystem<double, 2>::createMirrorTransformation(Plane<double, 2>({1, 0}, 3.0));
   EXPECT_EQ((Point<double, 2>(1, 5).transform(flat)), (Point<double, 2>(5, 5)));
 }
@@ -190,13 +182,12 @@ TEST(CoordinateSystemTest, HalfTurnAboutALine)
 {
   const StraightLine<double, 3> upright(P3(1, 0, 0), P3(1, 0, 5), 0.1);
   EXPECT_LE(gap(moved({2, 0, 0}, CS::createMirrorTransformation(upright)), {0, 0, 0}), 1e-15);
-  Testing::RandomGeometry random(73);
-  for (int i = 0; i < 50; ++i) {
+  Testing::repeat(50, 73, [&](Testing::RandomGeometry& random) {
     const P3 start = random.inCube<3>(5);
     const StraightLine<double, 3> line(start, start + random.ofAnySize<3>(1e-3, 1e3), 0.1);
     const P3 p = random.inCube<3>(10);
     EXPECT_LE(gap(moved(p, CS::createMirrorTransformation(line)), P3(p).mirror(line)), 1e-12);
-  }
+  });
   EXPECT_EQ(CS::createMirrorTransformation(StraightLine<double, 3>(P3(1, 2, 3), P3(1, 2, 3), 0.1)), CS());
   EXPECT_THAT(
       ([&] { CoordinateSystem<double, 2>::createMirrorTransformation(upright); }),
@@ -205,8 +196,7 @@ TEST(CoordinateSystemTest, HalfTurnAboutALine)
 
 TEST(CoordinateSystemTest, RotatesAboutAFixedPoint)
 {
-  Testing::RandomGeometry random(74);
-  for (int i = 0; i < 50; ++i) {
+  Testing::repeat(50, 74, [&](Testing::RandomGeometry& random) {
     const P3 centre = random.inCube<3>(5);
     const R3 r = rotation(random.uniform(-3, 3), random.direction<3>());
     const CS cs = CS().setUpRotation(centre, r);
@@ -215,7 +205,7 @@ TEST(CoordinateSystemTest, RotatesAboutAFixedPoint)
     EXPECT_LE(gap(moved(p, cs) - centre, r * (p - centre)), 1e-13);
     EXPECT_EQ(CS().setUpRotation(centre, Matrix<double, 3, 3>(r)), cs);
     EXPECT_EQ(CS().setUpRotation(centre, SquareMatrix<double, 3>(r)), cs);
-  }
+  });
 }
 
 void expectRightHandedFrame(const CS& cs)
@@ -227,12 +217,7 @@ void expectRightHandedFrame(const CS& cs)
 
 TEST(CoordinateSystemTest, FrameFromDirections)
 {
-  struct Row
-  {
-    const char* name;
-    V3 a, b, x, z;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, V3, V3, V3, V3> rows[] = {
       {"plain", {2, 0, 0}, {3, 4, 0}, {1, 0, 0}, {0, 0, 1}},
       {"none", {}, {}, {1, 0, 0}, {0, -1, 0}},
       {"too short", {0, 0, 9e-13}, {0, 5e-13, 0}, {1, 0, 0}, {0, -1, 0}},
@@ -240,13 +225,13 @@ TEST(CoordinateSystemTest, FrameFromDirections)
       {"only b", {}, {0, 0, 2}, V3(0, 0, 1).getOrthoNormal(), V3(0, 0, 1).getOrthoNormal().cross({0, 0, 1})},
       {"parallel", {1, 0, 0}, {-2, 0, 0}, {1, 0, 0}, V3(1, 0, 0).getOrthoNormal()},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    const CS cs = createCoordinateSystemFrom(P3(7, 8, 9), row.a, row.b);
+  for (const auto& [name, a, b, x, z] : rows) {
+    SCOPED_TRACE(name);
+    const CS cs = createCoordinateSystemFrom(P3(7, 8, 9), a, b);
     expectRightHandedFrame(cs);
     EXPECT_EQ(cs.getOrigin(), P3(7, 8, 9));
-    EXPECT_LE(gap(cs.getLocalX(), row.x), 1e-15);
-    EXPECT_LE(gap(cs.getOrientation().column(2), row.z), 1e-15);
+    EXPECT_LE(gap(cs.getLocalX(), x), 1e-15);
+    EXPECT_LE(gap(cs.getOrientation().column(2), z), 1e-15);
   }
   EXPECT_EQ(createCoordinateSystemFrom(P3(), V3(), V3()).getLocalY(), V3(0, 0, 1));
 }
@@ -266,8 +251,7 @@ TEST(CoordinateSystemTest, FrameInThePlane)
 
 TEST(CoordinateSystemTest, FrameFromThreePoints)
 {
-  Testing::RandomGeometry random(75);
-  for (int i = 0; i < 100; ++i) {
+  Testing::repeat(100, 75, [&](Testing::RandomGeometry& random) {
     const P3 p0 = random.inCube<3>(5);
     const P3 p1 = p0 + random.ofAnySize<3>(1e-6, 1e3), p2 = p0 + random.ofAnySize<3>(1e-6, 1e3);
     const CS cs = calcCoordinateSystemFromPoints(p0, p1, p2);
@@ -277,7 +261,7 @@ TEST(CoordinateSystemTest, FrameFromThreePoints)
     EXPECT_GT(local1.x(), 0.0);
     EXPECT_GT(local2.y(), 0.0);
     EXPECT_LE(std::abs(local2.z()), 1e-12 * (1 + p2.length()));
-  }
+  });
   EXPECT_THAT(
       ([] {
         calcCoordinateSystemFromPoints({1, 1, 1}, {2, 2, 2}, {4, 4, 4});

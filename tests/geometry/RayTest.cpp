@@ -15,9 +15,7 @@ using Vector3 = Vector<double, 3>;
 
 TEST(RayTest, NearestPointIsNearerThanAnySample)
 {
-  RandomGeometry random(51);
-  for (int row = 0; row < 100; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(100, 51, [&](RandomGeometry& random) {
     const Point<double, 3> start(random.inCube<3>(3)), p(random.inCube<3>(3));
     const Vector3 direction = random.ofAnySize<3>(1e-2, 1e2);
     const Ray<Point<double, 3>> ray(&start, &direction);
@@ -32,22 +30,14 @@ TEST(RayTest, NearestPointIsNearerThanAnySample)
       best = std::min(best, p.distance(start + direction.getNormalized() * (i * 0.01)));
     EXPECT_LE(distance, best + 1e-12);
     EXPECT_NEAR(distance, best, 5e-3);
-  }
+  });
 }
 
 TEST(RayTest, EpsBoundsTheParameter)
 {
   const Point3N start(Vector3(1, 0, 0), Vector3(0, 0, 1));
   const Vector3 direction(0.5, 0, 0), none;
-  struct Row
-  {
-    const char* what;
-    const Vector3* direction;
-    Vector3 p;
-    double eps, t;
-    bool isStart;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, const Vector3*, Vector3, double, double, bool> rows[] = {
       {"within", &direction, {3, 1, 0}, 0.25, 4, false},
       {"at the bound", &direction, {5, 1, 0}, 0.125, 8, false},
       {"beyond the bound", &direction, {5, 1, 0}, 0.126, 0, true},
@@ -56,15 +46,15 @@ TEST(RayTest, EpsBoundsTheParameter)
       {"no direction", &none, {5, 1, 0}, 0.1, 0, true},
       {"no direction, at the start", &none, {1, 0, 0}, 0.1, 0, true},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    const Ray<Point3N> ray(&start, row.direction);
+  for (const auto& [what, along, p, eps, expectedT, isStart] : rows) {
+    SCOPED_TRACE(what);
+    const Ray<Point3N> ray(&start, along);
     double t = 99;
-    const Point3N foot = ray.project(row.p, t, row.eps);
-    EXPECT_EQ(t, row.t);
-    EXPECT_EQ(foot.hasNormal(), row.isStart) << "the start comes with its normal, a foot without";
-    EXPECT_EQ(foot, Vector3(1 + 0.5 * row.t, 0, 0));
-    EXPECT_EQ(ray.nearestPoint(row.p, row.eps), Vector3(1 + 0.5 * std::max(row.t, 0.0), 0, 0));
+    const Point3N foot = ray.project(p, t, eps);
+    EXPECT_EQ(t, expectedT);
+    EXPECT_EQ(foot.hasNormal(), isStart) << "the start comes with its normal, a foot without";
+    EXPECT_EQ(foot, Vector3(1 + 0.5 * expectedT, 0, 0));
+    EXPECT_EQ(ray.nearestPoint(p, eps), Vector3(1 + 0.5 * std::max(expectedT, 0.0), 0, 0));
   }
 }
 
@@ -73,38 +63,30 @@ TEST(RayTest, SidesOfPointsByTheDoubledArea)
   const Point2 start(1, 1);
   const Vector2 direction(2, 0);
   const Ray<Point2> ray(&start, &direction);
-  struct Row
-  {
-    Point2 p;
-    double eps;
-    Side side;
-  };
-  const Row rows[] = {{{0, 2}, 1.0, Side::Above},  {{9, 0}, 1.0, Side::Below},    {{5, 1.25}, 0.5, Side::Below},
-                      {{5, 1.25}, 0.51, Side::On}, {{5, 0.75}, 0.5, Side::Below}, {{5, 1.26}, 0.5, Side::Above},
-                      {{-7, 1}, 1e-9, Side::On}};
-  for (const Row& row : rows)
-    EXPECT_EQ(ray.positionOfPoint(row.p, row.eps), row.side) << row.p << " eps " << row.eps;
+  const std::tuple<Point2, double, Side> rows[] = {{{0, 2}, 1.0, Side::Above},    {{9, 0}, 1.0, Side::Below},
+                                                   {{5, 1.25}, 0.5, Side::Below}, {{5, 1.25}, 0.51, Side::On},
+                                                   {{5, 0.75}, 0.5, Side::Below}, {{5, 1.26}, 0.5, Side::Above},
+                                                   {{-7, 1}, 1e-9, Side::On}};
+  for (const auto& [p, eps, side] : rows)
+    EXPECT_EQ(ray.positionOfPoint(p, eps), side) << p << " eps " << eps;
 
-  RandomGeometry random(52);
-  for (int i = 0; i < 200; ++i) {
+  repeat(200, 52, [&](RandomGeometry& random) {
     const Point2 s(random.inCube<2>(3)), p(random.inCube<2>(3));
     const Vector2 d = random.direction<2>();
     const Side side = Ray<Point2>(&s, &d).positionOfPoint(p, 1e-9);
     EXPECT_EQ(side, d.cross(p - s) > 0 ? Side::Above : Side::Below);
-  }
+  });
 }
 
 TEST(RayTest, MeetsRaysAndSegmentsWhereTheyWereBuiltToMeet)
 {
-  RandomGeometry random(53);
-  for (int row = 0; row < 300; ++row) {
-    SCOPED_TRACE("row " + std::to_string(row));
+  repeat(300, 53, [&](RandomGeometry& random) {
     const Point<double, 3> start(random.inCube<3>(3)), other(random.inCube<3>(3));
     const Vector3 e = random.ofAnySize<3>(0.1, 10);
     const double u = random.uniform(-1, 2);
     const Vector3 meeting = other + e * u;
     Vector3 d = (meeting - start) * random.uniform(-2, 2);
-    if (std::abs(d.x() * e.y() - d.y() * e.x()) < 1e-2) continue;
+    if (std::abs(d.x() * e.y() - d.y() * e.x()) < 1e-2) return;
     d.z() = random.uniform(-1, 1);
     const Ray<Point<double, 3>> ray(&start, &d), otherRay(&other, &e);
     Point<double, 3> hit;
@@ -117,7 +99,7 @@ TEST(RayTest, MeetsRaysAndSegmentsWhereTheyWereBuiltToMeet)
     EXPECT_THAT(hit, IsNear(meeting, 1e-9));
     EXPECT_TRUE(ray.getIntersectionXY(&segment, hit, 1e-6, true));
     EXPECT_THAT(hit, IsNear(Vector3(other + e * std::clamp(u, 0.0, 1.0)), 1e-9));
-  }
+  });
 }
 
 template <class T>

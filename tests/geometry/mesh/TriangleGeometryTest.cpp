@@ -28,9 +28,7 @@ std::array<Vector3, 3> randomCorners(RandomGeometry& random, double size)
 
 TEST(TriangleGeometry, nearestPointAgreesWithBruteForceForAllSizes)
 {
-  RandomGeometry random(511);
-  for (int i = 0; i < 3000; ++i) {
-    SCOPED_TRACE(i);
+  repeat(3000, 511, [&](RandomGeometry& random) {
     const double size = random.logUniform(1e-5, 1e5);
     const auto [a, b, c] = randomCorners(random, size);
     const OwnTriangle triangle(a, b, c);
@@ -46,64 +44,50 @@ TEST(TriangleGeometry, nearestPointAgreesWithBruteForceForAllSizes)
     EXPECT_EQ(place.getElementIdx(), 7U);
     // Another corner first: the same nearest point.
     EXPECT_NEAR(OwnTriangle(b, c, a)->getPointDistance(p), triangle->getPointDistance(p), 1e-9 * size);
-  }
+  });
 }
 
 TEST(TriangleGeometry, nearestPlaceIsExactBeyondCornersAndEdges)
 {
   const OwnTriangle triangle({0, 0, 0}, {2, 0, 0}, {0, 4, 0});
-  struct Row
-  {
-    const char* where;
-    Point3 point;
-    double xi, eta;
-  };
-  const Row rows[] = {{"beyond corner 0", {-1, -1, 5}, 0, 0},
-                      {"beyond corner 1", {7, -1, -2}, 1, 0},
-                      {"beyond corner 2", {-0.5, 9, 0}, 0, 1},
-                      {"at corner 0", {0, 0, 0}, 0, 0},
-                      {"at corner 1", {2, 0, 0}, 1, 0},
-                      {"at corner 2", {0, 4, 0}, 0, 1},
-                      {"beside edge 01", {0.5, -3, 1}, 0.25, 0},
-                      {"beside edge 02", {-3, 1, 1}, 0, 0.25},
-                      {"beside edge 12", {1 + 4, 2 + 2, 3}, 0.5, 0.5},
-                      {"above the face", {0.5, 1, 8}, 0.25, 0.25}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.where);
-    const XiEtaPoint place = triangle->getNearestPointXiEta(row.point);
-    EXPECT_EQ(place.getXi(), row.xi);
-    EXPECT_EQ(place.getEta(), row.eta);
+  const std::tuple<const char*, Point3, double, double> rows[] = {{"beyond corner 0", {-1, -1, 5}, 0, 0},
+                                                                  {"beyond corner 1", {7, -1, -2}, 1, 0},
+                                                                  {"beyond corner 2", {-0.5, 9, 0}, 0, 1},
+                                                                  {"at corner 0", {0, 0, 0}, 0, 0},
+                                                                  {"at corner 1", {2, 0, 0}, 1, 0},
+                                                                  {"at corner 2", {0, 4, 0}, 0, 1},
+                                                                  {"beside edge 01", {0.5, -3, 1}, 0.25, 0},
+                                                                  {"beside edge 02", {-3, 1, 1}, 0, 0.25},
+                                                                  {"beside edge 12", {1 + 4, 2 + 2, 3}, 0.5, 0.5},
+                                                                  {"above the face", {0.5, 1, 8}, 0.25, 0.25}};
+  for (const auto& [where, point, xi, eta] : rows) {
+    SCOPED_TRACE(where);
+    const XiEtaPoint place = triangle->getNearestPointXiEta(point);
+    EXPECT_EQ(place.getXi(), xi);
+    EXPECT_EQ(place.getEta(), eta);
   }
 }
 
 TEST(TriangleGeometry, degenerateTrianglesStillGiveOneOfTheirPoints)
 {
-  struct Row
-  {
-    const char* what;
-    std::array<Vector3, 3> corners;
-    Point3 point;
-    double sqrDistance;
-  };
-  const Row rows[] = {{"one point", {{{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}}, {4, 5, 1}, 25},
-                      {"corners 0 and 1 equal, not the nearest", {{{0, 0, 0}, {0, 0, 0}, {2, 0, 0}}}, {1, 1, 0}, 2},
-                      {"corners 0 and 2 equal", {{{0, 0, 0}, {2, 0, 0}, {0, 0, 0}}}, {1, 1, 0}, 1},
-                      {"corners 1 and 2 equal", {{{0, 0, 0}, {2, 0, 0}, {2, 0, 0}}}, {1, 1, 0}, 1},
-                      {"three on a line", {{{0, 0, 0}, {1, 0, 0}, {3, 0, 0}}}, {2, 2, 0}, 4},
-                      {"three on a line, middle first", {{{1, 0, 0}, {0, 0, 0}, {3, 0, 0}}}, {2, 2, 0}, 4}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    const auto& [a, b, c] = row.corners;
-    EXPECT_DOUBLE_EQ(OwnTriangle(a, b, c)->getPointSqrDistance(row.point), row.sqrDistance);
+  const std::tuple<const char*, std::array<Vector3, 3>, Point3, double> rows[] = {
+      {"one point", {{{1, 1, 1}, {1, 1, 1}, {1, 1, 1}}}, {4, 5, 1}, 25},
+      {"corners 0 and 1 equal, not the nearest", {{{0, 0, 0}, {0, 0, 0}, {2, 0, 0}}}, {1, 1, 0}, 2},
+      {"corners 0 and 2 equal", {{{0, 0, 0}, {2, 0, 0}, {0, 0, 0}}}, {1, 1, 0}, 1},
+      {"corners 1 and 2 equal", {{{0, 0, 0}, {2, 0, 0}, {2, 0, 0}}}, {1, 1, 0}, 1},
+      {"three on a line", {{{0, 0, 0}, {1, 0, 0}, {3, 0, 0}}}, {2, 2, 0}, 4},
+      {"three on a line, middle first", {{{1, 0, 0}, {0, 0, 0}, {3, 0, 0}}}, {2, 2, 0}, 4}};
+  for (const auto& [what, corners, point, sqrDistance] : rows) {
+    SCOPED_TRACE(what);
+    const auto& [a, b, c] = corners;
+    EXPECT_DOUBLE_EQ(OwnTriangle(a, b, c)->getPointSqrDistance(point), sqrDistance);
   }
 }
 
 TEST(TriangleGeometry, lineCrossesWhereBruteForceSays)
 {
-  RandomGeometry random(513);
   int inside = 0;
-  for (int i = 0; i < 3000; ++i) {
-    SCOPED_TRACE(i);
+  repeat(3000, 513, [&](RandomGeometry& random) {
     const double size = random.logUniform(1e-3, 1e3);
     const auto [a, b, c] = randomCorners(random, size);
     const OwnTriangle triangle(a, b, c);
@@ -115,12 +99,12 @@ TEST(TriangleGeometry, lineCrossesWhereBruteForceSays)
     XiEtaPoint place;
     const int result = triangle->computeIntersection(origin, direction, place);
     const bool hit = BruteForce::lineTriangle(origin, direction, a, b, c).has_value();
-    if (std::min({place.getXi(), place.getEta(), 1 - place.getXi() - place.getEta()}) < 1e-9 && hit) continue;
+    if (std::min({place.getXi(), place.getEta(), 1 - place.getXi() - place.getEta()}) < 1e-9 && hit) return;
     EXPECT_EQ(result, hit ? 2 : 1);
     EXPECT_EQ(place.getElementIdx(), 7U);
     EXPECT_NEAR((triangle->getPoint(place) - target).length(), 0, 1e-6 * size);
     inside += hit;
-  }
+  });
   EXPECT_GT(inside, 300);
 }
 
@@ -139,50 +123,37 @@ TEST(TriangleGeometry, lineParallelToThePlaneLeavesThePlaceAlone)
 TEST(TriangleGeometry, lineHitsIncludeTheBorder)
 {
   const OwnTriangle triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-  struct Row
-  {
-    double x, y;
-    int result;
-  };
-  for (const Row& row : {Row{0, 0, 2}, Row{1, 0, 2}, Row{0, 1, 2}, Row{0.5, 0.5, 2}, Row{0, 0.5, 2},
-                         Row{-1e-12, 0.5, 1}, Row{0.5, 0.5 + 1e-12, 1}}) {
-    SCOPED_TRACE(testing::Message() << row.x << " " << row.y);
+  const std::tuple<double, double, int> rows[] = {
+      {0, 0, 2}, {1, 0, 2}, {0, 1, 2}, {0.5, 0.5, 2}, {0, 0.5, 2}, {-1e-12, 0.5, 1}, {0.5, 0.5 + 1e-12, 1}};
+  for (const auto& [x, y, result] : rows) {
+    SCOPED_TRACE(testing::Message() << x << " " << y);
     XiEtaPoint place;
-    EXPECT_EQ(triangle->computeIntersection(Point3(row.x, row.y, 4), Vector3(0, 0, 1), place), row.result);
+    EXPECT_EQ(triangle->computeIntersection(Point3(x, y, 4), Vector3(0, 0, 1), place), result);
   }
 }
 
 TEST(TriangleGeometry, pointWithinTolerance)
 {
   const OwnTriangle triangle({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-  struct Row
-  {
-    const char* where;
-    Point3 point;
-    double tolerance;
-    int result;
-    double xi, eta;
-  };
-  const Row rows[] = {{"above, exactly within", {0.25, 0.25, 0.5}, 0.5, 2, 0.25, 0.25},
-                      {"above, too far", {0.25, 0.25, 0.5}, 0.49, 0, 0.25, 0.25},
-                      {"beside, in the plane", {-2, 0.5, 0.25}, 0.25, 1, 0, 0.5},
-                      {"below the plane counts as well", {-2, 0.5, -0.25}, 0.25, 1, 0, 0.5},
-                      {"beside and above", {-2, 0.5, 0.25}, 0.2, 0, 0, 0.5}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.where);
+  const std::tuple<const char*, Point3, double, int, double, double> rows[] = {
+      {"above, exactly within", {0.25, 0.25, 0.5}, 0.5, 2, 0.25, 0.25},
+      {"above, too far", {0.25, 0.25, 0.5}, 0.49, 0, 0.25, 0.25},
+      {"beside, in the plane", {-2, 0.5, 0.25}, 0.25, 1, 0, 0.5},
+      {"below the plane counts as well", {-2, 0.5, -0.25}, 0.25, 1, 0, 0.5},
+      {"beside and above", {-2, 0.5, 0.25}, 0.2, 0, 0, 0.5}};
+  for (const auto& [where, point, tolerance, result, xi, eta] : rows) {
+    SCOPED_TRACE(where);
     XiEtaPoint place;
-    EXPECT_EQ(triangle->computeIntersection(row.point, row.tolerance, place), row.result);
-    EXPECT_EQ(place.getXi(), row.xi);
-    EXPECT_EQ(place.getEta(), row.eta);
+    EXPECT_EQ(triangle->computeIntersection(point, tolerance, place), result);
+    EXPECT_EQ(place.getXi(), xi);
+    EXPECT_EQ(place.getEta(), eta);
     EXPECT_EQ(place.getElementIdx(), 7U);
   }
 }
 
 TEST(TriangleGeometry, projectionLeavesOnlyTheWayAlongTheNormal)
 {
-  RandomGeometry random(517);
-  for (int i = 0; i < 500; ++i) {
-    SCOPED_TRACE(i);
+  repeat(500, 517, [&](RandomGeometry& random) {
     const auto [a, b, c] = randomCorners(random, 1);
     const OwnTriangle triangle(a, b, c);
     const Point3 p = random.inCube<3>(5);
@@ -190,34 +161,29 @@ TEST(TriangleGeometry, projectionLeavesOnlyTheWayAlongTheNormal)
     triangle->getXiEtaOfProjection(place, p);
     EXPECT_EQ(place.getElementIdx(), 7U);
     EXPECT_NEAR((p - triangle->getPoint(place)).cross(triangle->getNormal()).length(), 0, 1e-10);
-  }
+  });
 }
 
 TEST(TriangleGeometry, insideIsMeasuredInBarycentricCoordinatesAtAnyHeight)
 {
   const OwnTriangle triangle({0, 0, 0}, {4, 0, 0}, {0, 4, 0});
-  struct Row
-  {
-    const char* where;
-    double x, y, tolerance;
-    bool inside;
-  };
   // The barycentric coordinates of (x, y) are 1 - x/4 - y/4, x/4 and y/4.
-  const Row rows[] = {{"in the middle", 1, 1, 0, true},
-                      {"on an edge", 0, 2, 0, true},
-                      {"at a corner", 4, 0, 0, true},
-                      {"beyond edge 02", -0.5, 1, 0.125, true},
-                      {"too far beyond edge 02", -0.5, 1, 0.12, false},
-                      {"beyond edge 01", 1, -0.5, 0.125, true},
-                      {"too far beyond edge 01", 1, -0.5, 0.12, false},
-                      {"beyond edge 12", 2.5, 2, 0.125, true},
-                      {"too far beyond edge 12", 2.5, 2, 0.12, false},
-                      {"beyond corner 1", 5, -0.5, 0.125, true},
-                      {"too far beyond corner 1", 5, -0.5, 0.12, false}};
-  for (const Row& row : rows)
+  const std::tuple<const char*, double, double, double, bool> rows[] = {
+      {"in the middle", 1, 1, 0, true},
+      {"on an edge", 0, 2, 0, true},
+      {"at a corner", 4, 0, 0, true},
+      {"beyond edge 02", -0.5, 1, 0.125, true},
+      {"too far beyond edge 02", -0.5, 1, 0.12, false},
+      {"beyond edge 01", 1, -0.5, 0.125, true},
+      {"too far beyond edge 01", 1, -0.5, 0.12, false},
+      {"beyond edge 12", 2.5, 2, 0.125, true},
+      {"too far beyond edge 12", 2.5, 2, 0.12, false},
+      {"beyond corner 1", 5, -0.5, 0.125, true},
+      {"too far beyond corner 1", 5, -0.5, 0.12, false}};
+  for (const auto& [where, x, y, tolerance, inside] : rows)
     for (const double height : {0.0, 3.0, -1e6}) {
-      SCOPED_TRACE(testing::Message() << row.where << ", height " << height);
-      EXPECT_EQ(triangle->isPointInside(Point3(row.x, row.y, height), row.tolerance), row.inside);
+      SCOPED_TRACE(testing::Message() << where << ", height " << height);
+      EXPECT_EQ(triangle->isPointInside(Point3(x, y, height), tolerance), inside);
     }
 }
 
@@ -235,8 +201,7 @@ TEST(TriangleGeometry, tinyTriangleContainsNothing)
 
 TEST(TriangleGeometry, areaAndNormalFollowARotationOfTheCorners)
 {
-  RandomGeometry random(519);
-  for (int i = 0; i < 200; ++i) {
+  repeat(200, 519, [&](RandomGeometry& random) {
     const double size = random.logUniform(1e-4, 1e6);
     const auto [a, b, c] = randomCorners(random, size);
     const OwnTriangle triangle(a, b, c), turned(b, c, a), flipped(a, c, b);
@@ -244,7 +209,7 @@ TEST(TriangleGeometry, areaAndNormalFollowARotationOfTheCorners)
     EXPECT_THAT(turned->getNormal(), IsNear(triangle->getNormal(), 1e-11));
     EXPECT_THAT(flipped->getNormal(), IsNear(-triangle->getNormal(), 1e-11));
     EXPECT_NEAR(triangle->getNormal().dot(b - c), 0, 1e-11 * size);
-  }
+  });
 }
 
 TEST(TriangleGeometry, centreMultipliesByARoundedThird)
