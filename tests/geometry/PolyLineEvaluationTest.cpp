@@ -74,9 +74,7 @@ TYPED_TEST(PolyLineEvaluationOf, AllRoutesReachThePlaceAtALength)
 {
   using P = TypeParam;
   constexpr double tolerance = std::is_same_v<typename P::Scalar, float> ? 2e-5 : 1e-12;
-  RandomGeometry random(41);
-  for (int round = 0; round < 100; ++round) {
-    SCOPED_TRACE(round);
+  repeat(100, 41, [&](RandomGeometry& random) {
     PolyLine<P> polyline = this->randomLine(random);
     const bool closed = random.coin();
     polyline.setClosed(closed);
@@ -107,18 +105,12 @@ TYPED_TEST(PolyLineEvaluationOf, AllRoutesReachThePlaceAtALength)
         EXPECT_NEAR(distance, 0.0, tolerance);
       }
     }
-  }
+  });
 }
 
 TEST(PolyLineEvaluation, DomainClipsAndDoesNotScale)
 {
-  const struct
-  {
-    const char* line;
-    Interval domain;
-    double t;
-    Vector2 expected;
-  } rows[] = {
+  const std::tuple<const char*, Interval, double, Vector2> rows[] = {
       {"0,0 1,0 1,1", {0, 1, false, false}, 1.0, {1, 1}},
       {"0,0 1,0 1,1", {0, 1, false, false}, 1.0000001, {1, 1}},
       {"0,0 1,0 1,1", {0, 1, false, false}, -0.1, {0, 0}},
@@ -134,34 +126,28 @@ TEST(PolyLineEvaluation, DomainClipsAndDoesNotScale)
       {"3,4", {0, 1, false, false}, 0.5, {3, 4}},
       {"", {0, 1, false, false}, 0.5, {0, 0}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.line << " at " << row.t);
-    Line2 line = polyLineFrom<Point2>(row.line);
-    line.setDomain(row.domain);
-    EXPECT_THAT(line.evaluate(row.t), IsNear(row.expected, 1e-15));
+  for (const auto& [text, domain, t, expected] : rows) {
+    SCOPED_TRACE(testing::Message() << text << " at " << t);
+    Line2 line = polyLineFrom<Point2>(text);
+    line.setDomain(domain);
+    EXPECT_THAT(line.evaluate(t), IsNear(expected, 1e-15));
   }
 }
 
 TEST(PolyLineEvaluation, LocatingClampsAndIgnoresTheDomain)
 {
-  const struct
-  {
-    const char* line;
-    double t;
-    Vector2 expected;
-    std::size_t segment;
-  } rows[] = {
+  const std::tuple<const char*, double, Vector2, std::size_t> rows[] = {
       {"0,0 1,0 1,1", -0.5, {0, 0}, 0}, {"0,0 1,0 1,1", 0.125, {0.25, 0}, 0},       {"0,0 1,0 1,1", 0.5, {1, 0}, 0},
       {"0,0 1,0 1,1", 7.0, {1, 1}, 1},  {"0,0 1,0 1,1 0,1 closed", 7.0, {0, 0}, 3}, {"3,4", 0.5, {3, 4}, 0}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.line << " at " << row.t);
-    Line2 line = polyLineFrom<Point2>(row.line);
+  for (const auto& [text, t, expected, expectedSegment] : rows) {
+    SCOPED_TRACE(testing::Message() << text << " at " << t);
+    Line2 line = polyLineFrom<Point2>(text);
     line.setDomain(Interval(0.25, 0.375, false, false));
     Point2 point;
     std::size_t segment = 99;
-    EXPECT_TRUE(line.evaluateParameterPointAndSegment(row.t, point, segment));
-    EXPECT_THAT(point, IsNear(row.expected, 1e-15));
-    EXPECT_EQ(segment, row.segment);
+    EXPECT_TRUE(line.evaluateParameterPointAndSegment(t, point, segment));
+    EXPECT_THAT(point, IsNear(expected, 1e-15));
+    EXPECT_EQ(segment, expectedSegment);
   }
 }
 
@@ -183,11 +169,7 @@ TEST(PolyLineEvaluation, EndsAndLengthFollowTheDomain)
 
 TEST(PolyLineEvaluation, EndTangentsRunAlongTheEndSegments)
 {
-  const struct
-  {
-    const char* line;
-    Vector2 start, end;
-  } rows[] = {
+  const std::tuple<const char*, Vector2, Vector2> rows[] = {
       {"0,0 1,0 1,1", {0.02, 0.0}, {0.0, 0.02}},
       // The first step rounds the corner: its length is kept, the direction is that of the segment.
       {"0,0 0.01,0 0.01,1.99", {std::hypot(0.01, 0.01), 0.0}, {0.0, 0.02}},
@@ -196,11 +178,11 @@ TEST(PolyLineEvaluation, EndTangentsRunAlongTheEndSegments)
       {"0,0 0,0 1,0", {0.01, 0.0}, {0.01, 0.0}}, // no direction: that of the plain curve
       {"2,2", {0.0, 0.0}, {0.0, 0.0}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.line);
-    const Line2 line = polyLineFrom<Point2>(row.line);
-    EXPECT_THAT(line.getStartTangent(), IsNear(row.start, 1e-15));
-    EXPECT_THAT(line.getEndTangent(), IsNear(row.end, 1e-15));
+  for (const auto& [text, start, expectedEnd] : rows) {
+    SCOPED_TRACE(text);
+    const Line2 line = polyLineFrom<Point2>(text);
+    EXPECT_THAT(line.getStartTangent(), IsNear(start, 1e-15));
+    EXPECT_THAT(line.getEndTangent(), IsNear(expectedEnd, 1e-15));
   }
 }
 

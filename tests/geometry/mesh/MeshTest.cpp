@@ -68,22 +68,20 @@ TEST(Mesh, KnowsWhetherItHasNormals)
 {
   Vertex plain(1, 2, 3), withNormal(4, 5, 6);
   withNormal.setNormal(0, 0, 1);
-  struct Row
-  {
-    const char* order; // n: with normal, p: without, c: by coordinates, s: hasNormals set by hand
-    bool expected;
-  } const rows[] = {{"", false},   {"n", true},    {"p", false},  {"c", false},  {"nn", true},  {"np", false},
-                    {"pn", false}, {"npn", false}, {"nc", false}, {"psn", true}, {"psp", false}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.order);
+  // n: with normal, p: without, c: by coordinates, s: hasNormals set by hand
+  const std::tuple<const char*, bool> rows[] = {{"", false},   {"n", true},   {"p", false},  {"c", false},
+                                                {"nn", true},  {"np", false}, {"pn", false}, {"npn", false},
+                                                {"nc", false}, {"psn", true}, {"psp", false}};
+  for (const auto& [order, expected] : rows) {
+    SCOPED_TRACE(order);
     Mesh mesh;
-    for (const char c : std::string(row.order)) {
+    for (const char c : std::string(order)) {
       if (c == 'n') mesh.addVertex(withNormal);
       if (c == 'p') mesh.addVertex(plain);
       if (c == 'c') mesh.addVertex(1, 2, 3);
       if (c == 's') mesh.setHasNormals(true);
     }
-    EXPECT_EQ(mesh.hasNormals(), row.expected);
+    EXPECT_EQ(mesh.hasNormals(), expected);
   }
 }
 
@@ -249,13 +247,7 @@ TEST(Mesh, AppendsItself)
 
 TEST(Mesh, MeasuresKnownBodies)
 {
-  struct Row
-  {
-    const char* name;
-    Mesh mesh;
-    double area;
-    V weightedNormal, center;
-  } const rows[] = {
+  const std::tuple<const char*, Mesh, double, V, V> rows[] = {
       {"empty", Mesh(), 0, V(), V()},
       {"cube", cube(), 6, V(), V(0.5, 0.5, 0.5)},
       {"grid", grid(4, 2), 8, V(0, 0, 8), V(2, 1, 0)},
@@ -263,12 +255,12 @@ TEST(Mesh, MeasuresKnownBodies)
        // Each face's centre, weighted by its area.
        V(1, 1, 1) * ((0.5 / 3 * 2 + std::sqrt(0.75) / 3) / (1.5 + std::sqrt(0.75)))},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_NEAR(row.mesh.getArea(), row.area, 1e-14);
-    EXPECT_THAT(row.mesh.getAreaWeightedNormal(), IsNear(row.weightedNormal, 1e-14));
-    EXPECT_THAT(row.mesh.getCenterOfGravity(), IsNear(row.center, 1e-14));
-    EXPECT_EQ(row.mesh.getCurvedArea(), 0.0);
+  for (const auto& [name, mesh, expectedArea, weightedNormal, center] : rows) {
+    SCOPED_TRACE(name);
+    EXPECT_NEAR(mesh.getArea(), expectedArea, 1e-14);
+    EXPECT_THAT(mesh.getAreaWeightedNormal(), IsNear(weightedNormal, 1e-14));
+    EXPECT_THAT(mesh.getCenterOfGravity(), IsNear(center, 1e-14));
+    EXPECT_EQ(mesh.getCurvedArea(), 0.0);
   }
   EXPECT_EQ(grid(4, 2).getAverageNormal(), V(0, 0, 1));
   EXPECT_LT(Mesh(cube()).getAverageNormal().length(), 1e-12);
@@ -367,20 +359,16 @@ TEST(Mesh, BoxesItsPlacedVertices)
 TEST(Mesh, TellsTheSideOfAPlane)
 {
   const Mesh mesh = cube();
-  const struct
-  {
-    double z, eps;
-    Side side;
-    bool touches;
-  } rows[] = {{-1, 0.1, Side::Above, false}, {2, 0.1, Side::Below, false}, {0.5, 0.1, Side::Both, false},
-              {0, 0, Side::Above, true},     {1, 0, Side::Below, true},    {0.5, 0.5, Side::On, true},
-              {-0.1, 0.2, Side::Above, true}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.z);
-    bool touches = !row.touches;
-    EXPECT_EQ(mesh.getSide(Plane<double, 3>(V(0, 0, 1), row.z), row.eps, &touches), row.side);
-    EXPECT_EQ(touches, row.touches);
-    EXPECT_EQ(mesh.getSide(Plane<double, 3>(V(0, 0, 1), row.z), row.eps, nullptr), row.side);
+  const std::tuple<double, double, Side, bool> rows[] = {{-1, 0.1, Side::Above, false}, {2, 0.1, Side::Below, false},
+                                                         {0.5, 0.1, Side::Both, false}, {0, 0, Side::Above, true},
+                                                         {1, 0, Side::Below, true},     {0.5, 0.5, Side::On, true},
+                                                         {-0.1, 0.2, Side::Above, true}};
+  for (const auto& [z, eps, side, expectedTouches] : rows) {
+    SCOPED_TRACE(z);
+    bool touches = !expectedTouches;
+    EXPECT_EQ(mesh.getSide(Plane<double, 3>(V(0, 0, 1), z), eps, &touches), side);
+    EXPECT_EQ(touches, expectedTouches);
+    EXPECT_EQ(mesh.getSide(Plane<double, 3>(V(0, 0, 1), z), eps, nullptr), side);
   }
   EXPECT_EQ(static_cast<int>(Mesh().getSide(Plane<double, 3>(), 0, nullptr)), 0);
 }

@@ -33,9 +33,7 @@ void setTurningNormals(OwnTriangle& t, double xx, double xy, double yy)
 // A linear turn of the normals is fitted without residue, so its eigenvectors are the answer.
 TEST(TriangleCurvature, solvesTheEigenproblemOfALinearTurn)
 {
-  RandomGeometry random(523);
-  for (int i = 0; i < 1000; ++i) {
-    SCOPED_TRACE(i);
+  repeat(1000, 523, [&](RandomGeometry& random) {
     OwnTriangle t({random.uniform(-1, 1), random.uniform(-1, 1), 0}, {random.uniform(2, 3), random.uniform(-1, 1), 0},
                   {random.uniform(-1, 1), random.uniform(2, 3), 0});
     const double xx = random.uniform(-2, 2), xy = random.uniform(-2, 2), yy = random.uniform(-2, 2);
@@ -67,30 +65,25 @@ TEST(TriangleCurvature, solvesTheEigenproblemOfALinearTurn)
     EXPECT_NEAR(data->form(0, 1), turned(u).dot(v), 1e-9);
     EXPECT_EQ(data->form(0, 1), data->form(1, 0));
     EXPECT_NEAR(data->form(1, 1), turned(v).dot(v), 1e-9);
-  }
+  });
 }
 
 TEST(TriangleCurvature, diagonalFormsHaveTheBasisAsDirections)
 {
-  struct Row
-  {
-    double xx, yy, k1, k2;
-    Vector3 dir1, dir2;
-  };
-  const Row rows[] = {
+  const std::tuple<double, double, double, double, Vector3, Vector3> rows[] = {
       {2, 2, 2, 2, {2, 0, 0}, {0, 2, 0}}, {2, -2, -2, 2, {0, -2, 0}, {2, 0, 0}}, {-2, 2, -2, 2, {-2, 0, 0}, {0, 2, 0}},
       {3, 1, 3, 1, {3, 0, 0}, {0, 1, 0}}, {1, 3, 3, 1, {0, 3, 0}, {1, 0, 0}},    {-3, 1, -3, 1, {-3, 0, 0}, {0, 1, 0}},
       {0, 2, 2, 0, {0, 2, 0}, {0, 0, 0}}, {-2, 0, -2, 0, {-2, 0, 0}, {0, 0, 0}}, {0, 0, 0, 0, {0, 0, 0}, {0, 0, 0}}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.xx << ", " << row.yy);
+  for (const auto& [xx, yy, k1, k2, dir1, dir2] : rows) {
+    SCOPED_TRACE(testing::Message() << xx << ", " << yy);
     OwnTriangle t({0, 0, 0}, {1, 0, 0}, {0, 1, 0});
-    setTurningNormals(t, row.xx, 0, row.yy);
+    setTurningNormals(t, xx, 0, yy);
     const Curvature c(t.triangle);
     EXPECT_TRUE(c.known);
-    EXPECT_EQ(c.k1, row.k1);
-    EXPECT_EQ(c.k2, row.k2);
-    EXPECT_EQ(c.dir1, row.dir1);
-    EXPECT_EQ(c.dir2, row.dir2);
+    EXPECT_EQ(c.k1, k1);
+    EXPECT_EQ(c.k2, k2);
+    EXPECT_EQ(c.dir1, dir1);
+    EXPECT_EQ(c.dir2, dir2);
   }
 }
 
@@ -112,18 +105,17 @@ TEST(TriangleCurvature, nearlyDiagonalFormsStayFinite)
 
 TEST(TriangleCurvature, sphereHasTheInverseRadiusEverywhere)
 {
-  RandomGeometry random(527);
-  for (int i = 0; i < 200; ++i) {
+  repeat(200, 527, [&](RandomGeometry& random) {
     const double radius = random.logUniform(1e-2, 1e4);
     const Vector3 n[3] = {random.direction<3>(), random.direction<3>(), random.direction<3>()};
-    if ((n[1] - n[0]).cross(n[2] - n[0]).length() < 0.1) continue;
+    if ((n[1] - n[0]).cross(n[2] - n[0]).length() < 0.1) return;
     OwnTriangle t(radius * n[0], radius * n[1], radius * n[2]);
     for (unsigned corner = 0; corner < 3; ++corner)
       t.corners[corner].setNormal(n[corner]);
     const Curvature c(t.triangle);
     EXPECT_NEAR(c.k1 * radius, 1, 1e-8);
     EXPECT_NEAR(c.k2 * radius, 1, 1e-8);
-  }
+  });
 }
 
 TEST(TriangleCurvature, needsAllThreeNormals)
@@ -151,10 +143,8 @@ double circumcentricArea(const Vector3& p, const Vector3& q, const Vector3& r)
 
 TEST(TriangleVoronoiArea, isTheCircumcentricCellAndAddsUp)
 {
-  RandomGeometry random(529);
   int acute = 0;
-  for (int i = 0; i < 500; ++i) {
-    SCOPED_TRACE(i);
+  repeat(500, 529, [&](RandomGeometry& random) {
     const Vector3 p[3] = {random.inCube<3>(1), random.inCube<3>(1), random.inCube<3>(1)};
     const OwnTriangle t(p[0], p[1], p[2]);
     double sum = 0;
@@ -170,27 +160,22 @@ TEST(TriangleVoronoiArea, isTheCircumcentricCellAndAddsUp)
     }
     EXPECT_NEAR(sum, t.triangle.getArea(), 1e-12);
     acute += !obtuse;
-  }
+  });
   EXPECT_GT(acute, 50);
 }
 
 TEST(TriangleVoronoiArea, specialTriangles)
 {
-  struct Row
-  {
-    const char* what;
-    Vector3 a, b, c;
-    std::array<double, 3> areas;
-  };
-  const Row rows[] = {{"right angle at 0", {0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {1, 0.5, 0.5}},
-                      {"obtuse at 1", {4, 0, 0}, {0, 0, 0}, {-1, 1, 0}, {0.5, 1, 0.5}},
-                      {"obtuse at 2", {4, 0, 0}, {-1, 1, 0}, {0, 0, 0}, {0.5, 0.5, 1}},
-                      {"one point", {1, 2, 3}, {1, 2, 3}, {1, 2, 3}, {0, 0, 0}}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    const OwnTriangle t(row.a, row.b, row.c);
+  const std::tuple<const char*, Vector3, Vector3, Vector3, std::array<double, 3>> rows[] = {
+      {"right angle at 0", {0, 0, 0}, {2, 0, 0}, {0, 2, 0}, {1, 0.5, 0.5}},
+      {"obtuse at 1", {4, 0, 0}, {0, 0, 0}, {-1, 1, 0}, {0.5, 1, 0.5}},
+      {"obtuse at 2", {4, 0, 0}, {-1, 1, 0}, {0, 0, 0}, {0.5, 0.5, 1}},
+      {"one point", {1, 2, 3}, {1, 2, 3}, {1, 2, 3}, {0, 0, 0}}};
+  for (const auto& [what, a, b, c, areas] : rows) {
+    SCOPED_TRACE(what);
+    const OwnTriangle t(a, b, c);
     for (unsigned k = 0; k < 3; ++k)
-      EXPECT_DOUBLE_EQ(TriangleUtilities::computeVoronoiAreaForVertexOfTriangle(t.triangle, k).value(), row.areas[k]);
+      EXPECT_DOUBLE_EQ(TriangleUtilities::computeVoronoiAreaForVertexOfTriangle(t.triangle, k).value(), areas[k]);
     EXPECT_FALSE(TriangleUtilities::computeVoronoiAreaForVertexOfTriangle(t.triangle, 3));
   }
 }

@@ -56,10 +56,8 @@ double distanceOfPairs(const Vector3& a, const Vector3& b, const Vector3& c, con
 
 TEST(TriangleTriangleIntersection, givesTheTwoPiercingPoints)
 {
-  RandomGeometry random(541);
   int hits = 0;
-  for (int i = 0; i < 5000; ++i) {
-    SCOPED_TRACE(i);
+  repeat(5000, 541, [&](RandomGeometry& random) {
     const double size = random.logUniform(1e-2, 1e4);
     const Vector3 at = random.inCube<3>(10 * size);
     Corners a, b;
@@ -73,7 +71,7 @@ TEST(TriangleTriangleIntersection, givesTheTwoPiercingPoints)
     if (!result.found) {
       EXPECT_EQ(result.source, Vector3(7, 7, 7));
       EXPECT_EQ(result.target, Vector3(8, 8, 8));
-      continue;
+      return;
     }
     ++hits;
     EXPECT_LT(distanceOfPairs(result.source, result.target, expected[0], expected[1]), 1e-8 * size);
@@ -85,7 +83,7 @@ TEST(TriangleTriangleIntersection, givesTheTwoPiercingPoints)
       ASSERT_TRUE(variant.found);
       EXPECT_LT(distanceOfPairs(result.source, result.target, variant.source, variant.target), 1e-8 * size);
     }
-  }
+  });
   EXPECT_GT(hits, 300);
 }
 
@@ -93,29 +91,24 @@ TEST(TriangleTriangleIntersection, touchingIsNoCrossing)
 {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const Corners face = {{{0, 0, 0}, {4, 0, 0}, {0, 4, 0}}};
-  struct Row
-  {
-    const char* what;
-    Corners other;
-    bool crosses;
-  };
-  const Row rows[] = {{"through the face", {{{1, 1, -1}, {1, 1, 1}, {2, 1, 1}}}, true},
-                      {"a corner in the plane, the others on either side", {{{1, 1, 0}, {1, 2, 1}, {1, 2, -1}}}, true},
-                      {"a corner on the face", {{{1, 1, 0}, {1, 1, 1}, {2, 1, 1}}}, false},
-                      {"a corner just through the face", {{{1, 1, -0.9e-12}, {1, 1, 1}, {2, 1, 1}}}, false},
-                      {"a corner a little further", {{{1, 1, -2e-12}, {1, 1, 1}, {2, 1, 1}}}, true},
-                      {"an edge on the face", {{{1, 1, 0}, {2, 1, 0}, {1, 1, 1}}}, false},
-                      {"a common edge", {{{0, 0, 0}, {4, 0, 0}, {0, 0, 4}}}, false},
-                      {"the same triangle", face, false},
-                      {"coplanar and overlapping", {{{1, 1, 0}, {5, 1, 0}, {1, 5, 0}}}, false},
-                      {"through the plane beside the face", {{{9, 9, -1}, {9, 9, 1}, {10, 9, 1}}}, false},
-                      {"parallel planes", {{{0, 0, 1}, {4, 0, 1}, {0, 4, 1}}}, false},
-                      {"an edge of no width", {{{1, 1, -1}, {1, 1, 1}, {1, 1, 1}}}, false},
-                      {"not a number", {{{1, 1, nan}, {1, 1, 1}, {2, 1, 1}}}, false}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    EXPECT_EQ(cross(face, row.other).found, row.crosses);
-    EXPECT_EQ(cross(row.other, face).found, row.crosses);
+  const std::tuple<const char*, Corners, bool> rows[] = {
+      {"through the face", {{{1, 1, -1}, {1, 1, 1}, {2, 1, 1}}}, true},
+      {"a corner in the plane, the others on either side", {{{1, 1, 0}, {1, 2, 1}, {1, 2, -1}}}, true},
+      {"a corner on the face", {{{1, 1, 0}, {1, 1, 1}, {2, 1, 1}}}, false},
+      {"a corner just through the face", {{{1, 1, -0.9e-12}, {1, 1, 1}, {2, 1, 1}}}, false},
+      {"a corner a little further", {{{1, 1, -2e-12}, {1, 1, 1}, {2, 1, 1}}}, true},
+      {"an edge on the face", {{{1, 1, 0}, {2, 1, 0}, {1, 1, 1}}}, false},
+      {"a common edge", {{{0, 0, 0}, {4, 0, 0}, {0, 0, 4}}}, false},
+      {"the same triangle", face, false},
+      {"coplanar and overlapping", {{{1, 1, 0}, {5, 1, 0}, {1, 5, 0}}}, false},
+      {"through the plane beside the face", {{{9, 9, -1}, {9, 9, 1}, {10, 9, 1}}}, false},
+      {"parallel planes", {{{0, 0, 1}, {4, 0, 1}, {0, 4, 1}}}, false},
+      {"an edge of no width", {{{1, 1, -1}, {1, 1, 1}, {1, 1, 1}}}, false},
+      {"not a number", {{{1, 1, nan}, {1, 1, 1}, {2, 1, 1}}}, false}};
+  for (const auto& [what, other, crosses] : rows) {
+    SCOPED_TRACE(what);
+    EXPECT_EQ(cross(face, other).found, crosses);
+    EXPECT_EQ(cross(other, face).found, crosses);
   }
 }
 
