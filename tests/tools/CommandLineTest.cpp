@@ -158,6 +158,15 @@ TEST_F(CommandLine, WritesAndDrawsPolylines)
     const Answer back = run("polyline out.txt info --json" + drop);
     EXPECT_THAT(back.out, testing::AllOf(HasSubstr("\"closed\": true"), HasSubstr("\"area\": 35.1")));
   }
+
+  // A second file is drawn and not written; lines too small for a scale are drawn as well.
+  write("small.txt", "poly3d\n0 0 0 0\n1 1e-320 0 0\n");
+  EXPECT_EQ(run("polyline in.txt intersect --with small.txt --out out.txt --svg out.svg").code, 0);
+  EXPECT_THAT(contentOf(folder / "out.svg"), testing::ContainsRegex("second file</title>.<path"));
+  EXPECT_EQ(run("polyline small.txt info --json --svg out.svg").code, 0);
+  EXPECT_THAT(contentOf(folder / "out.svg"), testing::Not(testing::ContainsRegex("nan|inf")));
+  write("\xff", square);
+  EXPECT_THAT(run("polyline '\xff' info --json").out, HasSubstr("\"points\": 4"));
 }
 
 TEST_F(CommandLine, RefusesBadInputInOneLine)
@@ -235,6 +244,11 @@ TEST_F(CommandLine, RefusesWhatItCannotUnderstand)
   write("square.txt", square);
   for (const char* arguments : {"polyline",
                                 "polyline square.txt",
+                                "polyline bogus",
+                                "polyline square.txt info --out ''",
+                                "polyline square.txt info --svg -",
+                                "polyline square.txt thin --tolerance 1 --svg a --out a",
+                                "polyline square.txt intersect --with ''",
                                 "polyline square.txt thin",
                                 "polyline square.txt thin --tolerance 0",
                                 "polyline square.txt split",

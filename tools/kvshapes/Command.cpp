@@ -20,12 +20,6 @@ constexpr unsigned leafSize = 8;
 constexpr unsigned maxDepth = 64;
 constexpr double largestCoordinate = 1e70; // products of four of them must be finite
 
-/// A file that can't be used; names the file and, where there is one, the line.
-struct InputError : std::runtime_error
-{
-  using std::runtime_error::runtime_error;
-};
-
 [[noreturn]] void fail(const std::string& file, std::size_t line, const std::string& message)
 {
   throw InputError(line > 0 ? fmt::format("{}:{}: {}", file, line, message) : fmt::format("{}: {}", file, message));

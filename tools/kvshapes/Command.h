@@ -25,6 +25,12 @@ struct UsageError : std::runtime_error
   using std::runtime_error::runtime_error;
 };
 
+/// A file that can't be used; names the file and, where there is one, the line. Exit code 1.
+struct InputError : std::runtime_error
+{
+  using std::runtime_error::runtime_error;
+};
+
 /// Writes a result to standard output: as JSON, or as lines of text with one table for each list of records. Raises
 /// when standard output doesn't take all of it.
 void print(const Json& result, bool asJson);

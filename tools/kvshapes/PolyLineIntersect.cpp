@@ -100,6 +100,8 @@ public:
       add({{"line", a.numbers[i]}, {"segment", places[k].first}, {"parameter", places[k].second}}, points[k]);
   }
 
+  void draw(const Line& other) { outcome.others.push_back(other); }
+
   Outcome finish()
   {
     outcome.report = {{"count", records.size()}, {"crossings", std::move(records)}};
@@ -132,6 +134,8 @@ Outcome intersect(const Options& options, const std::vector<NumberedLine>& lines
   } else if (!options.other.empty()) {
     const std::vector<NumberedLine> others = numbered(readPolyLines(options.other));
     const SeenLines second(others, view);
+    for (const NumberedLine& entry : others)
+      collector.draw(entry.line);
     for (std::size_t i = 0; i < count; ++i)
       for (std::size_t j = 0; j < others.size(); ++j)
         collector.crossPair(first, i, second, j);

@@ -67,18 +67,36 @@ Outcome perform(const LineOptions& options, const LineAction& action, const std:
     return action(lines, view);
   } catch (const UsageError&) {
     throw;
+  } catch (const InputError&) { // a second file, by its own name
+    throw;
   } catch (const std::exception& error) {
     throw std::runtime_error(options.file + ": " + error.what());
   }
 }
 
-void run(const LineOptions& options, const LineAction& action, bool asJson)
+// An empty value, as a variable that isn't set gives it, doesn't mean that the option isn't there.
+void refuseEmptyValues(const CLI::App& action)
+{
+  for (const CLI::Option* option : action.get_options())
+    for (const std::string& value : option->results())
+      if (value.empty()) throw UsageError(option->get_name() + ": a value is needed");
+}
+
+void checkFiles(const LineOptions& options)
 {
   if (options.file.empty()) throw UsageError("polyline: FILE is required");
+  if (options.svg == "-") throw UsageError("--svg: the name of a file is needed, not \"-\"");
+  if (!options.svg.empty() && (options.svg == options.file || options.svg == options.out))
+    throw UsageError(fmt::format("--svg: {} is the file of the polylines", options.svg));
+}
+
+void run(const LineOptions& options, const LineAction& action, bool asJson)
+{
+  checkFiles(options);
   const std::vector<NumberedLine> lines = chosenLines(options);
   const View view(options.dropped.front(), lines);
   const Outcome outcome = perform(options, action, lines, view);
-  if (!options.svg.empty()) drawSvg(options.svg, view, lines, outcome.lines, outcome.marks);
+  if (!options.svg.empty()) drawSvg(options.svg, view, lines, outcome);
   if (options.out == "-") {
     writeLines(std::cout, outcome);
     if (!std::cout) throw std::runtime_error("the answer can't be written to standard output");
@@ -149,7 +167,10 @@ CLI::App* LineCommand::add(const std::string& name, const std::string& descripti
       ->check(CLI::IsMember({"x", "y", "z"}));
   result->add_option("--svg", options->svg, "Draw the polylines before and after to this file");
   result->add_option("--out", options->out, "Write the result in the text format to this file, or - for the screen");
-  result->callback([shared = options, action = std::move(action), &json = asJson] { run(*shared, action, json); });
+  result->callback([result, shared = options, action = std::move(action), &json = asJson] {
+    refuseEmptyValues(*result);
+    run(*shared, action, json);
+  });
   return result;
 }
 

@@ -46,6 +46,7 @@ struct Outcome
   Json report;
   std::vector<Line> lines;
   std::vector<Point3N> marks;
+  std::vector<Line> others; ///< of a second file: drawn, but not written
 };
 
 /// What every action on polylines is told.
@@ -75,9 +76,9 @@ private:
   const bool& asJson;
 };
 
-/// Draws the lines before and after, and marks, as an SVG file. Raises when it can't be written.
+/// Draws the lines before and what an action made of them as an SVG file. Raises when it can't be written.
 void drawSvg(const std::string& file, const View& view, const std::vector<NumberedLine>& before,
-             const std::vector<Line>& after, const std::vector<Point3N>& marks);
+             const Outcome& outcome);
 
 /// Lines as they come from a file.
 std::vector<NumberedLine> numbered(std::vector<Line> lines);

@@ -69,7 +69,7 @@ void printText(const Json& result)
 void print(const Json& result, bool asJson)
 {
   if (asJson)
-    fmt::print("{}\n", result.dump(2));
+    fmt::print("{}\n", result.dump(2, ' ', false, Json::error_handler_t::replace)); // file names may be any bytes
   else
     printText(result);
   if (std::fflush(stdout) != 0) throw std::runtime_error("the answer can't be written to standard output");

@@ -4,6 +4,8 @@
 #include <fmt/ostream.h>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <fstream>
 #include <utility>
 
@@ -14,6 +16,10 @@ namespace {
 constexpr double width = 800.0; // pixels that the longer side of the drawing takes
 constexpr double margin = 20.0;
 constexpr double markRadius = 3.0;
+constexpr const char* colourBefore = "#9aa5b1";
+constexpr const char* colourOfOthers = "#1f2937";
+constexpr const char* colourOfMarks = "#1d4ed8";
+constexpr std::array coloursAfter{"#c2410c", "#15803d"}; // in turn, so that the pieces of a line show
 
 /// Brings the picture's plane to pixels: y points down there.
 class Canvas
@@ -21,14 +27,19 @@ class Canvas
 public:
   explicit Canvas(const View& lineView) : view(lineView) {}
 
-  void include(const Vector<double, 3>& p) { box.enlarge(view.toView(p)); }
+  void include(const Line& line)
+  {
+    for (const Point3N& point : line)
+      box.enlarge(view.toView(point));
+  }
 
   /// Call it when everything is included.
   void fit()
   {
     const Vector<double, 3> extent = box.getMax() - box.getMin();
     const double longest = std::max(extent.x(), extent.y());
-    scale = longest > 0.0 ? width / longest : 1.0;
+    const double wanted = width / longest;
+    scale = std::isfinite(wanted) ? wanted : 1.0; // all points may lie in one place
   }
 
   double getWidth() const { return (box.getMax().x() - box.getMin().x()) * scale + 2.0 * margin; }
@@ -46,9 +57,9 @@ private:
   double scale = 1.0;
 };
 
-void drawLine(std::ostream& out, const Canvas& canvas, const Line& line)
+void drawLine(std::ostream& out, const Canvas& canvas, const Line& line, const char* colour)
 {
-  fmt::print(out, "<path d=\"");
+  fmt::print(out, "<path stroke=\"{}\" d=\"", colour);
   for (std::size_t i = 0; i < line.numberOfPoints(); ++i) {
     const auto [x, y] = canvas.place(line[i]);
     fmt::print(out, "{}{:.2f} {:.2f}", i == 0 ? 'M' : 'L', x, y);
@@ -65,16 +76,14 @@ void drawMark(std::ostream& out, const Canvas& canvas, const Vector<double, 3>& 
 
 } // namespace
 
-void drawSvg(const std::string& file, const View& view, const std::vector<NumberedLine>& before,
-             const std::vector<Line>& after, const std::vector<Point3N>& marks)
+void drawSvg(const std::string& file, const View& view, const std::vector<NumberedLine>& before, const Outcome& outcome)
 {
   Canvas canvas(view);
   for (const NumberedLine& entry : before)
-    for (const Point3N& point : entry.line)
-      canvas.include(point);
-  for (const Line& line : after)
-    for (const Point3N& point : line)
-      canvas.include(point);
+    canvas.include(entry.line);
+  for (const auto* lines : {&outcome.others, &outcome.lines})
+    for (const Line& line : *lines)
+      canvas.include(line);
   canvas.fit();
 
   std::ofstream out(file);
@@ -83,14 +92,17 @@ void drawSvg(const std::string& file, const View& view, const std::vector<Number
   fmt::print(out, "viewBox=\"0 0 {0:.2f} {1:.2f}\" fill=\"none\" stroke-linecap=\"round\" stroke-linejoin=\"round\">\n",
              canvas.getWidth(), canvas.getHeight());
   fmt::print(out, "<rect width=\"100%\" height=\"100%\" fill=\"white\"/>\n");
-  fmt::print(out, "<g stroke=\"#9aa5b1\" stroke-width=\"2.5\">\n<title>before</title>\n");
+  fmt::print(out, "<g stroke-width=\"2.5\">\n<title>before</title>\n");
   for (const NumberedLine& entry : before)
-    drawLine(out, canvas, entry.line);
-  fmt::print(out, "</g>\n<g stroke=\"#c2410c\" stroke-width=\"1\">\n<title>after</title>\n");
-  for (const Line& line : after)
-    drawLine(out, canvas, line);
-  fmt::print(out, "</g>\n<g fill=\"#1d4ed8\">\n<title>points</title>\n");
-  for (const Point3N& mark : marks)
+    drawLine(out, canvas, entry.line, colourBefore);
+  fmt::print(out, "</g>\n<g stroke-width=\"1\">\n<title>second file</title>\n");
+  for (const Line& line : outcome.others)
+    drawLine(out, canvas, line, colourOfOthers);
+  fmt::print(out, "</g>\n<g stroke-width=\"1\">\n<title>after</title>\n");
+  for (std::size_t i = 0; i < outcome.lines.size(); ++i)
+    drawLine(out, canvas, outcome.lines[i], coloursAfter[i % coloursAfter.size()]);
+  fmt::print(out, "</g>\n<g fill=\"{}\">\n<title>points</title>\n", colourOfMarks);
+  for (const Point3N& mark : outcome.marks)
     drawMark(out, canvas, mark);
   fmt::print(out, "</g>\n</svg>\n");
   out.flush();

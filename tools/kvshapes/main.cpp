@@ -4,11 +4,23 @@
 
 #include <cstdio>
 #include <exception>
+#include <string>
 
 namespace {
 
 constexpr int failed = 1;
 constexpr int wrongUsage = 2;
+
+// The commands that were understood before the line went wrong.
+std::string understood(const CLI::App& app)
+{
+  std::string names = app.get_name();
+  for (const CLI::App* last = &app; !last->get_subcommands().empty();) {
+    last = last->get_subcommands().front();
+    names += ' ' + last->get_name();
+  }
+  return names;
+}
 
 int run(int argc, char** argv)
 {
@@ -29,7 +41,7 @@ int run(int argc, char** argv)
   } catch (const CLI::Success& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    fmt::print(stderr, "kvshapes: {}\n", error.what());
+    fmt::print(stderr, "kvshapes: {}; see {} --help\n", error.what(), understood(app));
     return wrongUsage;
   }
   return 0;
