@@ -320,6 +320,28 @@ TEST(PolyLineSplitAlgorithm, FindsTheWayBetweenTwoPoints)
   }
 }
 
+TEST(PolyLineSplitAlgorithm, GoesAroundFromAVertexToItselfByOrientation)
+{
+  struct Row
+  {
+    const char* line;
+    const char* point;
+    const char* piece; // null for none
+  };
+  const Row rows[] = {
+      {"0,0,0 4,0,0 4,4,0 closed", "0,0,0", "0,0,0"}, {"0,0,0 4,4,0 4,0,0 closed", "0,0,0", "0,0,0 4,4,0 4,0,0 0,0,0"},
+      {"0,0,0 4,0,0 4,4,0 closed", "2,0,0", nullptr}, {"0,0,0 4,4,0 4,0,0 closed", "2,2,0", nullptr},
+      {"0,0,0 4,0,0 4,4,0", "0,0,0", nullptr},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.line) + " at " + row.point);
+    std::shared_ptr<Line> piece;
+    const Position point = pointFrom<Position>(row.point);
+    Split::splitOrdered(polyLineFrom<Position>(row.line), point, point, piece);
+    EXPECT_EQ(piece ? textOf(*piece) : "none", row.piece ? row.piece : "none");
+  }
+}
+
 TEST(PolyLineSplitAlgorithm, TakesAPieceFromOnePlace)
 {
   struct Row
