@@ -15,26 +15,21 @@ GeometricTolerances sample() { return {0.02, 0.6, 0.06, 0.2, 30.0}; }
 TEST(GeometricTolerancesTest, FlagsComeFirstThenTheSetValues)
 {
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  struct Row
-  {
-    const char* name;
-    void (GeometricTolerances::*set)(double);
-    double usual;
-  };
-  const Row rows[] = {{"cad", &GeometricTolerances::setCadTolerance, 0.01},
-                      {"stitching", &GeometricTolerances::setStitchingDistance, 0.5},
-                      {"meshing", &GeometricTolerances::setMeshingTolerance, 0.05},
-                      {"error", &GeometricTolerances::setGeomErrorTolerance, 0.1},
-                      {"side", &GeometricTolerances::setMaxMeshingSideLength, 20.0}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    const auto with = [&](GeometricTolerances tolerances, double value) {
-      (tolerances.*row.set)(value);
+  const std::tuple<const char*, void (GeometricTolerances::*)(double), double> rows[] = {
+      {"cad", &GeometricTolerances::setCadTolerance, 0.01},
+      {"stitching", &GeometricTolerances::setStitchingDistance, 0.5},
+      {"meshing", &GeometricTolerances::setMeshingTolerance, 0.05},
+      {"error", &GeometricTolerances::setGeomErrorTolerance, 0.1},
+      {"side", &GeometricTolerances::setMaxMeshingSideLength, 20.0}};
+  for (const auto& [name, set, value] : rows) {
+    SCOPED_TRACE(name);
+    const auto with = [set = set](GeometricTolerances tolerances, double changed) {
+      (tolerances.*set)(changed);
       return tolerances;
     };
     const auto& usual = GeometricTolerances::getDefault();
-    EXPECT_EQ(with(usual, row.usual + 1e-13), usual);
-    EXPECT_NE(with(usual, row.usual + 2e-12), usual);
+    EXPECT_EQ(with(usual, value + 1e-13), usual);
+    EXPECT_NE(with(usual, value + 2e-12), usual);
     EXPECT_NE(with(usual, nan), with(usual, nan));
     EXPECT_EQ(with(GeometricTolerances(), 1e-12), with(GeometricTolerances(), 0.0)) << "the bound is inclusive";
     EXPECT_NE(with(GeometricTolerances(), 0.0), GeometricTolerances()) << "same value, other flag";
@@ -45,16 +40,14 @@ TEST(GeometricTolerancesTest, FlagsComeFirstThenTheSetValues)
 
 TEST(GeometricTolerancesTest, ChecksHoldAtEquality)
 {
-  struct Row
-  {
-    double stitching, meshing, side;
-    bool stitchingFits, sideFits;
-  };
-  for (const Row& row : {Row{0.05, 0.05, 0.05, true, true}, Row{0.04, 0.05, 20, false, true},
-                         Row{0.06, 0.05, 0.01, true, false}, Row{0, 0, 0, true, true}}) {
-    const GeometricTolerances tolerances(0, row.stitching, row.meshing, 0, row.side);
-    EXPECT_EQ(tolerances.checkStitchingDistAndMeshingTolerance(), row.stitchingFits);
-    EXPECT_EQ(tolerances.checkMaxSideLengthAndMeshingTolerance(), row.sideFits);
+  const std::tuple<double, double, double, bool, bool> rows[] = {{0.05, 0.05, 0.05, true, true},
+                                                                 {0.04, 0.05, 20, false, true},
+                                                                 {0.06, 0.05, 0.01, true, false},
+                                                                 {0, 0, 0, true, true}};
+  for (const auto& [stitching, meshing, side, stitchingFits, sideFits] : rows) {
+    const GeometricTolerances tolerances(0, stitching, meshing, 0, side);
+    EXPECT_EQ(tolerances.checkStitchingDistAndMeshingTolerance(), stitchingFits);
+    EXPECT_EQ(tolerances.checkMaxSideLengthAndMeshingTolerance(), sideFits);
   }
 }
 
@@ -86,60 +79,40 @@ TEST(GeometricTolerancesTest, ArchiveOrder)
 
 TEST(GeometricTolerancesTest, OldStreamsLoad)
 {
-  struct Row
-  {
-    unsigned version;
-    bool hasGeomError, hasStray, hasSmoothness;
-  };
-  for (const Row& row :
-       {Row{0, false, false, false}, Row{300000, false, false, false}, Row{300001, true, false, false},
-        Row{500000, true, false, false}, Row{500001, true, true, true}, Row{500002, true, false, true}}) {
-    SCOPED_TRACE(row.version);
+  for (const unsigned version : {0u, 300000u, 300001u, 500000u, 500001u, 500002u}) {
+    SCOPED_TRACE(version);
+    const bool hasGeomError = version >= 300001, hasSmoothness = version >= 500001;
     Testing::ArchiveWriter old;
-    old.version(key, row.version);
+    old.version(key, version);
     old.object(key, [&] {
       old << 0.6 << 0.07;
-      if (row.hasGeomError) old << 0.2;
+      if (hasGeomError) old << 0.2;
       old << 0.02 << 30.0 << true;
-      if (row.hasGeomError)
+      if (hasGeomError)
         old << false << true;
       else
         old << 4711.0;
       old << true << true;
-      if (row.hasStray) old << 4711.0;
-      if (row.hasSmoothness) old << 0.5 << 0.75;
+      if (version == 500001) old << 4711.0;
+      if (hasSmoothness) old << 0.5 << 0.75;
     });
-    GeometricTolerances loaded;
-    loaded.setMeshingTolerance(1.0); // a flag that the oldest form leaves as it is
-    Testing::loadFrom(old.bytes(), loaded);
-
-    GeometricTolerances expected;
-    expected.setStitchingDistance(0.6);
-    expected.setGeomErrorTolerance(row.hasGeomError ? 0.2 : 0.07);
-    expected.setCadTolerance(0.02);
-    expected.setMaxMeshingSideLength(30.0);
-    if (!row.hasGeomError) expected.setMeshingTolerance(0.07);
-    EXPECT_EQ(loaded, expected);
-    EXPECT_EQ(loaded.getMeshingTolerance(), 0.07);
-    EXPECT_EQ(loaded.getG1Tolerance(), row.hasSmoothness ? 0.5 : CadConstants::DefaultG1Tolerance);
-    EXPECT_EQ(loaded.getG2Tolerance(), row.hasSmoothness ? 0.75 : CadConstants::DefaultG2Tolerance);
+    const auto bytes = old.bytes();
+    for (const bool wasSet : {true, false}) {
+      GeometricTolerances loaded, expected;
+      if (wasSet) loaded.setMeshingTolerance(1.0); // the oldest form leaves this flag and copies it to its neighbour
+      Testing::loadFrom(bytes, loaded);
+      expected.setStitchingDistance(0.6);
+      expected.setCadTolerance(0.02);
+      expected.setMaxMeshingSideLength(30.0);
+      if (hasGeomError || wasSet) expected.setGeomErrorTolerance(hasGeomError ? 0.2 : 0.07);
+      if (!hasGeomError && wasSet) expected.setMeshingTolerance(0.07);
+      EXPECT_EQ(loaded, expected);
+      EXPECT_EQ(loaded.getMeshingTolerance(), 0.07);
+      EXPECT_EQ(loaded.getGeomErrorTolerance(), hasGeomError ? 0.2 : 0.07);
+      EXPECT_EQ(loaded.getG1Tolerance(), hasSmoothness ? 0.5 : CadConstants::DefaultG1Tolerance);
+      EXPECT_EQ(loaded.getG2Tolerance(), hasSmoothness ? 0.75 : CadConstants::DefaultG2Tolerance);
+    }
   }
-}
-
-TEST(GeometricTolerancesTest, OldestFormCopiesTheMeshingFlagOfTheTarget)
-{
-  Testing::ArchiveWriter old;
-  old.version(key, 300000);
-  old.object(key, [&] { old << 0.6 << 0.07 << 0.02 << 30.0 << true << 4711.0 << true << true; });
-  const auto bytes = old.bytes();
-  GeometricTolerances unset;
-  Testing::loadFrom(bytes, unset);
-  GeometricTolerances expected;
-  expected.setStitchingDistance(0.6);
-  expected.setCadTolerance(0.02);
-  expected.setMaxMeshingSideLength(30.0);
-  EXPECT_EQ(unset, expected);
-  EXPECT_EQ(unset.getGeomErrorTolerance(), 0.07);
 }
 
 } // namespace
