@@ -187,8 +187,64 @@ KVSHAPES_PERSISTENT_CLASS(Link, "ZooLink", 1)
 KVSHAPES_PERSISTENT_CLASS(Triple, "ZooTriple", 1)
 KVSHAPES_PERSISTENT_CLASS(Crate, "ZooCrate", 0xFFFFFFFFu)
 
-void Shape::save(PersistenceArchiver& archiver, unsigned int) const { archiver << tag; }
-void Shape::load(PersistenceArchiver& archiver, unsigned int) { archiver >> tag; }
+struct Saving
+{
+  PersistenceArchiver& archive;
+
+  template <class Base, class Self>
+  void parent(const Self& self)
+  {
+    Persistence::saveParent<Base>(archive, self);
+  }
+  void values(const auto&... value) { (archive << ... << value); }
+  void object(const auto& value) { Persistence::saveObject(archive, value); }
+  void containers(const auto&... list) { (Persistence::saveContainer(archive, list), ...); }
+  void container64(const auto& list) { Persistence::saveContainer64(archive, list); }
+  void pointer(const auto& value) { Persistence::savePointer(archive, value); }
+};
+
+struct Loading
+{
+  PersistenceArchiver& archive;
+
+  template <class Base, class Self>
+  void parent(Self& self)
+  {
+    Persistence::loadParent<Base>(archive, self);
+  }
+  void values(auto&... value) { (archive >> ... >> value); }
+  void object(auto& value) { Persistence::loadObject(archive, value); }
+  void containers(auto&... list) { (Persistence::loadContainer(archive, list), ...); }
+  void container64(auto& list) { Persistence::loadContainer64(archive, list); }
+  void pointer(auto& value) { Persistence::loadPointer(archive, value); }
+};
+
+/// Defines `save` and `load` by the steps that both take.
+#define KVSHAPES_ZOO_STEPS(Class, ...)                                                                                 \
+  void Class::save(PersistenceArchiver& archiver, unsigned int) const                                                  \
+  {                                                                                                                    \
+    Saving way{archiver};                                                                                              \
+    __VA_ARGS__;                                                                                                       \
+  }                                                                                                                    \
+  void Class::load(PersistenceArchiver& archiver, unsigned int)                                                        \
+  {                                                                                                                    \
+    Loading way{archiver};                                                                                             \
+    __VA_ARGS__;                                                                                                       \
+  }
+
+KVSHAPES_ZOO_STEPS(Shape, way.values(tag))
+KVSHAPES_ZOO_STEPS(Ball, way.parent<Round>(*this), way.values(color))
+KVSHAPES_ZOO_STEPS(Labelled, way.values(label))
+KVSHAPES_ZOO_STEPS(Sign, way.parent<Labelled>(*this), way.parent<Shape>(*this))
+KVSHAPES_ZOO_STEPS(Orphan, way.parent<Shape>(*this))
+KVSHAPES_ZOO_STEPS(Corner, way.values(x))
+KVSHAPES_ZOO_STEPS(RichCorner, way.parent<Corner>(*this), way.values(extra))
+KVSHAPES_ZOO_STEPS(Solid, way.containers(faces, corners))
+KVSHAPES_ZOO_STEPS(Link, way.pointer(next))
+KVSHAPES_ZOO_STEPS(Triple, way.values(values[0], values[1], values[2]))
+KVSHAPES_ZOO_STEPS(Crate, way.values(flag, number, count, ratio, length, big, text), way.object(parcel),
+                   way.containers(doubles, flags, texts, ints, triples, scattered, parcels, pairs),
+                   way.container64(manyFloats), way.containers(shapes), way.pointer(round))
 
 void Round::save(PersistenceArchiver& archiver, unsigned int) const
 {
@@ -202,37 +258,6 @@ void Round::load(PersistenceArchiver& archiver, unsigned int version)
   archiver >> radius;
 }
 
-void Ball::save(PersistenceArchiver& archiver, unsigned int) const
-{
-  Persistence::saveParent<Round>(archiver, *this);
-  archiver << color;
-}
-void Ball::load(PersistenceArchiver& archiver, unsigned int)
-{
-  Persistence::loadParent<Round>(archiver, *this);
-  archiver >> color;
-}
-
-void Labelled::save(PersistenceArchiver& archiver, unsigned int) const { archiver << label; }
-void Labelled::load(PersistenceArchiver& archiver, unsigned int) { archiver >> label; }
-
-void Sign::save(PersistenceArchiver& archiver, unsigned int) const
-{
-  Persistence::saveParent<Labelled>(archiver, *this);
-  Persistence::saveParent<Shape>(archiver, *this);
-}
-void Sign::load(PersistenceArchiver& archiver, unsigned int)
-{
-  Persistence::loadParent<Labelled>(archiver, *this);
-  Persistence::loadParent<Shape>(archiver, *this);
-}
-
-void Orphan::save(PersistenceArchiver& archiver, unsigned int) const
-{
-  Persistence::saveParent<Shape>(archiver, *this);
-}
-void Orphan::load(PersistenceArchiver& archiver, unsigned int) { Persistence::loadParent<Shape>(archiver, *this); }
-
 void Parcel::save(PersistenceArchiver& archiver, unsigned int) const { archiver << weight << label; }
 void Parcel::load(PersistenceArchiver& archiver, unsigned int version)
 {
@@ -245,20 +270,6 @@ void Parcel::load(PersistenceArchiver& archiver, unsigned int version)
   if (version >= 3) archiver >> label;
 }
 
-void Corner::save(PersistenceArchiver& archiver, unsigned int) const { archiver << x; }
-void Corner::load(PersistenceArchiver& archiver, unsigned int) { archiver >> x; }
-
-void RichCorner::save(PersistenceArchiver& archiver, unsigned int) const
-{
-  Persistence::saveParent<Corner>(archiver, *this);
-  archiver << extra;
-}
-void RichCorner::load(PersistenceArchiver& archiver, unsigned int)
-{
-  Persistence::loadParent<Corner>(archiver, *this);
-  archiver >> extra;
-}
-
 void Face::save(PersistenceArchiver& archiver, unsigned int) const
 {
   Persistence::savePointer(archiver, first);
@@ -268,59 +279,6 @@ void Face::load(PersistenceArchiver& archiver, unsigned int)
 {
   Persistence::loadPointer(archiver, first, true);
   Persistence::loadPointer(archiver, second, true);
-}
-
-void Solid::save(PersistenceArchiver& archiver, unsigned int) const
-{
-  Persistence::saveContainer(archiver, faces);
-  Persistence::saveContainer(archiver, corners);
-}
-void Solid::load(PersistenceArchiver& archiver, unsigned int)
-{
-  Persistence::loadContainer(archiver, faces);
-  Persistence::loadContainer(archiver, corners);
-}
-
-void Link::save(PersistenceArchiver& archiver, unsigned int) const { Persistence::savePointer(archiver, next); }
-void Link::load(PersistenceArchiver& archiver, unsigned int) { Persistence::loadPointer(archiver, next); }
-
-void Triple::save(PersistenceArchiver& archiver, unsigned int) const
-{
-  archiver << values[0] << values[1] << values[2];
-}
-void Triple::load(PersistenceArchiver& archiver, unsigned int) { archiver >> values[0] >> values[1] >> values[2]; }
-
-void Crate::save(PersistenceArchiver& archiver, unsigned int) const
-{
-  archiver << flag << number << count << ratio << length << big << text;
-  Persistence::saveObject(archiver, parcel);
-  Persistence::saveContainer(archiver, doubles);
-  Persistence::saveContainer(archiver, flags);
-  Persistence::saveContainer(archiver, texts);
-  Persistence::saveContainer(archiver, ints);
-  Persistence::saveContainer(archiver, triples);
-  Persistence::saveContainer(archiver, scattered);
-  Persistence::saveContainer(archiver, parcels);
-  Persistence::saveContainer(archiver, pairs);
-  Persistence::saveContainer64(archiver, manyFloats);
-  Persistence::saveContainer(archiver, shapes);
-  Persistence::savePointer(archiver, round);
-}
-void Crate::load(PersistenceArchiver& archiver, unsigned int)
-{
-  archiver >> flag >> number >> count >> ratio >> length >> big >> text;
-  Persistence::loadObject(archiver, parcel);
-  Persistence::loadContainer(archiver, doubles);
-  Persistence::loadContainer(archiver, flags);
-  Persistence::loadContainer(archiver, texts);
-  Persistence::loadContainer(archiver, ints);
-  Persistence::loadContainer(archiver, triples);
-  Persistence::loadContainer(archiver, scattered);
-  Persistence::loadContainer(archiver, parcels);
-  Persistence::loadContainer(archiver, pairs);
-  Persistence::loadContainer64(archiver, manyFloats);
-  Persistence::loadContainer(archiver, shapes);
-  Persistence::loadPointer(archiver, round);
 }
 
 inline std::shared_ptr<Ball> redBall()

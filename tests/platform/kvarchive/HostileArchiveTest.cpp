@@ -114,21 +114,16 @@ TEST(HostileArchive, FramesMustStandWhereTheySay)
   // A Round of [address][end][hash][Shape frame][radius] at 16, with one word altered.
   Round round;
   const std::vector<char> good = Testing::archiveOf(round);
-  const struct
-  {
-    const char* what;
-    std::size_t at;
-    unsigned int value;
-  } cases[] = {
+  const std::tuple<const char*, std::size_t, unsigned int> cases[] = {
       {"address of another frame", 16, 32},    {"end inside the head", 20, 27},  {"end before its content", 20, 44},
       {"end beyond the data", 20, 0x10000000}, {"a reference", 20, 0},           {"no object", 16, 0},
       {"child that ends in its head", 32, 39}, {"child that ends late", 32, 56},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [what, offset, value] : cases) {
+    SCOPED_TRACE(what);
     std::vector<char> bytes = good;
     for (std::size_t i = 0; i < 4; ++i)
-      bytes[c.at + i] = static_cast<char>(c.value >> (8 * i) & 0xFFu);
+      bytes[offset + i] = static_cast<char>(value >> (8 * i) & 0xFFu);
     EXPECT_THROW(Testing::loadFrom(bytes, round), PersistenceException);
   }
   EXPECT_NO_THROW(Testing::loadFrom(good, round));
@@ -136,23 +131,18 @@ TEST(HostileArchive, FramesMustStandWhereTheySay)
 
 TEST(HostileArchive, ReferencesMustReachAFrameOfTheirClass)
 {
-  const struct
-  {
-    const char* what;
-    unsigned int address;
-    const char* key;
-  } cases[] = {{"the head", 4, "ZooLink"},
-               {"no frame", 24, "ZooLink"},
-               {"another class", 20, "ZooLink"},
-               {"the end", 0xFFFFFFFF, "ZooLink"},
-               {"itself", 48, "ZooLink"},
-               {"class table", 60, "ZooLink"},
-               {"class that doesn't fit", 20, "ZooCorner"}};
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  const std::tuple<const char*, unsigned int, const char*> cases[] = {{"the head", 4, "ZooLink"},
+                                                                      {"no frame", 24, "ZooLink"},
+                                                                      {"another class", 20, "ZooLink"},
+                                                                      {"the end", 0xFFFFFFFF, "ZooLink"},
+                                                                      {"itself", 48, "ZooLink"},
+                                                                      {"class table", 60, "ZooLink"},
+                                                                      {"class that doesn't fit", 20, "ZooCorner"}};
+  for (const auto& [what, address, key] : cases) {
+    SCOPED_TRACE(what);
     ArchiveWriter writer;
     writer.object("ZooCorner", [&] { writer << 1.0; });
-    writer.reference(c.address, c.key);
+    writer.reference(address, key);
     const auto bytes = writer.bytes();
     PersistenceArchiver archive;
     archive.openForReading(bytes);

@@ -171,31 +171,25 @@ TEST(Persistence, ATargetOfTheStoredClassIsLoadedInPlace)
 
 TEST(Persistence, VersionsReachLoad)
 {
-  const struct
-  {
-    unsigned int version;
-    std::function<void(ArchiveWriter&)> body;
-    double weight;
-    std::string label;
-  } cases[] = {
+  const std::tuple<unsigned int, std::function<void(ArchiveWriter&)>, double, std::string> cases[] = {
       {1, [](ArchiveWriter& w) { w << 5; }, 5, "none"},
       {2, [](ArchiveWriter& w) { w << 5.5; }, 5.5, "none"},
       {3, [](ArchiveWriter& w) { w << 5.5 << std::string("new"); }, 5.5, "new"},
       {4, [](ArchiveWriter& w) { w << 5.5 << std::string("new") << 1.0 << 2.0; }, 5.5, "new"}, // skipped
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.version);
+  for (const auto& [version, body, weight, label] : cases) {
+    SCOPED_TRACE(version);
     ArchiveWriter writer;
-    writer.version("ZooParcel", c.version);
-    writer.object("ZooParcel", [&] { c.body(writer); });
-    writer.object("ZooParcel", [&] { c.body(writer); });
+    writer.version("ZooParcel", version);
+    writer.object("ZooParcel", [&] { body(writer); });
+    writer.object("ZooParcel", [&] { body(writer); });
     writer << 42;
     Reading stream(writer.bytes());
     for (int i = 0; i < 2; ++i) {
       Parcel parcel;
       Persistence::loadObject(stream.archive, parcel);
-      EXPECT_EQ(parcel.weight, c.weight);
-      EXPECT_EQ(parcel.label, c.label);
+      EXPECT_EQ(parcel.weight, weight);
+      EXPECT_EQ(parcel.label, label);
     }
     int behind;
     stream.archive >> behind;
@@ -246,21 +240,14 @@ TEST(Persistence, AnUnregisteredParentRaisesAndWritesNothing)
   const Orphan orphan;
   const auto frameHead = 12;
   const auto before = writer.archive().tellp();
-  const auto message = [](const std::function<void()>& action) -> std::string {
-    try {
-      action();
-    } catch (const std::exception& raised) {
-      return raised.what();
-    }
-    return "";
-  };
-  EXPECT_EQ(message([&] { Persistence::saveObject(writer.archive(), orphan); }), "Parent not registered");
+  const auto unregistered = testing::ThrowsMessage<std::exception>("Parent not registered");
+  EXPECT_THAT([&] { Persistence::saveObject(writer.archive(), orphan); }, unregistered);
   EXPECT_EQ(writer.archive().tellp() - before, frameHead);
 
   ArchiveWriter other;
   other.object("ZooOrphan", [&] { other.object("ZooShape", [&] { other << 1; }); });
   Orphan loaded;
-  EXPECT_EQ(message([&] { loadFrom(other.bytes(), loaded); }), "Parent not registered");
+  EXPECT_THAT([&] { loadFrom(other.bytes(), loaded); }, unregistered);
   EXPECT_EQ(loaded.tag, 0);
 }
 
