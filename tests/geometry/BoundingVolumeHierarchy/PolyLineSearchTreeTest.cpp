@@ -262,12 +262,11 @@ TYPED_TEST(PolyLineSearchTreeOf, CrossesInXYAtAnyHeight)
 {
   using P = TypeParam;
   using Crossing = typename PolyLineSearchTree<P>::SegmentIntersection;
-  RandomGeometry random(340);
   std::vector<Position<P>> positions, others;
-  for (int i = 0; i < 40; ++i) {
+  Testing::repeat(40, 340, [&](RandomGeometry& random) {
     positions.push_back(random.inCube<P::Dim>(5));
     others.push_back(random.inCube<P::Dim>(5));
-  }
+  });
   if constexpr (P::Dim == 3)
     for (auto& position : others)
       position[2] += 1e4;
@@ -340,22 +339,16 @@ TEST(PolyLineSearchTree, KeepsToTheLimitsInclusively)
   const auto line = lineThrough<P3>({V3(0, 0, 0), V3(10, 0, 0)});
   const auto beside = lineThrough<P3>({V3(4, 2, -5), V3(4, 2, 5)});
   const PolyLineSearchTree<P3> tree(line, 5), other(beside, 5);
-  struct Row
-  {
-    double distance;
-    bool found;
-  };
-  for (const auto& row : {Row{2, true}, Row{1.999, false}, Row{1e300, true}, Row{0, false}, Row{largest, true},
-                          Row{std::numeric_limits<double>::infinity(), true}}) {
-    SCOPED_TRACE(row.distance);
+  for (const double distance : {2.0, 1.999, 1e300, 0.0, largest, std::numeric_limits<double>::infinity()}) {
+    SCOPED_TRACE(distance);
+    const bool found = distance >= 2;
     double out = 0;
-    EXPECT_EQ(tree.squareDistance(V3(5, 2, 0), row.distance, out), row.found);
-    EXPECT_EQ(out, row.found ? 4 : largest);
-    const double square = row.distance * row.distance < largest ? row.distance * row.distance : largest;
+    EXPECT_EQ(tree.squareDistance(V3(5, 2, 0), distance, out), found);
+    EXPECT_EQ(out, found ? 4 : largest);
     P3 onThis(9, 9, 9), onOther(9, 9, 9);
-    EXPECT_EQ(tree.squareDistance(other, onThis, onOther, square), row.found ? 4 : largest);
-    EXPECT_EQ(onThis, row.found ? P3(4, 0, 0) : P3());
-    EXPECT_EQ(onOther, row.found ? P3(4, 2, 0) : P3());
+    EXPECT_EQ(tree.squareDistance(other, onThis, onOther, std::min(distance * distance, largest)), out);
+    EXPECT_EQ(onThis, found ? P3(4, 0, 0) : P3());
+    EXPECT_EQ(onOther, found ? P3(4, 2, 0) : P3());
   }
 }
 
@@ -383,29 +376,25 @@ TEST(PolyLineSearchTree, InterpolatesCurveParameters)
   const auto line = lineThrough<P3>({V3(0, 0, 0), V3(2, 0, 0), V3(2, 4, 0)}, true);
   const PolyLineSearchTree<P3> tree(line, 1);
   const std::vector<double> parameters = {10, 20, 60};
-  struct Row
-  {
-    const char* name;
-    V3 query;
-    double parameter, distance;
-  };
-  for (const auto& row : {Row{"first", V3(0.5, -3, 0), 12.5, 3}, Row{"second", V3(5, 1, 4), 30, 5},
-                          Row{"closing segment ends beyond the list", V3(0, 2, 0), 0, std::sqrt(0.8)}}) {
-    SCOPED_TRACE(row.name);
+  const std::tuple<const char*, V3, double, double> rows[] = {
+      {"first", {0.5, -3, 0}, 12.5, 3},
+      {"second", {5, 1, 4}, 30, 5},
+      {"closing segment ends beyond the list", {0, 2, 0}, 0, std::sqrt(0.8)}};
+  for (const auto& [name, query, parameter, expected] : rows) {
+    SCOPED_TRACE(name);
     double distance = 0;
-    EXPECT_DOUBLE_EQ(tree.calcParameter(row.query, parameters), row.parameter);
-    EXPECT_DOUBLE_EQ(tree.calcParameter(row.query, distance, parameters), row.parameter);
-    EXPECT_DOUBLE_EQ(distance, row.distance);
+    EXPECT_DOUBLE_EQ(tree.calcParameter(query, parameters), parameter);
+    EXPECT_DOUBLE_EQ(tree.calcParameter(query, distance, parameters), parameter);
+    EXPECT_DOUBLE_EQ(distance, expected);
   }
 }
 
 TEST(PolyLineSearchTree, CutsWithAPlane)
 {
-  RandomGeometry random(370);
   const auto line = randomWalk<P3>(371, 500, true);
   const auto segments = segmentsOf(line);
   const PolyLineSearchTree<P3> tree(line, 4);
-  for (int i = 0; i < 40; ++i) {
+  Testing::repeat(40, 370, [&](RandomGeometry& random) {
     const V3 normal = random.direction<3>();
     const Plane<double, 3> plane(normal, P3(random.inCube<3>(20)));
     const auto height = [&](const P3* p) { return plane.getNormal().dot(*p) - plane.getDistance(); };
@@ -433,7 +422,7 @@ TEST(PolyLineSearchTree, CutsWithAPlane)
       EXPECT_EQ(out, P3(7, 7, 7));
     else
       EXPECT_DOUBLE_EQ(Brute::squareDistance<3>(out, query), nearest);
-  }
+  });
 }
 
 TEST(PolyLineSearchTree, KnowsNoPlaneCutsInTwoDimensions)
@@ -452,14 +441,7 @@ TEST(PolyLineSearchTree, KnowsNoPlaneCutsInTwoDimensions)
 TEST(PolyLineSearchTree, ProlongsSegmentsByTheTolerance)
 {
   const auto line = lineThrough<P2>({Vector<double, 2>(0, 0), Vector<double, 2>(10, 0)});
-  struct Row
-  {
-    const char* name;
-    Vector<double, 2> start, end;
-    double tolerance;
-    bool relative, absolute;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, Vector<double, 2>, Vector<double, 2>, double, bool, bool> rows[] = {
       {"cross in the middle", {5, -1}, {5, 1}, 0.1, true, true},
       {"end at the line", {5, 0}, {5, 1}, 0.0, true, true},
       {"end within the absolute tolerance", {5, -0.05}, {5, 1}, 0.1, true, false},
@@ -471,16 +453,16 @@ TEST(PolyLineSearchTree, ProlongsSegmentsByTheTolerance)
       {"negative tolerance and too far", {5, 2e-6}, {5, 1}, -1, false, false},
   };
   const PolyLineSearchTree<P2> tree(line, 5);
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const auto crossing = lineThrough<P2>({row.start, row.end});
+  for (const auto& [name, start, end, tolerance, relative, absolute] : rows) {
+    SCOPED_TRACE(name);
+    const auto crossing = lineThrough<P2>({start, end});
     const PolyLineSearchTree<P2> other(crossing, 5);
     std::vector<PolyLineSearchTree<P2>::SegmentIntersection> list;
-    EXPECT_EQ(tree.intersectXY(other, list, false, row.tolerance), row.relative);
-    EXPECT_EQ(list.size(), row.relative ? 1U : 0U);
+    EXPECT_EQ(tree.intersectXY(other, list, false, tolerance), relative);
+    EXPECT_EQ(list.size(), relative ? 1U : 0U);
     std::vector<P2> points = {P2(1, 1)};
-    EXPECT_EQ(tree.intersectAbsTolerance(other, points, false, row.tolerance), row.absolute);
-    EXPECT_EQ(points.size(), row.absolute ? 2U : 1U);
+    EXPECT_EQ(tree.intersectAbsTolerance(other, points, false, tolerance), absolute);
+    EXPECT_EQ(points.size(), absolute ? 2U : 1U);
   }
 }
 
