@@ -83,8 +83,7 @@ std::vector<std::shared_ptr<PolyLine<P>>> piecesBetween(const std::vector<typena
   for (std::size_t k = 1; k < parameters.size(); ++k) {
     const auto to = places.at(static_cast<double>(parameters[k]));
     auto piece = std::make_shared<PolyLine<P>>(empty);
-    piece->getPointCollection() =
-        PolyLinePlaces::pieceBetween(polyline, from, to, !(parameters[k - 1] > parameters[k]));
+    PolyLinePlaces::appendPiece(polyline, from, to, !(parameters[k - 1] > parameters[k]), piece->getPointCollection());
     piece->setClosed(PolyLinePlaces::closes(from.point, to.point));
     pieces.push_back(std::move(piece));
     from = to;

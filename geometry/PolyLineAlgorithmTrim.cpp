@@ -22,14 +22,14 @@ template <PolyLinePoint P>
 bool PolyLineAlgorithm::trim(const PolyLine<P>& polyline, typename P::Scalar from, typename P::Scalar to,
                              PolyLine<P>& out)
 {
+  if (&out == &polyline) return trim(PolyLine<P>(polyline), from, to, out);
   PolyLinePlaces::Place<P> first{}, last{};
   if (!polyline.evaluateParameterPointAndSegment(static_cast<double>(from), first.point, first.segment)) return false;
   if (!polyline.evaluateParameterPointAndSegment(static_cast<double>(to), last.point, last.segment)) return false;
-
-  std::vector<P> vertices = PolyLinePlaces::pieceBetween(polyline, first, last, !(from > to));
   out = polyline;
+  out.clearPoints();
   out.setClosed(PolyLinePlaces::closes(first.point, last.point));
-  out.getPointCollection() = std::move(vertices);
+  PolyLinePlaces::appendPiece(polyline, first, last, !(from > to), out.getPointCollection());
   return true;
 }
 

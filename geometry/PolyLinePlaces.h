@@ -51,29 +51,30 @@ double sqrDistance(const P& a, const P& b)
   return static_cast<double>(a.sqrDistance(b));
 }
 
-/// Appends the start of each segment behind `segment`, up to that of `last`; those of all segments where the two are
-/// the same.
+/// Appends the starts of the next `count` segments behind `segment`.
 template <class P>
-void appendStarts(const PolyLine<P>& polyline, std::size_t segment, std::size_t last, std::vector<P>& vertices)
+void appendStarts(const PolyLine<P>& polyline, std::size_t segment, std::size_t count, std::vector<P>& vertices)
 {
   const std::size_t segments = polyline.numberOfSegments();
-  do {
+  for (; count > 0; --count) {
     segment = segment + 1 < segments ? segment + 1 : 0;
     vertices.push_back(polyline[segment]);
-  } while (segment != last);
+  }
 }
 
-/// The vertices of the piece from one place to another one, which lies `ahead` of it or before it on the line.
+/// Appends the vertices of the piece from one place to another one, which lies `ahead` of it or before it on the line.
 template <class P>
-std::vector<P> pieceBetween(const PolyLine<P>& polyline, const Place<P>& from, const Place<P>& to, bool ahead)
+void appendPiece(const PolyLine<P>& polyline, const Place<P>& from, const Place<P>& to, bool ahead,
+                 std::vector<P>& vertices)
 {
-  std::vector<P> vertices;
+  const std::size_t segments = polyline.numberOfSegments();
+  std::size_t starts = from.segment <= to.segment ? to.segment - from.segment : segments + to.segment - from.segment;
+  if (starts == 0 && !ahead) starts = segments; // once around
+  vertices.reserve(vertices.size() + starts + 2);
   if (sqrDistance(from.point, *polyline.getSegment(from.segment).getEnd()) > sqrVertexReach)
     vertices.push_back(from.point);
-  const bool onward = from.segment != to.segment || !ahead;
-  if (onward && polyline.numberOfSegments() > 0) appendStarts(polyline, from.segment, to.segment, vertices);
+  appendStarts(polyline, from.segment, starts, vertices);
   if (sqrDistance(to.point, polyline[to.segment]) > sqrVertexReach) vertices.push_back(to.point);
-  return vertices;
 }
 
 /// Whether the piece between two points counts as closed.
