@@ -42,7 +42,7 @@ bool PolyLineAlgorithm::calcOffsetPolyLine(const PolyLine<P>& polyline, const Ve
                                            const std::vector<double>& offsets, double constant, PolyLine<P>& out)
 {
   const std::size_t count = polyline.numberOfPoints();
-  if (offsets.size() < count)
+  if (count >= 2 && offsets.size() < count)
     throw ShapecoreException("PolyLineAlgorithm::calcOffsetPolyLine: fewer offsets than points");
   out.copy(polyline);
   if (count < 2) return false;
