@@ -10,8 +10,9 @@ namespace Kavrel {
 
 namespace {
 
-constexpr double shortestSpacing = 1e-5; // strictly below: the mean spacing of the points counts
-constexpr double coincidence = 1e-12;    // per coordinate, at or below: the next point is the same
+constexpr double shortestSpacing = 1e-5;   // strictly below: the mean spacing of the points counts
+constexpr double coincidence = 1e-12;      // per coordinate, at or below: the next point is the same
+constexpr double mostExpectedParts = 64.0; // of a segment, where room is made for its halves
 
 template <class P>
 P pointBetween(const P& a, const P& b, double t)
@@ -44,6 +45,21 @@ std::size_t numberOfAddedPoints(const PolyLine<P>& polyline, double distance)
     added += std::max(numberOfParts(polyline.getSegment(i), distance) - 1.0, 0.0);
   const std::size_t tooMany = polyline.getPointCollection().max_size();
   return added < static_cast<double>(tooMany) / 2 ? static_cast<std::size_t>(added) : tooMany;
+}
+
+/// How many points halving leaves; fewer where middles are rounded to an end. Bounded for those.
+template <class P>
+std::size_t roomForHalves(const PolyLine<P>& polyline, double limit)
+{
+  const double sqrLimit = limit * limit;
+  double count = 1.0;
+  for (std::size_t i = 0; i < polyline.numberOfSegments(); ++i) {
+    double parts = 1.0;
+    for (double sqr = polyline.getSegment(i).sqrLength(); sqr > sqrLimit && parts < mostExpectedParts; sqr /= 4.0)
+      parts *= 2.0;
+    count += parts;
+  }
+  return static_cast<std::size_t>(count);
 }
 
 /// Appends `end`, and before it what halving takes to bring all steps from the last point down to `limit`.
@@ -158,10 +174,11 @@ template <OneOf<Point<double, 3>, Point3N> P>
 void PolyLineAlgorithm::reducePointDistance(PolyLine<P>& polyline, double distance)
 {
   if (polyline.isEmpty()) return;
-  const double mean = polyline.getTotalLength() / static_cast<double>(polyline.numberOfPoints());
-  const double limit = 2.0 * (distance < shortestSpacing ? mean : distance);
-  std::vector<P> refined{polyline.front()};
-  refined.reserve(polyline.numberOfPoints() + 1);
+  if (distance < shortestSpacing) distance = polyline.getTotalLength() / static_cast<double>(polyline.numberOfPoints());
+  const double limit = 2.0 * distance;
+  std::vector<P> refined;
+  refined.reserve(roomForHalves(polyline, limit));
+  refined.push_back(polyline.front());
   std::vector<P> pending;
   for (std::size_t i = 0; i < polyline.numberOfSegments(); ++i)
     appendHalved(*polyline.getSegment(i).getEnd(), limit, pending, refined);
