@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numeric>
 #include <utility>
 
 namespace Kavrel {
@@ -82,38 +81,50 @@ void appendHalved(const P& end, double limit, std::vector<P>& pending, std::vect
   }
 }
 
-/// A ring of vertices from which some are taken out.
-class VertexRing
+/// Vertices with a gap that moves along them: those before it have been looked at, those behind it are ahead.
+template <class P>
+class VertexGap
 {
 public:
-  explicit VertexRing(std::size_t count) : before(count), behind(count), removed(count), remaining(count)
+  explicit VertexGap(std::vector<P>& vertices) : points(vertices) {}
+
+  std::size_t size() const { return points.size() - (ahead - kept) - first; }
+  /// How many vertices come before the gap.
+  std::size_t position() const { return kept - first; }
+  /// Whether none is ahead: the next one is the first one again.
+  bool isAtSeam() const { return ahead == points.size(); }
+  const P& previous() const { return points[kept - 1]; }
+  const P& vertex() const { return isAtSeam() ? points[first] : points[ahead]; }
+  const P& next() const
   {
-    std::iota(behind.begin(), behind.end() - 1, std::size_t(1));
-    std::iota(before.begin() + 1, before.end(), std::size_t(0));
-    before.front() = count - 1;
+    const std::size_t i = ahead + 1;
+    return i < points.size() ? points[i] : points[first + (i - points.size())];
   }
 
-  std::size_t first() const { return head; }
-  std::size_t previous(std::size_t i) const { return before[i]; }
-  std::size_t next(std::size_t i) const { return behind[i]; }
-  std::size_t size() const { return remaining; }
-  bool isRemoved(std::size_t i) const { return removed[i]; }
-
-  void remove(std::size_t i)
+  void advance()
   {
-    behind[before[i]] = behind[i];
-    before[behind[i]] = before[i];
-    if (i == head) head = behind[i];
-    removed[i] = true;
-    --remaining;
+    if (kept != ahead) points[kept] = points[ahead];
+    ++kept;
+    ++ahead;
+  }
+  void stepBackTo(std::size_t newPosition)
+  {
+    while (position() > newPosition)
+      points[--ahead] = points[--kept];
+  }
+  void removeVertex() { ++(isAtSeam() ? first : ahead); }
+  void close()
+  {
+    const auto begin = points.begin();
+    points.erase(begin + static_cast<std::ptrdiff_t>(kept), begin + static_cast<std::ptrdiff_t>(ahead));
+    points.erase(points.begin(), points.begin() + static_cast<std::ptrdiff_t>(first));
   }
 
 private:
-  std::vector<std::size_t> before;
-  std::vector<std::size_t> behind;
-  std::vector<char> removed;
-  std::size_t head = 0;
-  std::size_t remaining;
+  std::vector<P>& points;
+  std::size_t first = 0; // those before it are removed
+  std::size_t kept = 0;  // the gap begins
+  std::size_t ahead = 0; // the gap ends
 };
 
 template <class P>
@@ -189,34 +200,20 @@ void PolyLineAlgorithm::reducePointDistance(PolyLine<P>& polyline, double distan
 template <PolyLinePoint P>
 void PolyLineAlgorithm::removeSpikes(PolyLine<P>& polyline, typename P::Scalar tolerance, typename P::Scalar angle)
 {
-  const std::size_t count = polyline.numberOfPoints();
-  if (count < 3) return;
-  std::vector<P>& points = polyline.getPointCollection();
-  VertexRing ring(count);
-  // The step is the index of the vertex among those that remain; on a closed line the first vertex comes last again.
-  std::size_t step = 1;
-  std::size_t limit = polyline.isClosed() ? count + 1 : count - 1;
-  std::size_t vertex = ring.next(ring.first());
-  while (step < limit) {
-    const std::size_t previous = ring.previous(vertex), next = ring.next(vertex);
-    if (!isSpike(points[previous], points[vertex], points[next], tolerance, angle)) {
-      vertex = next;
-      ++step;
+  if (polyline.numberOfPoints() < 3) return;
+  VertexGap<P> gap(polyline.getPointCollection());
+  gap.advance(); // on a closed line the first vertex comes last
+  while (gap.size() >= 3 && (polyline.isClosed() || gap.position() + 1 < gap.size())) {
+    if (!isSpike(gap.previous(), gap.vertex(), gap.next(), tolerance, angle)) {
+      if (gap.isAtSeam()) break;
+      gap.advance();
       continue;
     }
-    // Two back, but not before the second vertex. Without the first one all others count one less: that is one back.
-    const bool isFirst = vertex == ring.first();
-    ring.remove(vertex);
-    --limit;
-    if (ring.size() < 3) break;
-    vertex = step <= 3 ? ring.next(ring.first()) : isFirst ? previous : ring.previous(previous);
-    step = step <= 3 ? 1 : step - 2;
+    const std::size_t position = gap.position();
+    gap.removeVertex();
+    gap.stepBackTo(position > 3 ? position - 2 : 1);
   }
-  if (ring.size() == count) return;
-  std::size_t kept = 0;
-  for (std::size_t i = 0; i < count; ++i)
-    if (!ring.isRemoved(i)) points[kept++] = points[i];
-  points.resize(kept);
+  gap.close();
 }
 
 template <PolyLinePoint P>
