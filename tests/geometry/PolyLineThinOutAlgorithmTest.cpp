@@ -5,6 +5,7 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <numeric>
 
 using namespace Kavrel;
 using namespace Kavrel::Testing;
@@ -64,6 +65,29 @@ std::vector<std::size_t> keptIndices(const PolyLine<P>& line, const PolyLine<P>&
   return kept;
 }
 
+/// All vertices that are left are looked at in each pass.
+template <class P>
+std::unordered_set<std::size_t> droppedInPlainPasses(const PolyLine<P>& line, typename P::Scalar tolerance)
+{
+  std::vector<std::size_t> left(line.numberOfPoints());
+  std::iota(left.begin(), left.end(), std::size_t(0));
+  std::unordered_set<std::size_t> dropped;
+  const std::size_t margin = line.isClosed() ? 0 : 1;
+  for (std::size_t before = 0; before != left.size();) {
+    before = left.size();
+    for (std::size_t i = margin; i + margin < left.size() && left.size() > 2; ++i) {
+      const std::size_t count = left.size();
+      const P &start = line[left[(i + count - 1) % count]], &end = line[left[(i + 1) % count]];
+      const auto chord = end - start, way = line[left[i]] - start;
+      const auto sqrAside = way.sqrLength() - way.dot(chord) * way.dot(chord) / chord.sqrLength();
+      if (chord.sqrLength() >= tolerance * tolerance && sqrAside >= tolerance * tolerance) continue;
+      dropped.insert(left[i]);
+      left.erase(left.begin() + static_cast<std::ptrdiff_t>(i));
+    }
+  }
+  return dropped;
+}
+
 } // namespace
 
 TEST(GreedyThinOut, DropsInPasses)
@@ -100,31 +124,23 @@ TEST(GreedyThinOut, DropsInPasses)
   EXPECT_EQ(line.numberOfPoints(), 2u);
 }
 
-TYPED_TEST(ThinOutOf, RandomLinesIsDoneOnlyWhenNothingIsLeftToDrop)
+TYPED_TEST(ThinOutOf, RandomLinesDropsWhatPlainPassesDo)
 {
   using T = typename TypeParam::Scalar;
   RandomGeometry random(51);
   std::size_t dropped = 0;
-  for (int i = 0; i < 200; ++i) {
-    const auto line = randomLine<TypeParam>(random, random.index(60));
+  for (int i = 0; i < 400; ++i) {
+    const auto line = randomLine<TypeParam>(random, random.index(120));
     const T tolerance = static_cast<T>(random.logUniform(0.05, 1));
     const auto indices = ThinOut::computeThinoutPoints(line, tolerance);
+    ASSERT_EQ(indices, droppedInPlainPasses(line, tolerance));
     dropped += indices.size();
     auto thin = line;
     EXPECT_EQ(ThinOut::thinout(thin, tolerance), !indices.empty());
     const auto kept = keptIndices(line, thin);
-    const std::size_t count = kept.size();
-    ASSERT_EQ(count, thin.numberOfPoints());
-    ASSERT_EQ(count + indices.size(), line.numberOfPoints());
+    ASSERT_EQ(kept.size() + indices.size(), line.numberOfPoints());
     for (const std::size_t index : kept)
       EXPECT_FALSE(indices.contains(index));
-    if (count < 3) continue;
-    const double atLeast = static_cast<double>(tolerance) * 0.999;
-    for (std::size_t k = line.isClosed() ? 0 : 1; k + (line.isClosed() ? 0 : 1) < count; ++k) {
-      const auto &before = thin[(k + count - 1) % count], &behind = thin[(k + 1) % count];
-      EXPECT_GE(distance(before, behind), atLeast);
-      EXPECT_GE(distanceToLine(thin[k], before, behind), atLeast);
-    }
   }
   EXPECT_GT(dropped, 1000u);
 }
