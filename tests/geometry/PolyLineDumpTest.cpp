@@ -91,21 +91,15 @@ TEST(PolyLineDump, FilesAreNumberedAndAppended)
   };
   const auto polyline = polyLineFrom<Point2>("1,2");
   const std::string once = "Poly3D\n0 1 2\n";
-  const struct
-  {
-    int number;
-    bool append;
-    const char* suffix;
-    std::string content;
-  } rows[] = {{-1, false, ".kv", once},
-              {7, true, "_7.kv", once},
-              {0, false, "_0.kv", once},
-              {7, true, "_7.kv", once + once},
-              {7, false, "_7.kv", once}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.suffix);
-    polyline.dump(name, row.number, row.append, pointsOnly);
-    EXPECT_EQ(contentOf(name + row.suffix), row.content);
+  const std::tuple<int, bool, const char*, std::string> rows[] = {{-1, false, ".kv", once},
+                                                                  {7, true, "_7.kv", once},
+                                                                  {0, false, "_0.kv", once},
+                                                                  {7, true, "_7.kv", once + once},
+                                                                  {7, false, "_7.kv", once}};
+  for (const auto& [number, append, suffix, content] : rows) {
+    SCOPED_TRACE(suffix);
+    polyline.dump(name, number, append, pointsOnly);
+    EXPECT_EQ(contentOf(name + suffix), content);
   }
   polyline.dump((folder / "missing" / "line").string(), 1, false, pointsOnly); // nothing is reported
   std::filesystem::remove_all(folder);

@@ -7,8 +7,8 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <numbers>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -17,34 +17,17 @@
 namespace Kavrel::Testing {
 
 /// Points separated by commas, a bar, triangles separated by commas: "0 0 0, 1 0 0, 0 1 0 | 0 1 2".
-inline Mesh meshFromText(const std::string& text)
+inline Mesh meshFromText(std::string text)
 {
-  const std::size_t bar = text.find('|');
-  const auto numbers = [&text](std::size_t from, std::size_t to, auto&& take) {
-    double row[3] = {};
-    int count = 0;
-    const char* at = text.c_str() + from;
-    const char* const end = text.c_str() + std::min(to, text.size());
-    while (at < end) {
-      if (*at == ',' || *at == ' ' || *at == '\n') {
-        ++at;
-        continue;
-      }
-      char* next = nullptr;
-      row[count++] = std::strtod(at, &next);
-      if (next == at) break;
-      at = next;
-      if (count == 3) take(row);
-      count %= 3;
-    }
-  };
+  std::replace(text.begin(), text.end(), ',', ' ');
+  const std::size_t bar = std::min(text.find('|'), text.size());
+  std::istringstream points(text.substr(0, bar)), corners(text.substr(std::min(bar + 1, text.size())));
+  points.imbue(std::locale::classic());
   Mesh mesh;
-  numbers(0, bar, [&mesh](const double* p) { mesh.addVertex(p[0], p[1], p[2]); });
-  if (bar != std::string::npos)
-    numbers(bar + 1, text.size(), [&mesh](const double* t) {
-      mesh.addTriangle(static_cast<std::uint64_t>(t[0]), static_cast<std::uint64_t>(t[1]),
-                       static_cast<std::uint64_t>(t[2]));
-    });
+  for (double x, y, z; points >> x >> y >> z;)
+    mesh.addVertex(x, y, z);
+  for (std::uint64_t a, b, c; corners >> a >> b >> c;)
+    mesh.addTriangle(a, b, c);
   return mesh;
 }
 

@@ -26,11 +26,7 @@ namespace {
 constexpr double largest = std::numeric_limits<double>::max();
 
 template <unsigned dim>
-struct Cloud
-{
-  const char* name;
-  std::vector<Vector<double, dim>> points;
-};
+using Cloud = std::pair<const char*, std::vector<Vector<double, dim>>>;
 
 /// Clouds that hurt: spread over many sizes, on a grid full of ties, along a line, far from the origin.
 template <unsigned dim>
@@ -40,20 +36,20 @@ std::vector<Cloud<dim>> clouds()
   std::vector<Cloud<dim>> all = {{"cube", {}}, {"any size", {}}, {"grid", {}},
                                  {"line", {}}, {"far off", {}},  {"one", {}}};
   for (int i = 0; i < 700; ++i) {
-    all[0].points.push_back(random.inCube<dim>(10));
-    all[1].points.push_back(random.ofAnySize<dim>(1e-9, 1e9));
+    all[0].second.push_back(random.inCube<dim>(10));
+    all[1].second.push_back(random.ofAnySize<dim>(1e-9, 1e9));
     auto grid = random.inCube<dim>(4);
     for (unsigned axis = 0; axis < dim; ++axis)
       grid[axis] = std::floor(grid[axis]);
-    all[2].points.push_back(grid);
+    all[2].second.push_back(grid);
     Vector<double, dim> onLine;
     onLine[1] = random.uniform(-5, 5);
-    all[3].points.push_back(onLine);
+    all[3].second.push_back(onLine);
     auto far = random.inCube<dim>(1e-3);
     far[0] += 1e8;
-    all[4].points.push_back(far);
+    all[4].second.push_back(far);
   }
-  all[5].points.push_back(random.inCube<dim>(1));
+  all[5].second.push_back(random.inCube<dim>(1));
   return all;
 }
 
@@ -92,19 +88,19 @@ TYPED_TEST_SUITE(PointSearchTree, Dimensions);
 TYPED_TEST(PointSearchTree, FindsTheNearestPointWhateverTheLeafSize)
 {
   constexpr unsigned dim = TypeParam::value;
-  for (const auto& cloud : clouds<dim>())
+  for (const auto& [name, points] : clouds<dim>())
     for (const unsigned leafSize : {1U, 4U, 1000U}) {
-      SCOPED_TRACE(testing::Message() << cloud.name << ", leaf " << leafSize);
-      const PointSearchTreeT<dim> tree(cloud.points, leafSize);
-      for (const auto& query : queriesFor<dim>(cloud.points)) {
-        const auto distances = distancesTo<dim>(cloud.points, query);
+      SCOPED_TRACE(testing::Message() << name << ", leaf " << leafSize);
+      const PointSearchTreeT<dim> tree(points, leafSize);
+      for (const auto& query : queriesFor<dim>(points)) {
+        const auto distances = distancesTo<dim>(points, query);
         const double expected = *std::min_element(distances.begin(), distances.end());
         std::uint64_t id = 0, sameId = 0;
         Point<double, dim> nearest;
         ASSERT_TRUE(tree.selectClosest(query, id));
         ASSERT_TRUE(tree.getNearestPoint(query, nearest));
         EXPECT_NEAR(distances[id], expected, rounding * expected);
-        EXPECT_EQ(nearest, cloud.points[id]);
+        EXPECT_EQ(nearest, points[id]);
         EXPECT_DOUBLE_EQ(tree.squareDistance(query), distances[id]);
         EXPECT_EQ(tree.squareDistance(query, sameId), tree.squareDistance(query));
         EXPECT_EQ(sameId, id);
@@ -115,11 +111,11 @@ TYPED_TEST(PointSearchTree, FindsTheNearestPointWhateverTheLeafSize)
 TYPED_TEST(PointSearchTree, ListsTheNearestPoints)
 {
   constexpr unsigned dim = TypeParam::value;
-  for (const auto& cloud : clouds<dim>()) {
-    SCOPED_TRACE(cloud.name);
-    const PointSearchTreeT<dim> tree(cloud.points, 6);
-    for (const auto& query : queriesFor<dim>(cloud.points)) {
-      auto expected = distancesTo<dim>(cloud.points, query);
+  for (const auto& [name, points] : clouds<dim>()) {
+    SCOPED_TRACE(name);
+    const PointSearchTreeT<dim> tree(points, 6);
+    for (const auto& query : queriesFor<dim>(points)) {
+      auto expected = distancesTo<dim>(points, query);
       const auto distanceOf = expected;
       std::sort(expected.begin(), expected.end());
       for (const int k : {1, 2, 7, 64, 1000})
@@ -147,11 +143,11 @@ TYPED_TEST(PointSearchTree, ListsTheNearestPoints)
 TYPED_TEST(PointSearchTree, SelectsWithinARadius)
 {
   constexpr unsigned dim = TypeParam::value;
-  for (const auto& cloud : clouds<dim>()) {
-    SCOPED_TRACE(cloud.name);
-    const PointSearchTreeT<dim> tree(cloud.points, 5);
-    for (const auto& query : queriesFor<dim>(cloud.points)) {
-      const auto distances = distancesTo<dim>(cloud.points, query);
+  for (const auto& [name, points] : clouds<dim>()) {
+    SCOPED_TRACE(name);
+    const PointSearchTreeT<dim> tree(points, 5);
+    for (const auto& query : queriesFor<dim>(points)) {
+      const auto distances = distancesTo<dim>(points, query);
       const double nearest = *std::min_element(distances.begin(), distances.end());
       for (const double radius : {0.0, 0.3, 2.0, 1e5, std::sqrt(nearest) * 0.99}) {
         const auto expected =
@@ -174,16 +170,16 @@ TYPED_TEST(PointSearchTree, SelectsWithinARadius)
 TYPED_TEST(PointSearchTree, LeavesOutTheExcludedId)
 {
   constexpr unsigned dim = TypeParam::value;
-  for (const auto& cloud : clouds<dim>()) {
-    SCOPED_TRACE(cloud.name);
-    const PointSearchTreeT<dim> tree(cloud.points, 3);
-    for (std::size_t excluded = 0; excluded < cloud.points.size(); excluded += 37) {
-      auto distances = distancesTo<dim>(cloud.points, cloud.points[excluded]);
+  for (const auto& [name, points] : clouds<dim>()) {
+    SCOPED_TRACE(name);
+    const PointSearchTreeT<dim> tree(points, 3);
+    for (std::size_t excluded = 0; excluded < points.size(); excluded += 37) {
+      auto distances = distancesTo<dim>(points, points[excluded]);
       distances[excluded] = largest;
       const double expected = *std::min_element(distances.begin(), distances.end());
       std::uint64_t id = 99;
-      ASSERT_EQ(tree.nearestPointIndexExcluded(cloud.points[excluded], excluded, id), cloud.points.size() > 1);
-      if (cloud.points.size() == 1) {
+      ASSERT_EQ(tree.nearestPointIndexExcluded(points[excluded], excluded, id), points.size() > 1);
+      if (points.size() == 1) {
         EXPECT_EQ(id, 0U);
         continue;
       }
@@ -222,7 +218,7 @@ TYPED_TEST(PointSearchTree, SurvivesBadNumbers)
 {
   constexpr unsigned dim = TypeParam::value;
   const double nan = std::numeric_limits<double>::quiet_NaN(), infinity = std::numeric_limits<double>::infinity();
-  std::vector<Vector<double, dim>> points = clouds<dim>()[0].points;
+  std::vector<Vector<double, dim>> points = clouds<dim>()[0].second;
   Vector<double, dim> bad;
   for (const double value : {nan, infinity, -infinity, 1e300, 5e-324}) {
     bad[0] = value;
@@ -255,19 +251,18 @@ TYPED_TEST(PointSearchTree, SurvivesBadNumbers)
 TEST(PointSearchTree3, FindsTheLowestPointOverAPlane)
 {
   RandomGeometry random(104);
-  for (const auto& cloud : clouds<3>()) {
-    SCOPED_TRACE(cloud.name);
-    const PointSearchTreeT<3> tree(cloud.points, 4);
+  for (const auto& [name, points] : clouds<3>()) {
+    SCOPED_TRACE(name);
+    const PointSearchTreeT<3> tree(points, 4);
     for (int i = 0; i < 50; ++i) {
       const auto normal = random.ofAnySize<3>(1e-3, 1e3);
       const double offset = random.uniform(-20, 20);
-      const auto lowest =
-          Brute::nearest(cloud.points.size(), [&](std::size_t k) { return normal.dot(cloud.points[k]) - offset; });
+      const auto lowest = Brute::nearest(points.size(), [&](std::size_t k) { return normal.dot(points[k]) - offset; });
       std::uint64_t id = 0;
       double distance = 0;
       ASSERT_TRUE(tree.minimumSignedPlaneDistance(normal, offset, id, distance));
       EXPECT_EQ(distance, lowest.value);
-      EXPECT_EQ(normal.dot(cloud.points[id]) - offset, lowest.value);
+      EXPECT_EQ(normal.dot(points[id]) - offset, lowest.value);
     }
   }
 }
@@ -289,7 +284,7 @@ void expectSameTree(const std::vector<Vector<double, 3>>& points)
 
 TEST(PointSearchTree3, TakesEveryPointType)
 {
-  const auto points = clouds<3>()[0].points;
+  const auto points = clouds<3>()[0].second;
   expectSameTree<Point<float, 3>>(points);
   expectSameTree<ConstraintPoint>(points);
   expectSameTree<Point3N>(points);
@@ -328,32 +323,26 @@ TEST(PointSearchTree3, GivesTheFirstOfEqualsInTraversalOrder)
 {
   using V3 = Vector<double, 3>;
   const V3 left(-1, 0, 0), right(1, 0, 0);
-  struct Row
-  {
-    const char* name;
-    std::vector<V3> points;
-    unsigned leafSize;
-    std::uint64_t id;
-  };
-  const Row rows[] = {{"in one leaf by position in the list", {right, left}, 2, 0},
-                      {"across leaves the first child", {right, left}, 1, 1},
-                      {"the same, listed in order", {left, right}, 1, 0}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const PointSearchTreeT<3> tree(row.points, row.leafSize);
+  const std::tuple<const char*, std::vector<V3>, unsigned, std::uint64_t> rows[] = {
+      {"in one leaf by position in the list", {right, left}, 2, 0},
+      {"across leaves the first child", {right, left}, 1, 1},
+      {"the same, listed in order", {left, right}, 1, 0}};
+  for (const auto& [name, points, leafSize, expectedId] : rows) {
+    SCOPED_TRACE(name);
+    const PointSearchTreeT<3> tree(points, leafSize);
     std::uint64_t id = 9;
     EXPECT_TRUE(tree.selectClosest(V3(0, 2, 0), id));
-    EXPECT_EQ(id, row.id);
+    EXPECT_EQ(id, expectedId);
     EXPECT_TRUE(tree.sphereSelectFirst(V3(0, 2, 0), 3, id));
-    EXPECT_EQ(id, row.id);
-    EXPECT_TRUE(tree.nearestPointIndexExcluded(V3(0, 2, 0), row.id, id));
-    EXPECT_EQ(id, 1 - row.id);
+    EXPECT_EQ(id, expectedId);
+    EXPECT_TRUE(tree.nearestPointIndexExcluded(V3(0, 2, 0), expectedId, id));
+    EXPECT_EQ(id, 1 - expectedId);
   }
 }
 
 TEST(PointSearchTree3, CopiesShareTheHierarchyAndOutliveTheOriginal)
 {
-  const auto points = clouds<3>()[0].points;
+  const auto points = clouds<3>()[0].second;
   auto original = std::make_unique<PointSearchTreeT<3>>(points, 4);
   PointSearchTreeT<3> assigned;
   assigned = *original;

@@ -137,20 +137,16 @@ TEST(MeshPersistence, ReadsOlderVersions)
 
 TEST(MeshPersistence, RejectsWrongCountsAndCorners)
 {
-  const struct
-  {
-    const char* name;
-    OldMesh stream;
-  } rows[] = {{"corner too large", {150001, 3, 1, 3}},
-              {"negative corner", {150001, 3, 1, -1}},
-              {"negative vertex count", {150001, -3, 1, 2}},
-              {"negative triangle count", {150001, 3, -1, 2}},
-              {"two thousand million vertices", {150001, 2000000000, 1, 2}},
-              {"two thousand million triangles", {150001, 3, 2000000000, 2}}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  const std::tuple<const char*, OldMesh> rows[] = {{"corner too large", {150001, 3, 1, 3}},
+                                                   {"negative corner", {150001, 3, 1, -1}},
+                                                   {"negative vertex count", {150001, -3, 1, 2}},
+                                                   {"negative triangle count", {150001, 3, -1, 2}},
+                                                   {"two thousand million vertices", {150001, 2000000000, 1, 2}},
+                                                   {"two thousand million triangles", {150001, 3, 2000000000, 2}}};
+  for (const auto& [name, stream] : rows) {
+    SCOPED_TRACE(name);
     Mesh mesh;
-    EXPECT_THROW(loadFrom(row.stream.bytes(), mesh), std::exception);
+    EXPECT_THROW(loadFrom(stream.bytes(), mesh), std::exception);
     EXPECT_LE(mesh.numberOfVertices(), 3u);
   }
   Mesh mesh;

@@ -28,14 +28,7 @@ static_assert(std::is_standard_layout_v<V3f> && sizeof(Vector<double, 1>) == siz
 
 TEST(VectorTest, NormalizeComparesTheLengthStrictly)
 {
-  struct Row
-  {
-    const char* name;
-    V3 vector;
-    double eps;
-    bool succeeds;
-  };
-  const Row rows[] = {
+  const std::tuple<const char*, V3, double, bool> rows[] = {
       {"zero", {}, 1e-12, false},
       {"zero, no eps", {}, 0.0, false},
       {"below", {0, 9e-13, 0}, 1e-12, false},
@@ -46,27 +39,26 @@ TEST(VectorTest, NormalizeComparesTheLengthStrictly)
       {"NaN", {1, nan, 0}, 1e-12, false},
       {"infinite", {infinity, 1, 0}, 1e-12, false},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    V3 v = row.vector;
-    EXPECT_EQ(v.normalize(row.eps), row.succeeds);
-    for (unsigned i = 0; i < 3 && !row.succeeds; ++i)
-      EXPECT_TRUE(v[i] == row.vector[i] || std::isnan(row.vector[i]));
-    if (row.succeeds) {
+  for (const auto& [name, vector, eps, succeeds] : rows) {
+    SCOPED_TRACE(name);
+    V3 v = vector;
+    EXPECT_EQ(v.normalize(eps), succeeds);
+    for (unsigned i = 0; i < 3 && !succeeds; ++i)
+      EXPECT_TRUE(v[i] == vector[i] || std::isnan(vector[i]));
+    if (succeeds) {
       EXPECT_NEAR(v.length(), 1.0, 1e-15);
     }
-    if (row.eps == 1e-12) {
-      EXPECT_EQ(row.vector.isNormalizable(), row.succeeds);
+    if (eps == 1e-12) {
+      EXPECT_EQ(vector.isNormalizable(), succeeds);
     }
   }
-  Testing::RandomGeometry random(10);
-  for (int i = 0; i < 100; ++i) {
+  Testing::repeat(100, 10, [&](Testing::RandomGeometry& random) {
     V3 v = random.ofAnySize<3>(1e-20, 1e20), unit = v;
     EXPECT_FALSE(v.normalize(std::nextafter(v.length(), infinity))) << v;
     EXPECT_TRUE(unit.normalize(v.length())) << v;
     EXPECT_TRUE(unit.isNormalized());
     EXPECT_FALSE((unit * (1 + 2e-12)).isNormalized());
-  }
+  });
   EXPECT_EQ(V3(0, 0, 9e-13).getNormalized(), V3(0, 0, 9e-13));
   EXPECT_FALSE(V3f(0.9e-5F, 0, 0).isNormalizable());
   EXPECT_TRUE(V3f(1.1e-5F, 0, 0).isNormalizable());
@@ -128,14 +120,13 @@ TEST(VectorTest, OrthoNormalIsPerpendicular)
 
 TEST(VectorTest, GramSchmidtSplitsAVector)
 {
-  Testing::RandomGeometry random(13);
-  for (int i = 0; i < 100; ++i) {
+  Testing::repeat(100, 13, [&](Testing::RandomGeometry& random) {
     const V3 a = random.ofAnySize<3>(1e-3, 1e3), b = random.ofAnySize<3>(1e-3, 1e3);
     const V3 across = a.gramSchmidt(b);
     EXPECT_NEAR(across.dot(a), 0.0, 1e-14 * a.length() * b.length());
     EXPECT_NEAR((b - across).cross(a).length(), 0.0, 1e-14 * a.length() * b.length());
     EXPECT_NEAR(across.sqrLength() + (b - across).sqrLength(), b.sqrLength(), 1e-13 * b.sqrLength());
-  }
+  });
   EXPECT_EQ(V3(1, 2, 2).gramSchmidt(V3(1, 2, 2)), V3());
 }
 
@@ -149,20 +140,15 @@ TEST(VectorTest, InterpolationIsExactAtBothEnds)
 
 TEST(VectorTest, UndefinedComponents)
 {
-  struct Row
-  {
-    double component;
-    bool defined;
-  };
-  for (const Row& row : {Row{0, true}, Row{std::nextafter(largestFloat, 0), true}, Row{largestFloat, false},
-                         Row{-largestFloat, false}, Row{infinity, false}, Row{nan, false}}) {
-    SCOPED_TRACE(row.component);
+  const std::pair<double, bool> rows[] = {{0, true},         {std::nextafter(largestFloat, 0), true},
+                                          {nan, false},      {largestFloat, false},
+                                          {infinity, false}, {-largestFloat, false}};
+  for (const auto& [component, defined] : rows)
     for (unsigned i = 0; i < 3; ++i) {
       V3 v;
-      v[i] = row.component;
-      EXPECT_EQ(v.isDefined(), row.defined);
+      v[i] = component;
+      EXPECT_EQ(v.isDefined(), defined) << component;
     }
-  }
   EXPECT_FALSE(V3f(0, std::numeric_limits<float>::max(), 0).isDefined());
 }
 
