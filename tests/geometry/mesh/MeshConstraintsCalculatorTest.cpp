@@ -33,27 +33,22 @@ Hanging hangingVertices(Mesh& mesh)
 // A coarse triangle below the edge from (0, 0) to (2, 0); above it two fine ones with a common corner in the middle.
 TEST(MeshConstraintsCalculator, onlyMidpointsOfCoarseEdgesHang)
 {
-  struct Row
-  {
-    const char* what;
-    std::string text;
-    Hanging expected;
-  };
   const std::string ends = "0 0 0, 2 0 0, 1 -2 0, 1 2 0, ", faces = " | 1 0 2, 0 4 3, 4 1 3";
-  const Row rows[] = {{"in the middle", ends + "1 0 0" + faces, {{4, 0, 1}}},
-                      {"half a percent off", ends + "1.01 0 0" + faces, {{4, 0, 1}}},
-                      {"half a percent above", ends + "1 0 0.01" + faces, {{4, 0, 1}}},
-                      {"one and a half percent off", ends + "1.03 0 0" + faces, {}},
-                      {"no coarse triangle", ends + "1 0 0 | 0 4 3, 4 1 3", {}},
-                      {"two coarse triangles", ends + "1 0 0" + faces + ", 0 1 2", {}},
-                      {"the coarse triangle has the vertex", "0 0 0, 2 0 0, 1 0 0 | 0 1 2", {}},
-                      {"no triangles", "0 0 0, 1 0 0", {}},
-                      {"a corner twice", "0 0 0, 2 0 0, 1 0 0 | 0 0 1, 2 2 2", {}},
-                      {"an empty mesh", "", {}}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    Mesh mesh = meshFromText(row.text);
-    EXPECT_EQ(hangingVertices(mesh), row.expected);
+  const std::tuple<const char*, std::string, Hanging> rows[] = {
+      {"in the middle", ends + "1 0 0" + faces, {{4, 0, 1}}},
+      {"half a percent off", ends + "1.01 0 0" + faces, {{4, 0, 1}}},
+      {"half a percent above", ends + "1 0 0.01" + faces, {{4, 0, 1}}},
+      {"one and a half percent off", ends + "1.03 0 0" + faces, {}},
+      {"no coarse triangle", ends + "1 0 0 | 0 4 3, 4 1 3", {}},
+      {"two coarse triangles", ends + "1 0 0" + faces + ", 0 1 2", {}},
+      {"the coarse triangle has the vertex", "0 0 0, 2 0 0, 1 0 0 | 0 1 2", {}},
+      {"no triangles", "0 0 0, 1 0 0", {}},
+      {"a corner twice", "0 0 0, 2 0 0, 1 0 0 | 0 0 1, 2 2 2", {}},
+      {"an empty mesh", "", {}}};
+  for (const auto& [what, text, expected] : rows) {
+    SCOPED_TRACE(what);
+    Mesh mesh = meshFromText(text);
+    EXPECT_EQ(hangingVertices(mesh), expected);
   }
 }
 
@@ -82,18 +77,16 @@ TEST(MeshConstraintsCalculator, refinedBorderHangsWhateverTheOrder)
     expected.emplace(2 * i + 1, 2 * i, 2 * i + 2);
   EXPECT_EQ(hangingVertices(mesh), expected);
 
-  RandomGeometry random(54);
-  for (int i = 0; i < 20; ++i) {
+  repeat(20, 54, [&](RandomGeometry& random) {
     Mesh mixed = shuffled(mesh, random);
     EXPECT_EQ(hangingVertices(mixed).size(), cells);
-  }
+  });
 }
 
 // The lists as they are defined: six updates per triangle, found or appended.
 TEST(MeshConstraintsCalculator, listsNeighboursInTheOrderOfTheTriangles)
 {
-  RandomGeometry random(55);
-  for (int round = 0; round < 50; ++round) {
+  repeat(50, 55, [&](RandomGeometry& random) {
     Mesh mesh;
     const std::size_t vertices = 3 + random.index(12);
     for (std::size_t i = 0; i < vertices; ++i)
@@ -126,7 +119,7 @@ TEST(MeshConstraintsCalculator, listsNeighboursInTheOrderOfTheTriangles)
         EXPECT_EQ(list[k].count, expected[i][k].count);
       }
     }
-  }
+  });
 }
 
 } // namespace

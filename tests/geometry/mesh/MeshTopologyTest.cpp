@@ -3,8 +3,8 @@
 #include "geometry/Plane.h"
 #include "support/MeshBuilder.h"
 
+#include <algorithm>
 #include <gtest/gtest.h>
-
 #include <utility>
 
 namespace Kavrel::Testing {
@@ -21,10 +21,7 @@ struct Pairing
 /// The pairing from lists of outgoing half-edges, searched from their start for each half-edge without partner.
 Pairing pairingBySearch(const Mesh& mesh)
 {
-  struct Spoke
-  {
-    unsigned edge, head;
-  };
+  using Spoke = std::pair<unsigned, unsigned>; // the half-edge and the vertex that it leads to
   std::vector<std::vector<Spoke>> spokes(mesh.numberOfVertices());
   std::vector<unsigned> neighbours;
   for (const Triangle& triangle : mesh.getTriangleCollection()) {
@@ -36,18 +33,18 @@ Pairing pairingBySearch(const Mesh& mesh)
     }
   }
   for (unsigned v = 0; v < spokes.size(); ++v)
-    for (const Spoke& e : spokes[v]) {
-      if (neighbours[e.edge] != none) continue;
-      for (const Spoke& f : spokes[e.head])
-        if (f.head == v) {
-          neighbours[e.edge] = f.edge;
-          neighbours[f.edge] = e.edge;
+    for (const auto& [edge, head] : spokes[v]) {
+      if (neighbours[edge] != none) continue;
+      for (const auto& [other, back] : spokes[head])
+        if (back == v) {
+          neighbours[edge] = other;
+          neighbours[other] = edge;
           break;
         }
     }
   Pairing result{std::move(neighbours), {}};
   for (const auto& list : spokes)
-    result.firstOutgoing.push_back(list.empty() ? none : list.front().edge);
+    result.firstOutgoing.push_back(list.empty() ? none : list.front().first);
   return result;
 }
 
@@ -77,23 +74,9 @@ void expectPairing(const Mesh& mesh, const Pairing& expected)
     ASSERT_EQ(indexOf(vertex.getHalfEdge()), expected.firstOutgoing[vertex.getIndex()]);
 }
 
-std::size_t countWithoutNeighbour(const Mesh& mesh)
-{
-  std::size_t count = 0;
-  for (const HalfEdge& edge : mesh.getHalfEdgeCollection())
-    count += edge.getNeighbourEdge() == nullptr;
-  return count;
-}
-
 TEST(MeshTopology, PairsKnownShapes)
 {
-  struct Row
-  {
-    const char* name;
-    Mesh mesh;
-    std::size_t boundary;
-    bool consistent;
-  } rows[] = {
+  std::tuple<const char*, Mesh, int, bool> rows[] = {
       {"no triangle", meshFromText("0 0 0"), 0, true},
       {"tetrahedron", tetrahedron(), 0, true},
       {"cube", cube(), 0, true},
@@ -107,22 +90,22 @@ TEST(MeshTopology, PairsKnownShapes)
       {"equal corners", meshFromText("0 0 0, 1 0 0 | 0 0 1"), 0, true},
       {"two at one corner", meshFromText("0 0 0, 1 0 0, 0 1 0, -1 0 0, 0 -1 0 | 0 1 2, 0 3 4"), 6, true},
   };
-  for (Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_TRUE(row.mesh.isTopologyConsistent());
-    row.mesh.computeTopology();
-    EXPECT_EQ(row.mesh.hasTopology(), row.mesh.numberOfTriangles() > 0);
-    EXPECT_EQ(countWithoutNeighbour(row.mesh), row.boundary);
-    EXPECT_EQ(row.mesh.isTopologyConsistent(), row.consistent);
-    expectPairing(row.mesh, pairingBySearch(row.mesh));
+  for (auto& [name, mesh, boundary, consistent] : rows) {
+    SCOPED_TRACE(name);
+    EXPECT_TRUE(mesh.isTopologyConsistent());
+    mesh.computeTopology();
+    EXPECT_EQ(mesh.hasTopology(), mesh.numberOfTriangles() > 0);
+    const auto& edges = mesh.getHalfEdgeCollection();
+    EXPECT_EQ(std::count_if(edges.begin(), edges.end(), [](const HalfEdge& e) { return !e.getNeighbourEdge(); }),
+              boundary);
+    EXPECT_EQ(mesh.isTopologyConsistent(), consistent);
+    expectPairing(mesh, pairingBySearch(mesh));
   }
 }
 
 TEST(MeshTopology, EqualsSearchThroughListsOnTangledMeshes)
 {
-  RandomGeometry random(5201);
-  for (int round = 0; round < 300; ++round) {
-    SCOPED_TRACE(round);
+  repeat(300, 5201, [&](RandomGeometry& random) {
     // Few vertices and many triangles: equal orientations, crowded edges and equal corners abound.
     const std::size_t vertices = 1 + random.index(8), triangles = random.index(40);
     Mesh mesh;
@@ -132,7 +115,7 @@ TEST(MeshTopology, EqualsSearchThroughListsOnTangledMeshes)
       mesh.addTriangle(random.index(vertices), random.index(vertices), random.index(vertices));
     mesh.computeTopology();
     expectPairing(mesh, pairingBySearch(mesh));
-  }
+  });
 }
 
 TEST(MeshTopology, EqualsSearchThroughListsOnShuffledSurfaces)
