@@ -383,7 +383,7 @@ TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
 TEST(SegmentTest, ParallelSegmentsShareAnOverlapOrAContact)
 {
   const Point2 p[] = {{0, 0}, {4, 0}, {1, 1e-4}, {6, 1e-4}, {2, 0}, {2, 1e-5}, {4, 0}, {9, 0}, {5, 0}, {0, 1}, {3, 1}};
-  // -1: a crossing point
+  // From -1: they share a crossing point.
   const std::tuple<const char*, int, int, int, int, bool, int, int, double> rows[] = {
       {"overlap", 0, 1, 2, 3, true, 2, 1, 0},
       {"overlap, reversed", 0, 1, 3, 2, true, 2, 1, 0},

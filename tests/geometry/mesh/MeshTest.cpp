@@ -68,7 +68,7 @@ TEST(Mesh, KnowsWhetherItHasNormals)
 {
   Vertex plain(1, 2, 3), withNormal(4, 5, 6);
   withNormal.setNormal(0, 0, 1);
-  // n: with normal, p: without, c: by coordinates, s: hasNormals set by hand
+  // Vertices added: n with normal, p without, c by coordinates; s sets hasNormals by hand.
   const std::tuple<const char*, bool> rows[] = {{"", false},   {"n", true},   {"p", false},  {"c", false},
                                                 {"nn", true},  {"np", false}, {"pn", false}, {"npn", false},
                                                 {"nc", false}, {"psn", true}, {"psp", false}};
