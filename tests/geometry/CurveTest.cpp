@@ -85,9 +85,7 @@ void refineInPlace(const Curve<double, 2>& curve, std::vector<Point2>& points, s
 
 TEST(Curve, DiscretisationHasTheVerticesOfTheRule)
 {
-  RandomGeometry random(11);
-  for (int round = 0; round < 60; ++round) {
-    SCOPED_TRACE(round);
+  repeat(60, 11, [&](RandomGeometry& random) {
     const double low = random.uniform(-5.0, 0.0);
     const double high = low + random.logUniform(1e-5, 20.0);
     const double tolerance = random.logUniform(1e-3, 10.0);
@@ -99,7 +97,7 @@ TEST(Curve, DiscretisationHasTheVerticesOfTheRule)
     Line2 polyline;
     curve.calcPolyLine(polyline);
     EXPECT_EQ(polyline.getPointCollection(), expected);
-  }
+  });
 }
 
 TEST(Curve, DiscretisationCountsPoints)
@@ -110,12 +108,7 @@ TEST(Curve, DiscretisationCountsPoints)
   const auto wave = [](double height) {
     return graph(-1.0, 1.0, loose, [height](double t) { return height * (t * t * t - t); });
   };
-  const struct
-  {
-    const char* name;
-    FunctionCurve curve;
-    std::size_t points;
-  } rows[] = {
+  const std::tuple<const char*, FunctionCurve, std::size_t> rows[] = {
       {"straight, tight tolerance", graph(0.0, 4.0, 1e-9, [](double t) { return 2.0 * t; }), 2},
       {"parameter range below 1e-5", quick(0.99e-5), 2},
       {"parameter range above 1e-5", quick(1.01e-5), 3},
@@ -125,11 +118,11 @@ TEST(Curve, DiscretisationCountsPoints)
       // The sag at the quarter points is 0.375 times the height, on a chord of 2.
       {"inflection in the middle, too flat", wave(0.13), 2},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, curve, expectedPoints] : rows) {
+    SCOPED_TRACE(name);
     Line2 polyline;
-    row.curve.calcPolyLine(polyline);
-    EXPECT_EQ(polyline.numberOfPoints(), row.points);
+    curve.calcPolyLine(polyline);
+    EXPECT_EQ(polyline.numberOfPoints(), expectedPoints);
   }
   Line2 bent;
   wave(0.14).calcPolyLine(bent);
@@ -151,14 +144,12 @@ TEST(Curve, DiscretisationKeepsWhatIsTheTargets)
 
 TEST(Curve, TangentsStepAHundredthOfTheDomain)
 {
-  const struct
-  {
-    double lower, upper, step;
-  } rows[] = {{0.0, 0.5, 0.005}, {0.0, 100.0, 0.01}, {2.0, 3.0, 0.01}, {1.0, 1.0, 0.0}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.upper);
-    const auto curve = graph(row.lower, row.upper, 0.1, [](double t) { return t * t; });
-    const double a = row.lower, b = row.upper, h = row.step;
+  const std::tuple<double, double, double> rows[] = {
+      {0.0, 0.5, 0.005}, {0.0, 100.0, 0.01}, {2.0, 3.0, 0.01}, {1.0, 1.0, 0.0}};
+  for (const auto& [lower, upper, step] : rows) {
+    SCOPED_TRACE(upper);
+    const auto curve = graph(lower, upper, 0.1, [](double t) { return t * t; });
+    const double a = lower, b = upper, h = step;
     EXPECT_THAT(curve.getStartTangent(), IsNear(Vector2(h, (2 * a + h) * h), 1e-11));
     EXPECT_THAT(curve.getEndTangent(), IsNear(Vector2(h, (2 * b - h) * h), 1e-11));
     EXPECT_THAT(curve.getMid(), IsNear(Vector2((a + b) / 2, (a + b) * (a + b) / 4), 1e-12));
@@ -180,13 +171,7 @@ TEST(Curve, FindsTheIntersectionWithAPlane)
   const auto steep = [](double t) { return std::tanh(40.0 * (t - 0.9)) + 0.5; };
   const auto jump = [](double t) { return t < 0.3 ? 0.0 : 1.0; };
   const double root = std::sqrt(0.5);
-  const struct
-  {
-    const char* name;
-    FunctionCurve curve;
-    bool found;
-    double x;
-  } rows[] = {
+  const std::tuple<const char*, FunctionCurve, bool, double> rows[] = {
       {"parabola", graph(0.0, 2.0, 0.1, square), true, root},
       {"Newton leaves the domain and is clamped", graph(-0.7, 0.75, 0.1, square), true, root},
       {"Newton runs into the flat part", graph(-2.0, 1.0, 0.1, steep), true, 0.9},
@@ -195,14 +180,14 @@ TEST(Curve, FindsTheIntersectionWithAPlane)
       {"an end on the plane", graph(root, 2.0, 0.1, square), true, root},
       {"jump over the plane", graph(0.0, 1.0, 0.1, jump), false, 0.0},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, curve, found, x] : rows) {
+    SCOPED_TRACE(name);
     Point2 hit;
     Vector2 tangent(7.0, 7.0);
-    EXPECT_EQ(row.curve.findIntersection(level, 1e-10, hit, &tangent), row.found);
-    if (row.found) {
-      EXPECT_THAT(hit, IsNear(Vector2(row.x, 0.5), 1e-9));
-      EXPECT_EQ(tangent, row.curve.evaluateDerivation(hit.x()));
+    EXPECT_EQ(curve.findIntersection(level, 1e-10, hit, &tangent), found);
+    if (found) {
+      EXPECT_THAT(hit, IsNear(Vector2(x, 0.5), 1e-9));
+      EXPECT_EQ(tangent, curve.evaluateDerivation(hit.x()));
     } else {
       EXPECT_EQ(tangent, Vector2(7.0, 7.0));
     }

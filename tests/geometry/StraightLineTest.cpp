@@ -20,22 +20,17 @@ using Vector3 = Vector<double, 3>;
 
 TEST(StraightLine, DirectionFollowsEndsThatAreApart)
 {
-  const struct
-  {
-    const char* name;
-    Point3 end;
-    bool follows;
-  } rows[] = {{"apart", {2.0, 0.0, 0.0}, true},
-              {"just apart", {1.1e-12, 0.0, 0.0}, true},
-              {"too close", {0.9e-12, 0.0, 0.0}, false},
-              {"equal", {0.0, 0.0, 0.0}, false}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
+  const std::tuple<const char*, Point3, bool> rows[] = {{"apart", {2.0, 0.0, 0.0}, true},
+                                                        {"just apart", {1.1e-12, 0.0, 0.0}, true},
+                                                        {"too close", {0.9e-12, 0.0, 0.0}, false},
+                                                        {"equal", {0.0, 0.0, 0.0}, false}};
+  for (const auto& [name, end, follows] : rows) {
+    SCOPED_TRACE(name);
     Line line(Point3(0.0, 0.0, 0.0), Point3(0.0, 3.0, 0.0), 0.1);
-    line.setEnd(row.end);
-    EXPECT_EQ(line.getDirection(), row.follows ? row.end - line.getStart() : Vector3(0.0, 3.0, 0.0));
+    line.setEnd(end);
+    EXPECT_EQ(line.getDirection(), follows ? end - line.getStart() : Vector3(0.0, 3.0, 0.0));
     line.setTangent(Vector3(7.0, 7.0, 7.0));
-    EXPECT_EQ(line.getDirection() == Vector3(7.0, 7.0, 7.0), !row.follows);
+    EXPECT_EQ(line.getDirection() == Vector3(7.0, 7.0, 7.0), !follows);
   }
   Line point(Point3(1.0, 2.0, 3.0), Point3(1.0, 2.0, 3.0), 0.1);
   double t = 5.0;
@@ -64,9 +59,7 @@ TEST(StraightLine, DiscretisationIsItsTwoEnds)
 
 TEST(StraightLine, ProjectionIsPerpendicular)
 {
-  RandomGeometry random(31);
-  for (int round = 0; round < 200; ++round) {
-    SCOPED_TRACE(round);
+  repeat(200, 31, [&](RandomGeometry& random) {
     const Line line(Point3(random.inCube<3>(10.0)), random.ofAnySize<3>(1e-3, 1e3), 0.1);
     const Point3 p(random.inCube<3>(10.0));
     double t = 0.0;
@@ -75,14 +68,12 @@ TEST(StraightLine, ProjectionIsPerpendicular)
     EXPECT_THAT(foot, IsNear(line.getStart() + line.getDirection() * t, 1e-12));
     EXPECT_NEAR(line.getDistance(p), line.getDirection().getNormalized().cross(p - line.getStart()).length(), 1e-12);
     EXPECT_NEAR(line.getSqrDistance(p), (p - foot).sqrLength(), 1e-12);
-  }
+  });
 }
 
 TEST(StraightLine, IntersectsInThePlane)
 {
-  RandomGeometry random(32);
-  for (int round = 0; round < 200; ++round) {
-    SCOPED_TRACE(round);
+  repeat(200, 32, [&](RandomGeometry& random) {
     const Point2 cross(random.inCube<2>(10.0));
     const auto a = random.direction<2>(), b = random.direction<2>();
     const Line2 first(Point2(cross + a * random.uniform(-5.0, 5.0)), a * random.logUniform(0.01, 10.0), 0.1);
@@ -93,7 +84,7 @@ TEST(StraightLine, IntersectsInThePlane)
     if (sine > 0.01) {
       EXPECT_THAT(hit, IsNear(cross, 1e-13 / sine));
     }
-  }
+  });
   Point3 untouched(5.0, 5.0, 5.0);
   EXPECT_FALSE(Line(Point3(), Vector3(1.0, 0.0, 0.0), 0.1)
                    .getIntersection(Line(Point3(), Vector3(0.0, 1.0, 0.0), 0.1), untouched, 0.01));
@@ -102,19 +93,17 @@ TEST(StraightLine, IntersectsInThePlane)
 
 TEST(StraightLine, ClosestPointsStandAcrossBothLines)
 {
-  RandomGeometry random(33);
-  for (int round = 0; round < 200; ++round) {
-    SCOPED_TRACE(round);
+  repeat(200, 33, [&](RandomGeometry& random) {
     const Line a(Point3(random.inCube<3>(10.0)), random.direction<3>() * random.uniform(1.0, 5.0), 0.1);
     const Line b(Point3(random.inCube<3>(10.0)), random.direction<3>() * random.uniform(1.0, 5.0), 0.1);
-    if (a.getDirection().cross(b.getDirection()).length() < 0.1) continue;
+    if (a.getDirection().cross(b.getDirection()).length() < 0.1) return;
     Point3 onA, onB;
     ASSERT_TRUE(computeClosestPoints(a, b, onA, onB));
     EXPECT_NEAR(a.getDistance(onA), 0.0, 1e-10);
     EXPECT_NEAR(b.getDistance(onB), 0.0, 1e-10);
     EXPECT_NEAR((onA - onB).dot(a.getDirection()), 0.0, 1e-9);
     EXPECT_NEAR((onA - onB).dot(b.getDirection()), 0.0, 1e-9);
-  }
+  });
   Point3 onA, onB;
   const Line along(Point3(), Vector3(1.0, 0.0, 0.0), 0.1);
   EXPECT_FALSE(computeClosestPoints(along, Line(Point3(0.0, 1.0, 0.0), Vector3(-2.0, 0.0, 0.0), 0.1), onA, onB));
@@ -125,9 +114,7 @@ TEST(StraightLine, ClosestPointsStandAcrossBothLines)
 
 TEST(StraightLine, MirrorsEndsAndVectors)
 {
-  RandomGeometry random(34);
-  for (int round = 0; round < 50; ++round) {
-    SCOPED_TRACE(round);
+  repeat(50, 34, [&](RandomGeometry& random) {
     const Line line(Point3(random.inCube<3>(5.0)), Point3(random.inCube<3>(5.0)), 0.7);
     const Plane<double, 3> plane(random.direction<3>(), random.uniform(-2.0, 2.0));
     for (const bool atStart : {true, false}) {
@@ -143,7 +130,7 @@ TEST(StraightLine, MirrorsEndsAndVectors)
     line.mirrorVector(reflected);
     const Vector3 unit = line.getDirection().getNormalized();
     EXPECT_THAT(reflected + v, IsNear(unit * (2.0 * v.dot(unit)), 1e-12));
-  }
+  });
 }
 
 TEST(StraightLine, CopiesTakeEverythingButTheIdentifier)

@@ -44,9 +44,7 @@ TEST(Distance, OnlyStrictlyBetterReplaces)
 TEST(Distance, AgreesWithExactReferences)
 {
   using Piece = Segment<Point<double, 3>>;
-  Testing::RandomGeometry random(11);
-  for (int i = 0; i < 4000; ++i) {
-    SCOPED_TRACE(i);
+  Testing::repeat(4000, 11, [&](Testing::RandomGeometry& random) {
     const auto a = randomCorners(random), b = randomCorners(random);
     const OwnTriangle first(a[0], a[1], a[2]), second(b[0], b[1], b[2]);
     double size = 0;
@@ -93,7 +91,7 @@ TEST(Distance, AgreesWithExactReferences)
     expectGap(triangles, 1e-9);
     EXPECT_LT((triangles.firstPoint - at(first, triangles.firstXi, triangles.firstEta)).length(), 1e-9 * size);
     EXPECT_LT((triangles.secondPoint - at(second, triangles.secondXi, triangles.secondEta)).length(), 1e-9 * size);
-  }
+  });
 }
 
 TEST(Distance, DegenerateTrianglesAreMeasuredByPlacesOfTheirOwn)
@@ -133,24 +131,19 @@ TEST(Distance, DegenerateSegmentIsItsStartWithAllItCarries)
 TEST(Distance, SegmentToVolume)
 {
   const AxisAlignedBox<float, 3> box(Vector<float, 3>(0, 0, 0), Vector<float, 3>(2, 2, 2));
-  const struct
-  {
-    const char* name;
-    Vector3 start, end;
-    double squareDistance;
-  } rows[] = {
+  const std::tuple<const char*, Vector3, Vector3, double> rows[] = {
       {"inside", {0.5, 0.5, 0.5}, {1, 1, 1}, 0},     {"through", {-1, 1, 1}, {3, 1, 1}, 0},
       {"past an edge", {4, 0, 1}, {0, 4, 1}, 0},     {"beside an edge", {6, 0, 1}, {0, 6, 1}, 2},
       {"before a face", {3, 1, 1}, {5, 1, 1}, 1},    {"a point", {1, 1, 5}, {1, 1, 5}, 9},
       {"across a corner", {3, 3, 3}, {4, 4, 4}, 3},  {"in a face", {2, -1, 1}, {2, 3, 1}, 0},
       {"along a face", {0.5, 0.5, 3}, {1, 1, 3}, 1},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const Point3N start(row.start), end(row.end);
+  for (const auto& [name, from, to, squareDistance] : rows) {
+    SCOPED_TRACE(name);
+    const Point3N start(from), end(to);
     DistanceQueryResult<Segment<Point3N>, AxisAlignedBox<float, 3>> result;
     EXPECT_TRUE(distance(Segment<Point3N>(&start, &end), box, result));
-    EXPECT_NEAR(result.squareDistance, row.squareDistance, 1e-15);
+    EXPECT_NEAR(result.squareDistance, squareDistance, 1e-15);
     EXPECT_FALSE(distance(Segment<Point3N>(&start, &end), box, result));
   }
 }
@@ -159,13 +152,7 @@ TEST(Distance, PilotSegmentSeesOnlyBetweenItsEnds)
 {
   const Point3N start(0, 0, 0), end(4, 0, 0);
   const PilotSegment<Point3N> pilot(&start, &end);
-  const struct
-  {
-    const char* name;
-    Vector3 a, b, c;
-    bool found;
-    double squareDistance;
-  } rows[] = {
+  const std::tuple<const char*, Vector3, Vector3, Vector3, bool, double> rows[] = {
       {"beside the middle", {1, 1, 0}, {3, 2, 0}, {1, 5, 0}, true, 1},
       {"wholly beyond", {5, 1, 0}, {6, 1, 0}, {5, 2, 0}, false, 0},
       {"wholly before", {-5, 1, 0}, {-6, 1, 0}, {-5, 2, 0}, false, 0},
@@ -173,21 +160,20 @@ TEST(Distance, PilotSegmentSeesOnlyBetweenItsEnds)
       {"nearest before, rest inside", {-1, 1, 0}, {1, 3, 0}, {1, 5, 0}, true, 4},
       {"touching the end plane", {4, 2, 0}, {5, 1, 0}, {5, 3, 0}, true, 4},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    const OwnTriangle triangle(row.a, row.b, row.c);
+  for (const auto& [name, a, b, c, found, squareDistance] : rows) {
+    SCOPED_TRACE(name);
+    const OwnTriangle triangle(a, b, c);
     DistanceQueryResult<PilotSegment<Point3N>, Triangle> result;
-    ASSERT_EQ(distance(pilot, triangle.triangle, result), row.found);
-    if (!row.found) continue;
-    EXPECT_NEAR(result.squareDistance, row.squareDistance, 1e-14);
+    ASSERT_EQ(distance(pilot, triangle.triangle, result), found);
+    if (!found) continue;
+    EXPECT_NEAR(result.squareDistance, squareDistance, 1e-14);
     EXPECT_LT((result.secondPoint - at(triangle, result.xi, result.eta)).length(), 1e-14);
   }
 }
 
 TEST(Distance, VolumesAreMeasuredInDouble)
 {
-  Testing::RandomGeometry random(17);
-  for (int i = 0; i < 3000; ++i) {
+  Testing::repeat(3000, 17, [&](Testing::RandomGeometry& random) {
     AxisAlignedBox<float, 3> box, other;
     for (int k = 0; k < 2; ++k) {
       box.extend(random.inCube<3>(2.0));
@@ -215,5 +201,5 @@ TEST(Distance, VolumesAreMeasuredInDouble)
     EXPECT_NEAR(signedDistance(SignedPlane(plane.getNormal(), plane.getDistance()), box), low, 1e-14);
     EXPECT_EQ(overlaps(box, other), squareDistance(box, other) == 0.0);
     EXPECT_EQ(squareDistance(box, other), squareDistance(other, box));
-  }
+  });
 }

@@ -10,12 +10,7 @@ namespace {
 // The digests that the designers of the function published.
 TEST(TigerHashTest, PublishedDigests)
 {
-  struct Row
-  {
-    std::string text;
-    const char* digest;
-  };
-  const Row rows[] = {
+  const std::tuple<std::string, const char*> rows[] = {
       {"", "3293ac630c13f0245f92bbb1766e16167a4e58492dde73f3"},
       {"abc", "2aab1484e8c158f2bfb8c5ff41b57a525129131c957b5f93"},
       {"Tiger", "dd00230799f5009fec6debc838bb6a27df2b9d6f110c7937"},
@@ -24,8 +19,8 @@ TEST(TigerHashTest, PublishedDigests)
       {"Tiger - A Fast New Hash Function, by Ross Anderson and Eli Biham",
        "8a866829040a410c729ad23f5ada711603b3cdd357e4c15e"},
   };
-  for (const Row& row : rows)
-    EXPECT_EQ(TigerHash::tHash(row.text), row.digest) << row.text;
+  for (const auto& [text, digest] : rows)
+    EXPECT_EQ(TigerHash::tHash(text), digest) << text;
 }
 
 TEST(TigerHashTest, EveryByteCounts)
