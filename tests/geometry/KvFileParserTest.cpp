@@ -23,23 +23,17 @@ using namespace Testing;
 /// What came out of a read: the objects, also when it raised, then how it ended.
 struct Outcome
 {
-  std::string objects;
-  std::string error;
+  std::string objects, error;
   TextImportStatus status;
 };
 
-void write(std::ostream& out, const Point3N& point)
+template <class P>
+requires P::TypeHasNormal void write(std::ostream& out, const P& point)
 {
   out << '(' << static_cast<const Vector<double, 3>&>(point);
   if (point.hasNormal()) out << " n " << point.getNormal();
-  out << ')';
-}
-
-void write(std::ostream& out, const Point3NT& point)
-{
-  out << '(' << static_cast<const Vector<double, 3>&>(point);
-  if (point.hasNormal()) out << " n " << point.getNormal();
-  if (point.hasTangent()) out << " t " << point.getTangent();
+  if constexpr (P::TypeHasTangent)
+    if (point.hasTangent()) out << " t " << point.getTangent();
   out << ')';
 }
 
@@ -74,10 +68,8 @@ Outcome outcomeOf(const std::string& text, Target target, Read&& read)
   Outcome outcome;
   try {
     read(parser, target);
-  } catch (const ShapecoreException& error) {
-    outcome.error = std::string("Shapecore: ") + error.what();
   } catch (const KvException& error) {
-    outcome.error = error.what();
+    outcome.error = (dynamic_cast<const ShapecoreException*>(&error) ? "Shapecore: " : "") + std::string(error.what());
   } catch (const std::logic_error& error) {
     outcome.error =
         std::string(dynamic_cast<const std::invalid_argument*>(&error) ? "invalid: " : "range: ") + error.what();
@@ -109,9 +101,7 @@ Outcome readPoints(const std::string& text)
 struct Row
 {
   const char* what;
-  std::string text;
-  std::string objects;
-  std::string error;
+  std::string text, objects, error;
   bool complete;
   std::size_t line;
 };
@@ -275,15 +265,13 @@ TEST(KvFileParser, readsBackWhatAMeshDumps)
 // Whatever the bytes, a read ends with objects or with a failure, and the objects that there are hang together.
 TEST(KvFileParser, survivesDamagedFiles)
 {
-  RandomGeometry random(720);
   Mesh mesh = hills(4, 4);
   mesh.computeNormals(false, true);
   std::ostringstream dumped;
   mesh.dump(dumped, true, true);
   const std::string sources[] = {
       dumped.str(), "poly3d\n0 1 2 3\n1 2 3 4\nnormals\n0 0 0 1\nbinormals\n0 1 0 0\nprojpoints\n1 2 3 4 5 6 7 8\n"};
-  for (int i = 0; i < 3000; ++i) {
-    SCOPED_TRACE(i);
+  repeat(3000, 720, [&](RandomGeometry& random) {
     std::string text = sources[random.index(2)];
     for (std::size_t n = random.index(4); n > 0; --n)
       text[random.index(text.size())] = static_cast<char>(random.index(256));
@@ -305,7 +293,7 @@ TEST(KvFileParser, survivesDamagedFiles)
         for (unsigned corner = 0; corner < 3; ++corner)
           ASSERT_EQ(t->getVertex(corner), read.getVertex(t->getVertexRef(corner).getIndex()));
     }
-  }
+  });
 }
 
 TEST(KvFileParser, translatesItsMessages)

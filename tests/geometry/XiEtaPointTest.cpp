@@ -25,26 +25,21 @@ TEST(XiEtaPointTest, TheDefaultIsTheCentreWithoutATriangle)
 
 TEST(XiEtaPointTest, SnapsOntoTheTriangle)
 {
-  struct Row
-  {
-    double xi, eta, snappedXi, snappedEta;
-    bool on, valid;
-  };
-  const Row rows[] = {
+  const std::tuple<double, double, double, double, bool, bool> rows[] = {
       {0.25, 0.25, 0.25, 0.25, true, true}, {0, 1, 0, 1, true, true},           {1, 0, 1, 0, true, true},
       {2, 0, 1, 0, false, false},           {0, 3, 0, 1, false, false},         {-1, -1, 0, 0, false, true},
       {0.8, 0.8, 0.5, 0.5, false, false},   {0.9, 0.5, 0.7, 0.3, false, false}, {-0.5, 0.4, 0, 0.4, false, true},
       {0.4, -2, 0.4, 0, false, true},       {-3, 4.5, 0, 1, false, false},      {-0.5, 1.5, 0, 1, false, true},
       {1.5, -0.5, 1, 0, false, true},
   };
-  for (const Row& row : rows) {
-    XiEtaPoint p(row.xi, row.eta);
-    SCOPED_TRACE(std::to_string(row.xi) + ", " + std::to_string(row.eta));
-    EXPECT_EQ(p.isOnTriangle(), row.on);
-    EXPECT_EQ(p.isValid(), row.valid);
+  for (const auto& [xi, eta, snappedXi, snappedEta, on, valid] : rows) {
+    XiEtaPoint p(xi, eta);
+    SCOPED_TRACE(std::to_string(xi) + ", " + std::to_string(eta));
+    EXPECT_EQ(p.isOnTriangle(), on);
+    EXPECT_EQ(p.isValid(), valid);
     p.snapToTriangle();
-    EXPECT_NEAR(p.getXi(), row.snappedXi, 1e-15);
-    EXPECT_NEAR(p.getEta(), row.snappedEta, 1e-15);
+    EXPECT_NEAR(p.getXi(), snappedXi, 1e-15);
+    EXPECT_NEAR(p.getEta(), snappedEta, 1e-15);
   }
   EXPECT_TRUE(XiEtaPoint(nan, 0).isValid());
   EXPECT_FALSE(XiEtaPoint(nan, 0).isOnTriangle());
@@ -52,8 +47,7 @@ TEST(XiEtaPointTest, SnapsOntoTheTriangle)
 
 TEST(XiEtaPointTest, BeyondTheHypotenuseTheSnapIsTheNearestPoint)
 {
-  RandomGeometry random(21);
-  for (int row = 0; row < 300; ++row) {
+  repeat(300, 21, [&](RandomGeometry& random) {
     const double xi = random.uniform(-1, 2), eta = random.uniform(1 - xi, 3);
     XiEtaPoint p(xi, eta);
     p.snapToTriangle();
@@ -61,7 +55,7 @@ TEST(XiEtaPointTest, BeyondTheHypotenuseTheSnapIsTheNearestPoint)
     for (int i = 0; i <= 1000; ++i)
       best = std::min(best, std::hypot(i / 1000.0 - xi, 1 - i / 1000.0 - eta));
     EXPECT_NEAR(std::hypot(p.getXi() - xi, p.getEta() - eta), best, 2e-3) << xi << ", " << eta;
-  }
+  });
 }
 
 TEST(XiEtaPointTest, AnUndefinedVertexValueSpoilsTheResultWhateverItsWeight)

@@ -89,11 +89,7 @@ void expectWalksSeeEveryNeighbourOnce(const Mesh& mesh)
 TEST(MeshIterators, SeeEveryNeighbourOnce)
 {
   RandomGeometry random(5101);
-  struct Row
-  {
-    const char* name;
-    Mesh mesh;
-  } rows[] = {
+  const std::pair<const char*, Mesh> rows[] = {
       {"one triangle", meshFromText("0 0 0, 1 0 0, 0 1 0, 5 5 5 | 0 1 2")},
       {"tetrahedron", tetrahedron()},
       {"cube", cube()},
@@ -102,11 +98,11 @@ TEST(MeshIterators, SeeEveryNeighbourOnce)
       {"closed fan", fan(7, true)},
       {"strip with holes", stripWithHoles(4)},
   };
-  for (Row& row : rows) {
-    SCOPED_TRACE(row.name);
+  for (const auto& [name, surface] : rows) {
+    SCOPED_TRACE(name);
     // The shuffling moves the half-edges at which the walks start to any spoke of the fans.
     for (int round = 0; round < 5; ++round) {
-      Mesh mesh = round == 0 ? row.mesh : shuffled(row.mesh, random);
+      Mesh mesh = round == 0 ? surface : shuffled(surface, random);
       mesh.computeTopology();
       expectWalksSeeEveryNeighbourOnce(mesh);
     }
@@ -150,10 +146,8 @@ TEST(MeshIterators, TakeOneWayLinksForBoundaries)
 
 TEST(MeshIterators, EndOnTangledMeshes)
 {
-  RandomGeometry random(5102);
-  for (int round = 0; round < 300; ++round) {
-    SCOPED_TRACE(round);
-    const bool withEqualCorners = round % 2 == 0;
+  repeat(300, 5102, [&](RandomGeometry& random) {
+    const bool withEqualCorners = random.coin();
     const std::size_t vertices = 3 + random.index(6);
     Mesh mesh;
     for (std::size_t i = 0; i < vertices; ++i)
@@ -171,7 +165,7 @@ TEST(MeshIterators, EndOnTangledMeshes)
       walk(triangle.triangleBegin(), triangle.triangleEnd());
       if (!withEqualCorners) outerRing(triangle);
     }
-  }
+  });
 }
 
 TEST(MeshIterators, AreEmptyWithoutTopology)

@@ -107,21 +107,15 @@ TEST_F(EvalCacheTest, FollowsAPlainListOverManySteps)
   Testing::RandomGeometry random(61);
   for (int i = 0; i < 20; ++i)
     entries.push_back(std::make_unique<Entry>(i, dropped));
-  struct Model
-  {
-    int name;
-    std::size_t bytes;
-  };
-  std::list<Model> model; // the one used last in front
+  std::list<std::pair<int, std::size_t>> model; // names and bytes, the one used last in front
   std::vector<int> expected;
   for (int step = 0; step < 5000; ++step) {
     const int name = static_cast<int>(random.index(entries.size()));
     Entry& entry = *entries[static_cast<std::size_t>(name)];
-    const auto found = std::find_if(model.begin(), model.end(), [&](const Model& m) { return m.name == name; });
+    const auto found = std::find_if(model.begin(), model.end(), [&](const auto& m) { return m.first == name; });
     if (found == model.end()) {
-      const std::size_t bytes = random.index(60);
-      model.push_front({name, bytes});
-      entry.store(bytes);
+      model.emplace_front(name, random.index(60));
+      entry.store(model.front().second);
     } else if (random.coin()) {
       model.splice(model.begin(), model, found);
       EvalCache::elementWasAccessed(&entry);
@@ -130,11 +124,11 @@ TEST_F(EvalCacheTest, FollowsAPlainListOverManySteps)
       EvalCache::removeAllocatedCachedElement(&entry);
     }
     std::size_t sum = 0;
-    for (const Model& m : model)
-      sum += m.bytes;
+    for (const auto& [key, bytes] : model)
+      sum += bytes;
     for (; sum > 100 && model.size() > 1; model.pop_back()) {
-      sum -= model.back().bytes;
-      expected.push_back(model.back().name);
+      sum -= model.back().second;
+      expected.push_back(model.back().first);
     }
     ASSERT_EQ(EvalCache::getMemoryUsage(), sum);
   }
