@@ -74,9 +74,8 @@ TEST(KvTextScanner, takesTheNumbersThatFormattedInputTakes)
 
 TEST(KvTextScanner, agreesWithFormattedInputOnRandomText)
 {
-  RandomGeometry random(72);
   const std::string letters = "00123456789999++--..eE x\n\t#nif,";
-  for (int i = 0; i < 20000; ++i) {
+  repeat(20000, 72, [&](RandomGeometry& random) {
     std::string text;
     for (std::size_t n = random.index(14); n > 0; --n)
       text += letters[random.index(letters.size())];
@@ -84,13 +83,12 @@ TEST(KvTextScanner, agreesWithFormattedInputOnRandomText)
     ASSERT_EQ(readByScanner<double>(text), readByStream<double>(text));
     ASSERT_EQ(readByScanner<int>(text), readByStream<int>(text));
     ASSERT_EQ(readByScanner<unsigned>(text), readByStream<unsigned>(text));
-  }
+  });
 }
 
 TEST(KvTextScanner, readsBackEveryDoubleBitForBit)
 {
-  RandomGeometry random(73);
-  for (int i = 0; i < 40000; ++i) {
+  repeat(40000, 73, [&](RandomGeometry& random) {
     const double range = random.coin() ? 300 : 12;
     const double written = random.logUniform(std::pow(10, -range), std::pow(10, range)) * (random.coin() ? 1 : -1);
     std::ostringstream out;
@@ -102,35 +100,31 @@ TEST(KvTextScanner, readsBackEveryDoubleBitForBit)
     double value = 0;
     ASSERT_TRUE(KvTextScanner(text).read(value)) << text;
     EXPECT_EQ(value, std::stod(text)) << text;
-  }
+  });
 }
 
 TEST(KvTextScanner, splitsWordsAndDropsComments)
 {
-  struct Row
-  {
-    std::string text;
-    std::vector<std::string> words;
-  };
-  const Row rows[] = {{"", {}},
-                      {" \t\r\n", {}},
-                      {"# only a comment", {}},
-                      {"#\n#\n#", {}},
-                      {"a b\tc\rd\ne", {"a", "b", "c", "d", "e"}},
-                      {"a # b c\n d", {"a", "d"}},
-                      {"12#x y\nz", {"12", "x", "y", "z"}},
-                      {"a##b\nc", {"a", "c"}},
-                      {"a\r\n# b\r\nc\r\n", {"a", "c"}},
-                      {"a\vb", {"a\vb"}},
-                      {std::string("a\0b", 3), {std::string("a\0b", 3)}},
-                      {"\xEF\xBB\xBFpoints 1", {"\xEF\xBB\xBFpoints", "1"}}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.text);
-    KvTextScanner scanner(row.text);
+  const std::tuple<std::string, std::vector<std::string>> rows[] = {
+      {"", {}},
+      {" \t\r\n", {}},
+      {"# only a comment", {}},
+      {"#\n#\n#", {}},
+      {"a b\tc\rd\ne", {"a", "b", "c", "d", "e"}},
+      {"a # b c\n d", {"a", "d"}},
+      {"12#x y\nz", {"12", "x", "y", "z"}},
+      {"a##b\nc", {"a", "c"}},
+      {"a\r\n# b\r\nc\r\n", {"a", "c"}},
+      {"a\vb", {"a\vb"}},
+      {std::string("a\0b", 3), {std::string("a\0b", 3)}},
+      {"\xEF\xBB\xBFpoints 1", {"\xEF\xBB\xBFpoints", "1"}}};
+  for (const auto& [text, expectedWords] : rows) {
+    SCOPED_TRACE(text);
+    KvTextScanner scanner(text);
     std::vector<std::string> words;
     for (std::string_view word; scanner.nextWord(word);)
       words.emplace_back(word);
-    EXPECT_EQ(words, row.words);
+    EXPECT_EQ(words, expectedWords);
   }
 }
 

@@ -51,24 +51,20 @@ std::string staleMeasures(Mesh& mesh)
 
 TEST(MeshModifier, dropsTheMeasuresThatItsFlagsName)
 {
-  struct Row
-  {
-    int flags;
-    const char* stale;
-    double centerX;
-  };
-  for (const Row& row : {Row{-1, "area normal hash ", 1}, Row{0, "", 0.5}, Row{1, "area normal ", 0.5},
-                         Row{4, "hash ", 0.5}, Row{8, "", 0.5}, Row{5, "area normal hash ", 0.5}}) {
-    SCOPED_TRACE(row.flags);
+  const std::tuple<int, const char*, double> rows[] = {
+      {-1, "area normal hash ", 1}, {0, "", 0.5}, {1, "area normal ", 0.5}, {4, "hash ", 0.5}, {8, "", 0.5},
+      {5, "area normal hash ", 0.5}};
+  for (const auto& [flags, stale, centerX] : rows) {
+    SCOPED_TRACE(flags);
     Mesh mesh = measuredSquare(false);
     {
       Edit edit(mesh);
-      edit.setCacheFlags(row.flags);
+      edit.setCacheFlags(flags);
       for (Vertex& vertex : edit.getData().vertices)
         vertex.x() *= 2;
     }
-    EXPECT_EQ(staleMeasures(mesh), row.stale);
-    EXPECT_EQ(mesh.getCenterOfGravity().x(), row.centerX);
+    EXPECT_EQ(staleMeasures(mesh), stale);
+    EXPECT_EQ(mesh.getCenterOfGravity().x(), centerX);
   }
   Mesh mesh = measuredSquare(false);
   {
@@ -84,37 +80,31 @@ TEST(MeshModifier, commitsTopologyByMode)
 {
   using M = MeshModifier;
   constexpr int all = -1, none = 0, withoutTopology = ~int(M::InvalidateTopology);
-  struct Row
-  {
-    const char* what;
-    M::TopologyCalcMode mode;
-    int flags;
-    bool had;
-    std::size_t halfEdges; // 6 when built before the third triangle came, 9 after
-  };
-  const Row rows[] = {{"clear", M::TopologyClear, all, true, 0},
-                      {"clear, nothing stale", M::TopologyClear, withoutTopology, true, 6},
-                      {"clear, had none", M::TopologyClear, all, false, 0},
-                      {"update", M::TopologyUpdate, all, true, 9},
-                      {"update, had none", M::TopologyUpdate, all, false, 0},
-                      {"update, nothing stale", M::TopologyUpdate, withoutTopology, true, 6},
-                      {"create", M::TopologyCreate, all, true, 9},
-                      {"create, had none", M::TopologyCreate, all, false, 9},
-                      {"create, nothing stale, had none", M::TopologyCreate, withoutTopology, false, 9},
-                      {"create, nothing stale, had some", M::TopologyCreate, withoutTopology, true, 6},
-                      {"create without any flag", M::TopologyCreate, none, false, 0},
-                      {"keep", M::TopologyKeep, all, true, 6},
-                      {"keep, had none", M::TopologyKeep, all, false, 0}};
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.what);
-    Mesh mesh = measuredSquare(row.had);
+  // At the end the half-edges: 6 when built before the third triangle came, 9 after.
+  const std::tuple<const char*, M::TopologyCalcMode, int, bool, std::size_t> rows[] = {
+      {"clear", M::TopologyClear, all, true, 0},
+      {"clear, nothing stale", M::TopologyClear, withoutTopology, true, 6},
+      {"clear, had none", M::TopologyClear, all, false, 0},
+      {"update", M::TopologyUpdate, all, true, 9},
+      {"update, had none", M::TopologyUpdate, all, false, 0},
+      {"update, nothing stale", M::TopologyUpdate, withoutTopology, true, 6},
+      {"create", M::TopologyCreate, all, true, 9},
+      {"create, had none", M::TopologyCreate, all, false, 9},
+      {"create, nothing stale, had none", M::TopologyCreate, withoutTopology, false, 9},
+      {"create, nothing stale, had some", M::TopologyCreate, withoutTopology, true, 6},
+      {"create without any flag", M::TopologyCreate, none, false, 0},
+      {"keep", M::TopologyKeep, all, true, 6},
+      {"keep, had none", M::TopologyKeep, all, false, 0}};
+  for (const auto& [what, mode, flags, had, halfEdges] : rows) {
+    SCOPED_TRACE(what);
+    Mesh mesh = measuredSquare(had);
     {
       Edit edit(mesh);
-      edit.setTopologyCalcMode(row.mode);
-      edit.setCacheFlags(row.flags);
+      edit.setTopologyCalcMode(mode);
+      edit.setCacheFlags(flags);
       mesh.addTriangle(0, 3, 2);
     }
-    EXPECT_EQ(mesh.numberOfHalfEdges(), row.halfEdges);
+    EXPECT_EQ(mesh.numberOfHalfEdges(), halfEdges);
   }
 }
 

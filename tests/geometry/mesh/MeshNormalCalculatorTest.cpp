@@ -67,12 +67,8 @@ TEST(MeshNormalCalculator, FallsBackWhereNothingIsLeft)
   const double nan = std::numeric_limits<double>::quiet_NaN();
   Mesh withNaN = meshFromText("0 0 0, 1 0 0, 0 0 1, 0 1 0, 0 0 0 | 0 1 2, 0 3 4");
   withNaN.getVertexRef(3).set(nan, 0, 0);
-  struct Row
-  {
-    const char* name;
-    Mesh mesh;
-    Normal byArea, byAngles; // at vertex 0
-  } rows[] = {
+  // The normals at vertex 0 by area and by angle.
+  const std::tuple<const char*, Mesh, Normal, Normal> rows[] = {
       {"in no triangle", meshFromText("0 0 0, 1 0 0, 0 1 0, 0 0 1 | 1 2 3"), Normal(0, 0, 1), Normal(0, 0, 1)},
       {"no triangle at all", meshFromText("0 0 0, 1 0 0"), Normal(0, 0, 1), Normal(0, 0, 1)},
       {"two opposite ones cancel", meshFromText("0 0 0, 1 0 0, 0 0 1 | 0 1 2, 0 2 1"), Normal(0, -1, 0),
@@ -85,10 +81,10 @@ TEST(MeshNormalCalculator, FallsBackWhereNothingIsLeft)
       {"legs of half a micron", meshFromText("0 0 0, 5e-7 0 0, 0 0 5e-7 | 0 1 2"), Normal(0, 0, 1), Normal(0, -1, 0)},
       {"not a number elsewhere", std::move(withNaN), Normal(0, -1, 0), Normal(0, -1, 0)},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    EXPECT_EQ(normalsOf(row.mesh, false, false)[0], row.byArea);
-    EXPECT_THAT(normalsOf(row.mesh, false, true)[0], IsNear(row.byAngles, 1e-15));
+  for (const auto& [name, mesh, byArea, byAngles] : rows) {
+    SCOPED_TRACE(name);
+    EXPECT_EQ(normalsOf(mesh, false, false)[0], byArea);
+    EXPECT_THAT(normalsOf(mesh, false, true)[0], IsNear(byAngles, 1e-15));
   }
 }
 

@@ -51,8 +51,7 @@ TEST(OrthMatrixTest, VectorsBecomeColumnsOfRowMajorMemory)
 
 TEST(OrthMatrixTest, ProductsComposeAndInversesUndo)
 {
-  Testing::RandomGeometry random(21);
-  for (int i = 0; i < 50; ++i) {
+  Testing::repeat(50, 21, [&](Testing::RandomGeometry& random) {
     const R3 a = randomRotation(random), b = randomRotation(random);
     const V3 v = random.inCube<3>(10);
     R3 product = a;
@@ -63,13 +62,12 @@ TEST(OrthMatrixTest, ProductsComposeAndInversesUndo)
     R3 mirror;
     mirror(1, 1) = -1.0;
     EXPECT_NEAR((product *= mirror).determinant(), -1.0, 1e-14);
-  }
+  });
 }
 
 TEST(OrthMatrixTest, OrthoNormalizeKeepsTheFirstDirection)
 {
-  Testing::RandomGeometry random(22);
-  for (int i = 0; i < 100; ++i) {
+  Testing::repeat(100, 22, [&](Testing::RandomGeometry& random) {
     const V3 a = random.ofAnySize<3>(1e-20, 1e20);
     // Down to almost parallel, where one pass of projections leaves the vectors visibly askew.
     const V3 b = a * random.uniform(-2, 2) + random.ofAnySize<3>(1e-12, 1) * a.length();
@@ -79,7 +77,7 @@ TEST(OrthMatrixTest, OrthoNormalizeKeepsTheFirstDirection)
     EXPECT_LE((axes[0] - a / a.length()).length(), 1e-15);
     EXPECT_GT(axes[1].dot(b), 0.0);
     expectOrthonormal(R3(axes), 1e-14);
-  }
+  });
 }
 
 TEST(OrthMatrixTest, RotationsFollowTheRightHand)
@@ -89,8 +87,7 @@ TEST(OrthMatrixTest, RotationsFollowTheRightHand)
   EXPECT_NEAR(turned.x(), 0.0, 1e-16);
   EXPECT_NEAR(turned.y(), 1.0, 1e-16);
 
-  Testing::RandomGeometry random(23);
-  for (int i = 0; i < 100; ++i) {
+  Testing::repeat(100, 23, [&](Testing::RandomGeometry& random) {
     const V3 axis = random.ofAnySize<3>(1e-6, 1e6);
     const double angle = random.uniform(-7, 7);
     const auto [ok, m] = MatrixFunctions::makeRotationMatrix(angle, axis);
@@ -99,7 +96,7 @@ TEST(OrthMatrixTest, RotationsFollowTheRightHand)
     const V3 n = axis / axis.length(), u = n.getOrthoNormal(), w = n.cross(u);
     EXPECT_LE((m * n - n).length(), 1e-15 * 4);
     EXPECT_LE((m * u - (u * std::cos(angle) + w * std::sin(angle))).length(), 1e-15 * 4);
-  }
+  });
   EXPECT_FALSE(MatrixFunctions::makeRotationMatrix(1.0, V3()).first);
   EXPECT_FALSE(MatrixFunctions::makeRotationMatrix(1.0F, Vector<float, 3>(0, 1e-6F, 0)).first);
 }
@@ -130,15 +127,14 @@ TEST(OrthMatrixTest, RotatesTheSourceToTheTargetTheShortestWay)
 
 TEST(OrthMatrixTest, InverseOfAGeneralMatrix)
 {
-  Testing::RandomGeometry random(25);
-  for (int i = 0; i < 50; ++i) {
+  Testing::repeat(50, 25, [&](Testing::RandomGeometry& random) {
     M3 m;
     for (unsigned j = 0; j < 9; ++j)
       m[j] = random.uniform(-1, 1) + (j % 4 == 0 ? 3.0 : 0.0);
     const M3 unit = M3().setDiagonalValue(1.0);
     EXPECT_TRUE((m * MatrixFunctions::inverseOf<double, 3>(m)).isEqual(unit, 1e-14));
     EXPECT_TRUE((MatrixFunctions::inverseOf<double, 3>(m) * m).isEqual(unit, 1e-14));
-  }
+  });
 }
 
 TEST(OrthMatrixTest, EqualityBounds)
