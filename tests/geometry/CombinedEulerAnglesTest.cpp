@@ -40,10 +40,9 @@ TEST(CombinedEulerAnglesTest, DefaultOrdersDiffer)
 
 TEST(CombinedEulerAnglesTest, MatrixAndAnglesStayInStep)
 {
-  Testing::RandomGeometry random(81);
   CombinedMatrix matrix;
   CombinedSystem system(EulerAngleSet(Order::ZXZ), P3(1, 2, 3));
-  for (int i = 0; i < 200; ++i) {
+  Testing::repeat(200, 81, [&](Testing::RandomGeometry& random) {
     const auto order = static_cast<Order::Enum>(random.index(Order::count));
     const EulerAngleSet set(order, random.uniform(-3, 3), random.uniform(-3, 3), random.uniform(-3, 3));
     if (random.coin()) {
@@ -61,7 +60,7 @@ TEST(CombinedEulerAnglesTest, MatrixAndAnglesStayInStep)
     const CombinedMatrix rebuilt(matrix.getMatrix(), order);
     EXPECT_EQ(rebuilt.getEulerAngles().getOrder(), order);
     EXPECT_TRUE(compose(rebuilt.getEulerAngles()).isEqual(matrix.getMatrix(), 1e-12));
-  }
+  });
 }
 
 // A slow turn must not make the angles jump to the other solution, although its middle angle leaves the principal

@@ -48,20 +48,14 @@ using V3 = Vector<double, 3>;
 using P3 = Point<double, 3>;
 constexpr double largest = std::numeric_limits<double>::max();
 
-struct Row
-{
-  const char* name;
-  std::function<void()> query;
-};
-
 /// Runs every query twice: the first run gives its output lists room, the second must not ask for memory.
-void expectNoAllocation(const std::vector<Row>& rows)
+void expectNoAllocation(const std::vector<std::pair<const char*, std::function<void()>>>& rows)
 {
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    row.query();
+  for (const auto& [name, query] : rows) {
+    SCOPED_TRACE(name);
+    query();
     const std::size_t before = allocations;
-    row.query();
+    query();
     EXPECT_EQ(allocations - before, 0U);
   }
 }

@@ -85,27 +85,22 @@ TEST(ShapecoreIO, coordinatesInThePlaneMustExist)
 
 TEST(ShapecoreIO, tellsHowAMeshReadEnded)
 {
-  struct Row
-  {
-    const char* what;
-    std::string rest;
-    bool raises, complete;
-    std::size_t line;
-  };
-  for (const Row& row :
-       {Row{"whole", "facets\n0 0 1 2\n", false, true, 0}, Row{"cut", "facets\n0 0 1 2\n1 0 1", false, false, 7},
-        Row{"corrupted", "facets\n0 0 1 2\n1 0 1 9", true, false, 7}}) {
-    SCOPED_TRACE(row.what);
-    const TextFile file("points\n0 0 0 0\n1 1 0 0\n2 0 1 0\n" + row.rest);
+  const std::tuple<const char*, std::string, bool, bool, std::size_t> rows[] = {
+      {"whole", "facets\n0 0 1 2\n", false, true, 0},
+      {"cut", "facets\n0 0 1 2\n1 0 1", false, false, 7},
+      {"corrupted", "facets\n0 0 1 2\n1 0 1 9", true, false, 7}};
+  for (const auto& [what, rest, raises, complete, line] : rows) {
+    SCOPED_TRACE(what);
+    const TextFile file("points\n0 0 0 0\n1 1 0 0\n2 0 1 0\n" + rest);
     TextImportStatus status;
     std::shared_ptr<Mesh> mesh;
-    if (row.raises) {
+    if (raises) {
       EXPECT_THROW(ShapecoreIO::importMesh(file.getName(), &status), ShapecoreException);
     } else {
       mesh = ShapecoreIO::importMesh(file.getName(), &status);
     }
-    EXPECT_EQ(status.complete, row.complete);
-    EXPECT_EQ(status.line, row.line);
+    EXPECT_EQ(status.complete, complete);
+    EXPECT_EQ(status.line, line);
     if (mesh) {
       EXPECT_EQ(mesh->numberOfTriangles(), 1U);
     }

@@ -32,11 +32,7 @@ std::vector<Entry> entriesOf(std::size_t count, double (*key)(std::size_t, std::
 TEST(MedianSelection, PutsEveryRankInItsPlace)
 {
   using Random = Testing::RandomGeometry;
-  const struct
-  {
-    const char* name;
-    double (*key)(std::size_t i, std::size_t n, Random& random);
-  } patterns[] = {
+  const std::pair<const char*, double (*)(std::size_t i, std::size_t n, Random & random)> patterns[] = {
       {"random", [](std::size_t, std::size_t, Random& random) { return random.uniform(-1, 1); }},
       {"ascending", [](std::size_t i, std::size_t, Random&) { return double(i); }},
       {"descending", [](std::size_t i, std::size_t n, Random&) { return double(n - i); }},
@@ -48,11 +44,11 @@ TEST(MedianSelection, PutsEveryRankInItsPlace)
       {"infinities", [](std::size_t i, std::size_t,
                         Random&) { return i % 3 == 0 ? std::numeric_limits<double>::infinity() : -double(i); }},
   };
-  for (const auto& pattern : patterns)
+  for (const auto& [name, key] : patterns)
     for (const std::size_t count : {1U, 2U, 3U, 11U, 12U, 13U, 40U, 599U, 600U, 601U, 5000U, 60000U})
       for (const std::size_t rank : {std::size_t{0}, count / 3, count / 2, count - 1}) {
-        SCOPED_TRACE(testing::Message() << pattern.name << ", " << count << " entries, rank " << rank);
-        std::vector<Entry> entries = entriesOf(count, pattern.key);
+        SCOPED_TRACE(testing::Message() << name << ", " << count << " entries, rank " << rank);
+        std::vector<Entry> entries = entriesOf(count, key);
         std::vector<double> sorted;
         for (const Entry& entry : entries)
           sorted.push_back(entry.key);

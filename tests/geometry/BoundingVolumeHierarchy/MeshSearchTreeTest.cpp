@@ -180,19 +180,14 @@ TEST(MeshSearchTree, FindsWhatAPlaneMeets)
   }
 }
 
-/// All hits of the line, each as |parameter|, parameter, triangle.
-struct Hit
+/// The parameter and the triangle of every hit of the line.
+std::vector<std::pair<double, int>> hitsOf(const Mesh& mesh, const V3& origin, const V3& direction)
 {
-  double parameter;
-  int triangle;
-};
-std::vector<Hit> hitsOf(const Mesh& mesh, const V3& origin, const V3& direction)
-{
-  std::vector<Hit> hits;
+  std::vector<std::pair<double, int>> hits;
   for (std::size_t k = 0; k < mesh.numberOfTriangles(); ++k)
     if (const auto t =
             Brute::lineTriangle(origin, direction, corner(mesh, k, 0), corner(mesh, k, 1), corner(mesh, k, 2)))
-      hits.push_back({*t, static_cast<int>(k)});
+      hits.emplace_back(*t, static_cast<int>(k));
   return hits;
 }
 
@@ -212,12 +207,12 @@ TEST(MeshSearchTree, FollowsLinesAndRays)
       const auto hits = hitsOf(mesh, origin, unit);
       std::vector<int> all, ahead;
       double first = largest, firstAhead = largest;
-      for (const auto& hit : hits) {
-        all.push_back(hit.triangle);
-        if (std::abs(hit.parameter) < std::abs(first)) first = hit.parameter;
-        if (hit.parameter < 0) continue;
-        ahead.push_back(hit.triangle);
-        firstAhead = std::min(firstAhead, hit.parameter);
+      for (const auto& [parameter, triangle] : hits) {
+        all.push_back(triangle);
+        if (std::abs(parameter) < std::abs(first)) first = parameter;
+        if (parameter < 0) continue;
+        ahead.push_back(triangle);
+        firstAhead = std::min(firstAhead, parameter);
       }
       hitCount += static_cast<int>(hits.size());
       RayResult result;
@@ -245,8 +240,8 @@ TEST(MeshSearchTree, FollowsLinesAndRays)
       EXPECT_EQ(tree.raySelectAll(origin, direction, places), ahead.size());
       EXPECT_THAT(elementsOf(places), UnorderedElementsAreArray(ahead));
       double nearest = largest;
-      for (const auto& hit : hitsOf(mesh, origin, V3(0, 0, 1)))
-        if (std::abs(hit.parameter) < std::abs(nearest)) nearest = hit.parameter;
+      for (const auto& [parameter, triangle] : hitsOf(mesh, origin, V3(0, 0, 1)))
+        if (std::abs(parameter) < std::abs(nearest)) nearest = parameter;
       RayResult vertical, legacy;
       ASSERT_EQ(tree.lineSelectFirstZ(origin, vertical), nearest < largest);
       EXPECT_NEAR(vertical.parameter, nearest, vertical.hit ? 1e-9 : 0);
@@ -293,8 +288,7 @@ TEST(MeshSearchTree, LooksBothWaysAlongALine)
 
 TEST(MeshSearchTree, FollowsTheVertical)
 {
-  RayResult result;
-  // Straight through vertices and along edges of a grid, where lines meet the faces of boxes.
+  RayResult result; // straight through vertices and along edges of a grid, where lines meet the faces of boxes
   const Mesh grid = Testing::grid(6, 6);
   const MeshSearchTree tree(grid, 2, 30);
   for (int i = 0; i <= 6; ++i)

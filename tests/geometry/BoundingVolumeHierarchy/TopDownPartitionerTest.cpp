@@ -142,12 +142,7 @@ unsigned countNodes(const Tree& tree)
 
 TEST(TopDownPartitioner, ShapeFollowsFromCountLeafSizeAndDepth)
 {
-  const struct
-  {
-    std::size_t count;
-    unsigned leafSize, maxDepth, leafSizeInForce;
-    Ranges leaves;
-  } rows[] = {
+  const std::tuple<std::size_t, unsigned, unsigned, unsigned, Ranges> rows[] = {
       {0, 2, 30, 2, {{0, 0}}},
       {1, 1, 30, 1, {{0, 1}}},
       {4, 4, 30, 4, {{0, 4}}},
@@ -159,13 +154,13 @@ TEST(TopDownPartitioner, ShapeFollowsFromCountLeafSizeAndDepth)
       {4, 1, 2, 1, {{0, 1}, {1, 2}, {2, 3}, {3, 4}}},
       {4, 1, 4000000000U, 1, {{0, 1}, {1, 2}, {2, 3}, {3, 4}}},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(testing::Message() << row.count << " elements, leaf " << row.leafSize << ", depth " << row.maxDepth);
-    const PointTree tree(randomPoints(row.count), row.leafSize, row.maxDepth);
-    EXPECT_EQ(tree.getMaxLeafSize(), row.leafSizeInForce);
-    EXPECT_EQ(tree.empty(), row.count == 0);
-    EXPECT_THAT(leavesOf(tree, countNodes(tree)), testing::UnorderedElementsAreArray(row.leaves));
-    if (row.count > 0) checkTree<3>(tree);
+  for (const auto& [count, leafSize, maxDepth, leafSizeInForce, leaves] : rows) {
+    SCOPED_TRACE(testing::Message() << count << " elements, leaf " << leafSize << ", depth " << maxDepth);
+    const PointTree tree(randomPoints(count), leafSize, maxDepth);
+    EXPECT_EQ(tree.getMaxLeafSize(), leafSizeInForce);
+    EXPECT_EQ(tree.empty(), count == 0);
+    EXPECT_THAT(leavesOf(tree, countNodes(tree)), testing::UnorderedElementsAreArray(leaves));
+    if (count > 0) checkTree<3>(tree);
   }
   EXPECT_TRUE(PointTree().empty());
   EXPECT_EQ(PointTree().getRoot().volume, (AxisAlignedBox<float, 3>()));

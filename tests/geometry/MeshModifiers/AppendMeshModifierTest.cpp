@@ -61,21 +61,19 @@ TEST(AppendMeshModifier, placesCopiesBehindWhatIsThere)
 
 TEST(AppendMeshModifier, normalsNeedBothSides)
 {
-  struct Row
-  {
-    const char* what;
-    bool targetEmpty, targetHas, sourceHas, expected;
-  };
-  for (const Row& row :
-       {Row{"both", false, true, true, true}, Row{"target only", false, true, false, false},
-        Row{"source only", false, false, true, false}, Row{"neither", false, false, false, false},
-        Row{"to an empty mesh", true, false, true, true}, Row{"bare to an empty mesh", true, true, false, false}}) {
-    SCOPED_TRACE(row.what);
+  const std::tuple<const char*, bool, bool, bool, bool> rows[] = {{"both", false, true, true, true},
+                                                                  {"target only", false, true, false, false},
+                                                                  {"source only", false, false, true, false},
+                                                                  {"neither", false, false, false, false},
+                                                                  {"to an empty mesh", true, false, true, true},
+                                                                  {"bare to an empty mesh", true, true, false, false}};
+  for (const auto& [what, targetEmpty, targetHas, sourceHas, expected] : rows) {
+    SCOPED_TRACE(what);
     Mesh mesh;
-    if (!row.targetEmpty) mesh = row.targetHas ? solidWithNormals() : tetrahedron();
-    mesh.setHasNormals(row.targetHas);
-    mesh.appendMesh(row.sourceHas ? solidWithNormals() : tetrahedron());
-    EXPECT_EQ(mesh.hasNormals(), row.expected);
+    if (!targetEmpty) mesh = targetHas ? solidWithNormals() : tetrahedron();
+    mesh.setHasNormals(targetHas);
+    mesh.appendMesh(sourceHas ? solidWithNormals() : tetrahedron());
+    EXPECT_EQ(mesh.hasNormals(), expected);
   }
 }
 

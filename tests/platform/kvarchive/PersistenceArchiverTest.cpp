@@ -150,11 +150,7 @@ TEST(PersistenceArchiver, ValuesComeBackBitForBit)
 
 TEST(PersistenceArchiver, RefusesWhatIsNoStream)
 {
-  const struct
-  {
-    const char* what;
-    std::vector<char> bytes;
-  } cases[] = {
+  const std::tuple<const char*, std::vector<char>> cases[] = {
       {"nothing", {}},
       {"half a head", words({mark, 1, 77})},
       {"another mark", words({mark + 1, 1, 77, 16, 0})},
@@ -167,10 +163,10 @@ TEST(PersistenceArchiver, RefusesWhatIsNoStream)
       {"class twice", words({mark, 1, 77, 16, 2, PersistenceArchiver::getHashForName("double"), 1,
                              PersistenceArchiver::getHashForName("double"), 2})},
   };
-  for (const auto& c : cases) {
-    SCOPED_TRACE(c.what);
+  for (const auto& [what, bytes] : cases) {
+    SCOPED_TRACE(what);
     PersistenceArchiver archive;
-    EXPECT_THROW(archive.openForReading(c.bytes), PersistenceException);
+    EXPECT_THROW(archive.openForReading(bytes), PersistenceException);
     bool leftOver;
     EXPECT_THROW(archive >> leftOver, PersistenceException);
   }

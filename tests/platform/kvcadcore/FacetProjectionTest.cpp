@@ -11,13 +11,8 @@ using namespace Kavrel;
 TEST(FacetProjection, CountsWhatIsInTheFacetOrNearIt)
 {
   const double corners[3][3] = {{0, 0, 1}, {2, 0, 1}, {0, 2, 1}};
-  const struct
-  {
-    const char* name;
-    double origin[3], direction[3], tolerance;
-    int hit;
-    double xi, eta;
-  } rows[] = {
+  using V = Vector<double, 3>;
+  const std::tuple<const char*, V, V, double, int, double, double> rows[] = {
       {"from above", {0.5, 0.5, 9}, {0, 0, -1}, 0, 1, 0.25, 0.25},
       {"to behind", {0.5, 0.5, 9}, {0, 0, 3}, 0, 1, 0.25, 0.25},
       {"oblique", {0, 0.5, 0}, {1, 0, 1}, 0, 1, 0.5, 0.25},
@@ -29,22 +24,21 @@ TEST(FacetProjection, CountsWhatIsInTheFacetOrNearIt)
       {"along the facet", {0.5, 0.5, 1}, {1, 0, 0}, 1, 0, 0, 0},
       {"no direction", {0.5, 0.5, 1}, {0, 0, 0}, 1, 0, 0, 0},
   };
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.name);
-    double xi = -9, eta = -9;
-    ASSERT_EQ(sn_pr_projPointOnFacet2(corners, row.origin, row.direction, row.tolerance, &xi, &eta), row.hit);
-    EXPECT_NEAR(xi, row.hit ? row.xi : -9, 1e-15);
-    EXPECT_NEAR(eta, row.hit ? row.eta : -9, 1e-15);
+  double xi = 0, eta = 0;
+  for (const auto& [name, origin, direction, tolerance, hit, expectedXi, expectedEta] : rows) {
+    SCOPED_TRACE(name);
+    xi = eta = -9;
+    ASSERT_EQ(sn_pr_projPointOnFacet2(corners, origin.data(), direction.data(), tolerance, &xi, &eta), hit);
+    EXPECT_NEAR(xi, hit ? expectedXi : -9, 1e-15);
+    EXPECT_NEAR(eta, hit ? expectedEta : -9, 1e-15);
   }
   const double needle[3][3] = {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}};
-  double xi = 0, eta = 0;
-  EXPECT_EQ(sn_pr_projPointOnFacet2(needle, rows[0].origin, rows[0].direction, 100, &xi, &eta), 0);
+  EXPECT_EQ(sn_pr_projPointOnFacet2(needle, V(0.5, 0.5, 9).data(), V(0, 0, -1).data(), 100, &xi, &eta), 0);
 }
 
 TEST(FacetProjection, AgreesWithTheExactCrossing)
 {
-  Testing::RandomGeometry random(5);
-  for (int i = 0; i < 2000; ++i) {
+  Testing::repeat(2000, 5, [&](Testing::RandomGeometry& random) {
     const Vector<double, 3> a = random.inCube<3>(1), b = random.inCube<3>(1), c = random.inCube<3>(1);
     const Vector<double, 3> origin = random.inCube<3>(2), direction = random.direction<3>();
     double corners[3][3];
@@ -56,9 +50,9 @@ TEST(FacetProjection, AgreesWithTheExactCrossing)
     double xi = 0, eta = 0;
     const int hit = sn_pr_projPointOnFacet2(corners, origin.data(), direction.data(), 0.0, &xi, &eta);
     const auto t = Testing::BruteForce::lineTriangle(origin, direction, a, b, c);
-    ASSERT_EQ(hit, t ? 1 : 0) << i;
+    ASSERT_EQ(hit, t ? 1 : 0);
     if (t) {
-      EXPECT_LT((a + (b - a) * xi + (c - a) * eta - (origin + direction * *t)).length(), 1e-9) << i;
+      EXPECT_LT((a + (b - a) * xi + (c - a) * eta - (origin + direction * *t)).length(), 1e-9);
     }
-  }
+  });
 }
