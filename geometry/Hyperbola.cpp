@@ -1,6 +1,5 @@
 #include "geometry/Hyperbola.h"
 
-#include "geometry/Plane.h"
 #include "platform/kvarchive/Persistence.h"
 
 namespace Kavrel {
@@ -12,13 +11,14 @@ KVSHAPES_PERSISTENT_KEY("BoostExportHyperbola3", 53013, Hyperbola<double, 3>)
 KVSHAPES_PERSISTENT_TEMPLATE((class T, unsigned dim), (Hyperbola<T, dim>))
 
 template <class T, unsigned dim>
-Hyperbola<T, dim>::Hyperbola(T chordTolerance) : ConicArc<T, dim>(chordTolerance)
+Hyperbola<T, dim>::Hyperbola(T chordTolerance)
+    : ConicData<HyperbolaType, T, dim>(HyperbolaType::Hyperbola5, chordTolerance)
 {}
 
 template <class T, unsigned dim>
 Hyperbola<T, dim>::Hyperbola(HyperbolaType type, T firstParameter, T secondParameter,
                              const CoordinateSystem<T, dim>& placement, T chordTolerance)
-    : ConicArc<T, dim>(placement, chordTolerance), conicType(type), a(firstParameter), b(secondParameter)
+    : ConicData<HyperbolaType, T, dim>(type, firstParameter, secondParameter, placement, chordTolerance)
 {}
 
 template <class T, unsigned dim>
@@ -33,52 +33,13 @@ void Hyperbola<T, dim>::copy(const Curve<T, dim>& other)
 template <class T, unsigned dim>
 void Hyperbola<T, dim>::copyHyperbola(const Hyperbola& other)
 {
-  this->copyConicArc(other);
-  conicType = other.conicType;
-  a = other.a;
-  b = other.b;
+  this->copyConicData(other);
 }
 
 template <class T, unsigned dim>
 void Hyperbola<T, dim>::setType(int type)
 {
-  conicType = type >= 5 && type < 8 ? static_cast<HyperbolaType>(type) : HyperbolaType::Hyperbola8;
-}
-
-template <class T, unsigned dim>
-Point<T, dim> Hyperbola<T, dim>::evaluate(const double& /*t*/) const
-{
-  this->refuseValue();
-}
-
-template <class T, unsigned dim>
-Vector<T, dim> Hyperbola<T, dim>::evaluateDerivation(const double& /*t*/) const
-{
-  this->refuseDirection();
-}
-
-template <class T, unsigned dim>
-T Hyperbola<T, dim>::getLength() const
-{
-  this->refuseValue();
-}
-
-template <class T, unsigned dim>
-BoundingBox<T, dim> Hyperbola<T, dim>::calculateBoundingBox() const
-{
-  this->refuseValue();
-}
-
-template <class T, unsigned dim>
-void Hyperbola<T, dim>::reverse()
-{
-  this->refuseDirection();
-}
-
-template <class T, unsigned dim>
-std::shared_ptr<Curve<T, dim>> Hyperbola<T, dim>::mirror(const Plane<T, dim>& /*plane*/) const
-{
-  this->refuseDirection();
+  this->conicType = type >= 5 && type < 8 ? static_cast<HyperbolaType>(type) : HyperbolaType::Hyperbola8;
 }
 
 template <class T, unsigned dim>
@@ -91,14 +52,14 @@ template <class T, unsigned dim>
 void Hyperbola<T, dim>::save(PersistenceArchiver& archiver, unsigned int /*version*/) const
 {
   Persistence::saveParent<ConicArc<T, dim>>(archiver, *this);
-  archiver << a << b; // the type isn't stored
+  archiver << this->a << this->b; // the type isn't stored
 }
 
 template <class T, unsigned dim>
 void Hyperbola<T, dim>::load(PersistenceArchiver& archiver, unsigned int /*version*/)
 {
   Persistence::loadParent<ConicArc<T, dim>>(archiver, *this);
-  archiver >> a >> b;
+  archiver >> this->a >> this->b;
 }
 
 #define KV_INSTANTIATE(...) template class Hyperbola<__VA_ARGS__>;

@@ -1,14 +1,12 @@
 #pragma once
 
-#include "geometry/ConicArc.h"
-#include "geometry/ConicType.h"
+#include "geometry/ConicData.h"
 
 namespace Kavrel {
 
-/// The data of a hyperbola on its way between archives and CAD records: two parameters, a type number and a placement.
-/// It can be moved and stored, not evaluated, and so not discretised either.
+/// The data of a hyperbola, which can't be evaluated.
 template <class T, unsigned dim>
-class KVSHAPES_EXPORT Hyperbola : public ConicArc<T, dim>
+class KVSHAPES_EXPORT Hyperbola : public ConicData<HyperbolaType, T, dim>
 {
 public:
   /// Of type 5, with both parameters 0, at the identity placement.
@@ -27,35 +25,13 @@ public:
   /// Takes over everything but the identifier, which stays.
   void copyHyperbola(const Hyperbola& other);
 
-  T getA() const { return a; }
-  T getB() const { return b; }
-  void setA(const T& firstParameter) { a = firstParameter; }
-  void setB(const T& secondParameter) { b = secondParameter; }
-  HyperbolaType getType() const { return conicType; }
   /// The types 5 to 7 as they are; any other number gives type 8.
   void setType(int type);
-
-  /// Raises ShapecoreException "Not yet implemented".
-  Point<T, dim> evaluate(const double& t) const override;
-  /// Raises ShapecoreException "Not implemented yet!".
-  Vector<T, dim> evaluateDerivation(const double& t) const override;
-  /// Raises ShapecoreException "Not yet implemented".
-  T getLength() const override;
-  /// Raises ShapecoreException "Not yet implemented".
-  BoundingBox<T, dim> calculateBoundingBox() const override;
-  /// Raises ShapecoreException "Not implemented yet!".
-  void reverse() override;
-  /// Raises ShapecoreException "Not implemented yet!".
-  std::shared_ptr<Curve<T, dim>> mirror(const Plane<T, dim>& plane) const override;
 
   /// An empty hyperbola with the tolerance of this one.
   std::shared_ptr<Curve<T, dim>> create() const override;
 
 private:
-  HyperbolaType conicType = HyperbolaType::Hyperbola5;
-  T a = T(0);
-  T b = T(0);
-
   KVSHAPES_PERSISTENT();
 };
 

@@ -1,6 +1,5 @@
 #include "geometry/Parabola.h"
 
-#include "geometry/Plane.h"
 #include "platform/kvarchive/Persistence.h"
 
 namespace Kavrel {
@@ -12,13 +11,13 @@ KVSHAPES_PERSISTENT_KEY("BoostExportParabola3", 53013, Parabola<double, 3>)
 KVSHAPES_PERSISTENT_TEMPLATE((class T, unsigned dim), (Parabola<T, dim>))
 
 template <class T, unsigned dim>
-Parabola<T, dim>::Parabola(T chordTolerance) : ConicArc<T, dim>(chordTolerance)
+Parabola<T, dim>::Parabola(T chordTolerance) : ConicData<ParabolaType, T, dim>(ParabolaType::Parabola0, chordTolerance)
 {}
 
 template <class T, unsigned dim>
 Parabola<T, dim>::Parabola(ParabolaType type, T firstParameter, T secondParameter,
                            const CoordinateSystem<T, dim>& placement, T chordTolerance)
-    : ConicArc<T, dim>(placement, chordTolerance), conicType(type), a(firstParameter), b(secondParameter)
+    : ConicData<ParabolaType, T, dim>(type, firstParameter, secondParameter, placement, chordTolerance)
 {}
 
 template <class T, unsigned dim>
@@ -33,52 +32,13 @@ void Parabola<T, dim>::copy(const Curve<T, dim>& other)
 template <class T, unsigned dim>
 void Parabola<T, dim>::copyParabola(const Parabola& other)
 {
-  this->copyConicArc(other);
-  conicType = other.conicType;
-  a = other.a;
-  b = other.b;
+  this->copyConicData(other);
 }
 
 template <class T, unsigned dim>
 void Parabola<T, dim>::setType(int type)
 {
-  conicType = type >= 0 && type < 3 ? static_cast<ParabolaType>(type) : ParabolaType::Parabola3;
-}
-
-template <class T, unsigned dim>
-Point<T, dim> Parabola<T, dim>::evaluate(const double& /*t*/) const
-{
-  this->refuseValue();
-}
-
-template <class T, unsigned dim>
-Vector<T, dim> Parabola<T, dim>::evaluateDerivation(const double& /*t*/) const
-{
-  this->refuseDirection();
-}
-
-template <class T, unsigned dim>
-T Parabola<T, dim>::getLength() const
-{
-  this->refuseValue();
-}
-
-template <class T, unsigned dim>
-BoundingBox<T, dim> Parabola<T, dim>::calculateBoundingBox() const
-{
-  this->refuseValue();
-}
-
-template <class T, unsigned dim>
-void Parabola<T, dim>::reverse()
-{
-  this->refuseDirection();
-}
-
-template <class T, unsigned dim>
-std::shared_ptr<Curve<T, dim>> Parabola<T, dim>::mirror(const Plane<T, dim>& /*plane*/) const
-{
-  this->refuseDirection();
+  this->conicType = type >= 0 && type < 3 ? static_cast<ParabolaType>(type) : ParabolaType::Parabola3;
 }
 
 template <class T, unsigned dim>
@@ -91,14 +51,14 @@ template <class T, unsigned dim>
 void Parabola<T, dim>::save(PersistenceArchiver& archiver, unsigned int /*version*/) const
 {
   Persistence::saveParent<ConicArc<T, dim>>(archiver, *this);
-  archiver << a << b; // the type isn't stored
+  archiver << this->a << this->b; // the type isn't stored
 }
 
 template <class T, unsigned dim>
 void Parabola<T, dim>::load(PersistenceArchiver& archiver, unsigned int /*version*/)
 {
   Persistence::loadParent<ConicArc<T, dim>>(archiver, *this);
-  archiver >> a >> b;
+  archiver >> this->a >> this->b;
 }
 
 #define KV_INSTANTIATE(...) template class Parabola<__VA_ARGS__>;
