@@ -2,6 +2,7 @@
 
 #include "geometry/ChordLengthSpline.h"
 #include "geometry/CoordinateSystem.h"
+#include "geometry/DoublePrecision.h"
 #include "geometry/NurbsCurve.h"
 #include "geometry/Plane.h"
 #include "geometry/PolyLine.h"
@@ -24,19 +25,11 @@ KVSHAPES_PERSISTENT_TEMPLATE((class T, unsigned dim), (KvBSpline<T, dim>))
 namespace {
 
 template <class T, unsigned dim>
-Vector<double, dim> widened(const Vector<T, dim>& v)
-{
-  Vector<double, dim> result;
-  for (unsigned i = 0; i < dim; ++i)
-    result[i] = static_cast<double>(v[i]);
-  return result;
-}
-
-template <class T, unsigned dim>
-std::vector<Vector<double, dim>> widened(const std::vector<Point<T, dim>>& points)
+std::vector<Vector<double, dim>> toDouble(const std::vector<Point<T, dim>>& points)
 {
   std::vector<Vector<double, dim>> result(points.size());
-  std::transform(points.begin(), points.end(), result.begin(), [](const Point<T, dim>& p) { return widened(p); });
+  std::transform(points.begin(), points.end(), result.begin(),
+                 [](const Point<T, dim>& p) { return Kavrel::toDouble(p); });
   return result;
 }
 
@@ -273,8 +266,8 @@ void KvBSpline<T, dim>::calculateNurbsCurve()
 {
   if (interpolationPoints.empty()) return;
   const ChordLengthSpline<dim> spline(
-      widened(interpolationPoints), closed,
-      {widened(startTangent), widened(endTangent), widened(startNormal), widened(endNormal)});
+      toDouble(interpolationPoints), closed,
+      {toDouble(startTangent), toDouble(endTangent), toDouble(startNormal), toDouble(endNormal)});
   nurbsCurve = std::make_shared<NurbsCurve<T, dim>>(narrowed<T, dim>(spline.controlPoints()), spline.knots(), closed,
                                                     false, false, this->tolerance, false);
 }

@@ -1,6 +1,7 @@
 #include "geometry/PolyLine.h"
 
 #include "geometry/CoordinateSystem.h"
+#include "geometry/DoublePrecision.h"
 #include "geometry/Plane.h"
 #include "geometry/PolyLineAlgorithm.h"
 #include "geometry/PolyLineDump.h"
@@ -90,15 +91,6 @@ template <class T, unsigned dim>
 Vector<double, 2> planar(const Vector<T, dim>& v)
 {
   return {static_cast<double>(v[0]), static_cast<double>(v[1])};
-}
-
-template <class T, unsigned dim>
-Vector<double, 3> spatial(const Vector<T, dim>& v)
-{
-  Vector<double, 3> result;
-  for (unsigned i = 0; i < dim; ++i)
-    result[i] = static_cast<double>(v[i]);
-  return result;
 }
 
 /// Whether the origin lies on the segment from a to b, to within the fixed limit.

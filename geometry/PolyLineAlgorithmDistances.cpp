@@ -32,8 +32,7 @@ double sqrDistanceToTree(const PolyLine<P>& polyline, const Tree<P>& tree, doubl
     if (nearest == 0.0) break;
     const double reach = std::nextafter(std::sqrt(nearest), largest); // its square isn't below the nearest
     double sqrDistance = largest;
-    if (tree.squareDistance(BoundingVolumeHierarchy::toDouble<P::Dim>(point), reach, sqrDistance))
-      nearest = std::min(nearest, sqrDistance);
+    if (tree.squareDistance(toDouble(point), reach, sqrDistance)) nearest = std::min(nearest, sqrDistance);
   }
   return nearest;
 }

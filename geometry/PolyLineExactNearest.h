@@ -95,7 +95,7 @@ private:
     const auto limitOf = [&] { return slack.sqrLimit(static_cast<double>(std::min(best.sqrDistance, bound))); };
     double limit = limitOf();
     Bvh::visitNearestFirst(
-        hierarchy, Bvh::SquareDistanceOfChildren(Bvh::toDouble<P::Dim>(point)),
+        hierarchy, Bvh::SquareDistanceOfChildren(toDouble(point)),
         [&limit](double sqrDistance) { return sqrDistance > limit; },
         [&](std::uint32_t first, std::uint32_t end) {
           for (std::uint32_t i = first; i < end; ++i) {

@@ -1,20 +1,11 @@
 #pragma once
 
+#include "geometry/DoublePrecision.h"
 #include "geometry/PolyLine.h"
 #include "platform/kvmath/OrthMatrix.h"
 
 /// Polylines in space and seen along a direction; for the sources of the polyline algorithms.
 namespace Kavrel {
-
-/// Three coordinates in double precision, z = 0 in two dimensions.
-template <class T, unsigned dim>
-Vector<double, 3> spatial(const Vector<T, dim>& v)
-{
-  Vector<double, 3> wide;
-  for (unsigned i = 0; i < dim; ++i)
-    wide[i] = static_cast<double>(v[i]);
-  return wide;
-}
 
 /// Axes to look at polylines along a direction. How the picture is turned about it isn't specified.
 class PolyLineFrame

@@ -1,5 +1,6 @@
 #include "geometry/Segment.h"
 
+#include "geometry/DoublePrecision.h"
 #include "geometry/Plane.h"
 #include "platform/kvmath/MatrixFunctions.h"
 
@@ -48,15 +49,6 @@ Vector<T, dim> blend(const Vector<T, dim>& a, const Vector<T, dim>& b, double t)
 }
 
 template <class T, unsigned dim>
-Vector<double, dim> widened(const Vector<T, dim>& v)
-{
-  Vector<double, dim> wide;
-  for (unsigned i = 0; i < dim; ++i)
-    wide[i] = static_cast<double>(v[i]);
-  return wide;
-}
-
-template <class T, unsigned dim>
 double coordinate(const Vector<T, dim>& v, unsigned axis)
 {
   return axis < dim ? static_cast<double>(v[axis]) : 0.0;
@@ -67,12 +59,6 @@ template <class T, unsigned dim>
 Vector<double, 2> inPlane(const Vector<T, dim>& v, unsigned axis)
 {
   return {static_cast<double>(v[0]), coordinate(v, axis)};
-}
-
-template <class T, unsigned dim>
-Vector<double, 3> inSpace(const Vector<T, dim>& v)
-{
-  return {coordinate(v, 0), coordinate(v, 1), coordinate(v, 2)};
 }
 
 Matrix<double, 3, 3> outerProduct(const Vector<double, 3>& v)
@@ -208,9 +194,9 @@ PointType Segment<PointType>::nearestPoint(const Position& p) const
 template <class PointType>
 typename Segment<PointType>::Scalar Segment<PointType>::distance(const Segment& other) const
 {
-  const auto a = widened<Scalar, PointType::Dim>(*end) - widened<Scalar, PointType::Dim>(*start);
-  const auto b = widened<Scalar, PointType::Dim>(*other.end) - widened<Scalar, PointType::Dim>(*other.start);
-  const auto w = widened<Scalar, PointType::Dim>(*other.start) - widened<Scalar, PointType::Dim>(*start);
+  const auto a = toDouble(*end) - toDouble(*start);
+  const auto b = toDouble(*other.end) - toDouble(*other.start);
+  const auto w = toDouble(*other.start) - toDouble(*start);
   const PairDistance pair(a, b, w);
   if (pair.A < shortSqrLength) return other.distance(*start);
   if (pair.C < shortSqrLength) return distance(*other.start);
@@ -364,10 +350,10 @@ bool Segment<PointType>::checkIntersectionInPlane(const Segment& other, unsigned
 template <class PointType>
 bool Segment<PointType>::checkIntersectionXYZ(const Segment* other, double& u, double& v, PointType& out) const
 {
-  const Vector<double, 3> s1 = inSpace<Scalar, PointType::Dim>(*start);
-  const Vector<double, 3> s2 = inSpace<Scalar, PointType::Dim>(*other->start);
-  Vector<double, 3> a = inSpace<Scalar, PointType::Dim>(*end) - s1;
-  Vector<double, 3> b = inSpace<Scalar, PointType::Dim>(*other->end) - s2;
+  const Vector<double, 3> s1 = spatial(*start);
+  const Vector<double, 3> s2 = spatial(*other->start);
+  Vector<double, 3> a = spatial(*end) - s1;
+  Vector<double, 3> b = spatial(*other->end) - s2;
   const double sqrLengths = a.sqrLength() * b.sqrLength();
   a.normalize(normalEps);
   b.normalize(normalEps);

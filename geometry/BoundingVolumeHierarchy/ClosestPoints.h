@@ -1,6 +1,7 @@
 #pragma once
 
 #include "geometry/BoundingVolumeHierarchy/QueryShapes.h"
+#include "geometry/DoublePrecision.h"
 #include "geometry/mesh/NearestOnTriangle.h"
 #include "geometry/mesh/Triangle.h"
 
@@ -22,19 +23,10 @@ struct SegmentEnds
   Vector<double, dim> at(double t) const { return start.linearInterpolation(t, end); }
 };
 
-template <unsigned dim, class T>
-Vector<double, dim> toDouble(const Vector<T, dim>& point)
-{
-  Vector<double, dim> wide;
-  for (unsigned i = 0; i < dim; ++i)
-    wide[i] = static_cast<double>(point[i]);
-  return wide;
-}
-
 template <class P>
 SegmentEnds<P::Dim> endsOf(const Segment<P>& segment)
 {
-  return {toDouble<P::Dim>(*segment.getStart()), toDouble<P::Dim>(*segment.getEnd())};
+  return {toDouble(*segment.getStart()), toDouble(*segment.getEnd())};
 }
 
 /// The point type at a position, without anything attached.

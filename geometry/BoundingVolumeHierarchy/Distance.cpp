@@ -180,7 +180,7 @@ bool distance(const Segment<Point3N>& query, const AxisAlignedBox<float, 3>& vol
               DistanceQueryResult<Segment<Point3N>, AxisAlignedBox<float, 3>>& result)
 {
   const SegmentEnds<3> segment = endsOf(query);
-  const Vector<double, 3> bounds[2] = {toDouble<3>(volume.min), toDouble<3>(volume.max)};
+  const Vector<double, 3> bounds[2] = {toDouble(volume.min), toDouble(volume.max)};
   const auto corner = [&bounds](unsigned which) {
     return Vector<double, 3>(bounds[which & 1][0], bounds[which >> 1 & 1][1], bounds[which >> 2 & 1][2]);
   };

@@ -290,7 +290,7 @@ double PolyLineSearchTree<PointType>::oneSidedHausdorffDistance(const Line& poly
   if (polyline.isEmpty()) return largest;
   double farthest = 0;
   for (const PointType& point : polyline)
-    farthest = std::max(farthest, squareDistance(toDouble<dimension>(point)));
+    farthest = std::max(farthest, squareDistance(toDouble(point)));
   return std::sqrt(farthest);
 }
 
@@ -351,9 +351,7 @@ bool PolyLineSearchTree<PointType>::nearestIntersection(const Plane<double, 3>& 
 {
   const auto crossings = intersect(plane);
   if (crossings.empty()) return false;
-  const auto squareTo = [&point](const PointType& crossing) {
-    return (toDouble<dimension>(crossing) - point).sqrLength();
-  };
+  const auto squareTo = [&point](const PointType& crossing) { return (toDouble(crossing) - point).sqrLength(); };
   out = *std::min_element(crossings.begin(), crossings.end(),
                           [&](const PointType& a, const PointType& b) { return squareTo(a) < squareTo(b); });
   return true;
