@@ -90,11 +90,12 @@ TEST(PolyLineDump, FilesAreNumberedAndAppended)
     return std::string(std::istreambuf_iterator<char>(in), {});
   };
   const auto polyline = polyLineFrom<Point2>("1,2");
-  const std::string once = "Poly3D\n0 1 2\n";
-  const std::tuple<int, bool, const char*, std::string> rows[] = {{-1, false, ".kv", once},
+  const char* const once = "Poly3D\n0 1 2\n";
+  const char* const twice = "Poly3D\n0 1 2\nPoly3D\n0 1 2\n";
+  const std::tuple<int, bool, const char*, const char*> rows[] = {{-1, false, ".kv", once},
                                                                   {7, true, "_7.kv", once},
                                                                   {0, false, "_0.kv", once},
-                                                                  {7, true, "_7.kv", once + once},
+                                                                  {7, true, "_7.kv", twice},
                                                                   {7, false, "_7.kv", once}};
   for (const auto& [number, append, suffix, content] : rows) {
     SCOPED_TRACE(suffix);
