@@ -393,14 +393,6 @@ void NurbsCurve<T, dim>::calcPolyLine(PolyLine<Point<T, dim>>& polyline) const
 }
 
 template <class T, unsigned dim>
-T NurbsCurve<T, dim>::getLength() const
-{
-  PolyLine<Point<T, dim>> polyline;
-  calcPolyLine(polyline);
-  return polyline.getLength();
-}
-
-template <class T, unsigned dim>
 BoundingBox<T, dim> NurbsCurve<T, dim>::calculateBoundingBox() const
 {
   BoundingBox<T, dim> box;

@@ -118,8 +118,6 @@ public:
   /// The discretisation of Curve, less the last point where the line is closed, has at least three points and ends at
   /// its first point to within 1e-12 in each component.
   void calcPolyLine(PolyLine<Point<T, dim>>& polyline) const override;
-  /// The length of the discretisation, computed with each call.
-  T getLength() const override;
   /// The box of the control points; invalid without any.
   BoundingBox<T, dim> calculateBoundingBox() const override;
 
