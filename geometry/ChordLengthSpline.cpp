@@ -90,7 +90,7 @@ ChordLengthSpline<dim>::ChordLengthSpline(std::vector<Direction> interpolated, b
   if (!closed)
     solveOpen(ends);
   else if (points.size() >= 3)
-    solveClosedSystem();
+    calcCurvatureClosed();
 }
 
 template <unsigned dim>
@@ -99,7 +99,7 @@ void ChordLengthSpline<dim>::solveOpen(const Ends& ends)
   if (counts(ends.startTangent)) startTangent = ends.startTangent;
   if (counts(ends.endTangent)) endTangent = ends.endTangent;
   if (points.size() < 2) return;
-  solveOpenSystem();
+  calcCurvature();
 
   // A normal takes its tangent from the spline that leaves this end free.
   const bool startHasNormal = counts(ends.startNormal);
@@ -108,11 +108,11 @@ void ChordLengthSpline<dim>::solveOpen(const Ends& ends)
   if (endHasNormal) endTangent = ends.endNormal.gramSchmidt(endSlope());
   if (startHasNormal) startTangent.normalize(shortestNormalised);
   if (endHasNormal) endTangent.normalize(shortestNormalised);
-  if (startHasNormal || endHasNormal) solveOpenSystem();
+  if (startHasNormal || endHasNormal) calcCurvature();
 }
 
 template <unsigned dim>
-void ChordLengthSpline<dim>::solveOpenSystem()
+void ChordLengthSpline<dim>::calcCurvature()
 {
   const std::size_t last = points.size() - 1;
   std::vector<double> diagonal(points.size());
@@ -151,7 +151,7 @@ void ChordLengthSpline<dim>::solveOpenSystem()
 }
 
 template <unsigned dim>
-void ChordLengthSpline<dim>::solveClosedSystem()
+void ChordLengthSpline<dim>::calcCurvatureClosed()
 {
   const auto step = [this](std::size_t i) {
     const Direction way = points[i + 1 < points.size() ? i + 1 : 0] - points[i];
@@ -192,7 +192,7 @@ typename ChordLengthSpline<dim>::Direction ChordLengthSpline<dim>::endSlope() co
 
 /// The control point between the point before i and point i, where each span of the parameter has its full width.
 template <unsigned dim>
-typename ChordLengthSpline<dim>::Direction ChordLengthSpline<dim>::controlPoint(std::size_t i) const
+typename ChordLengthSpline<dim>::Direction ChordLengthSpline<dim>::calculateControlPoint(std::size_t i) const
 {
   const std::size_t j = i == 0 ? points.size() - 1 : i - 1;
   const double g = chords[j];
@@ -211,7 +211,7 @@ std::vector<typename ChordLengthSpline<dim>::Direction> ChordLengthSpline<dim>::
   polygon.front() = points.front();
   polygon.back() = closed ? points.front() : points.back();
   for (std::size_t i = 1; i + 1 < spans; ++i)
-    polygon[i + 1] = controlPoint(i);
+    polygon[i + 1] = calculateControlPoint(i);
   if (closed)
     setSeamControlPoints(polygon);
   else
@@ -232,7 +232,7 @@ void ChordLengthSpline<dim>::setSeamControlPoints(std::vector<Direction>& polygo
 {
   const std::size_t last = polygon.size() - 1;
   const std::size_t m = chords.size();
-  const Direction seam = controlPoint(0);
+  const Direction seam = calculateControlPoint(0);
   const auto blended = [&](double part, double sum, const Direction& neighbour) {
     if (!(sum > shortestSeam)) return points.front();
     const double w = part / sum;

@@ -34,12 +34,12 @@ public:
 
 private:
   void solveOpen(const Ends& ends);
-  void solveOpenSystem();
-  void solveClosedSystem();
+  void calcCurvature();
+  void calcCurvatureClosed();
   Direction chordSlope(std::size_t i) const;
   Direction startSlope() const;
   Direction endSlope() const;
-  Direction controlPoint(std::size_t i) const;
+  Direction calculateControlPoint(std::size_t i) const;
   void setEndControlPoints(std::vector<Direction>& polygon) const;
   void setSeamControlPoints(std::vector<Direction>& polygon) const;
 

@@ -12,7 +12,7 @@ MeshModifier::MeshModifier(Mesh& meshToEdit)
 MeshModifier::~MeshModifier()
 {
   if (cacheFlags == 0) return;
-  const MeshLazyValues::Lock lock(mesh->lazy->mutex);
+  const MeshLazyValues::Lock lock(mesh->lazy->cacheMutex);
   commitTopology();
   commitCaches();
 }

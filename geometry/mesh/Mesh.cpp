@@ -94,7 +94,7 @@ Mesh& Mesh::operator=(const Mesh& source)
   clear();
   copyGeometry(source);
   copyTopology(source);
-  const MeshLazyValues::Lock lock(source.lazy->mutex);
+  const MeshLazyValues::Lock lock(source.lazy->cacheMutex);
   lazy->values.hash = source.lazy->values.hash;
   lazy->values.hashDirty = source.lazy->values.hashDirty;
   return *this;
@@ -220,7 +220,7 @@ void Mesh::copyGeometry(const Mesh& source)
       for (unsigned corner = 0; corner < 3; ++corner)
         triangle.setVertex(corner, ownVertex(triangle.getVertex(corner)));
     }
-    const MeshLazyValues::Lock lock(source.lazy->mutex);
+    const MeshLazyValues::Lock lock(source.lazy->cacheMutex);
     const std::string ownHash = std::move(lazy->values.hash);
     lazy->values = source.lazy->values;
     lazy->values.hash = ownHash;

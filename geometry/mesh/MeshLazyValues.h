@@ -28,7 +28,7 @@ struct MeshLazyValues
 
   using Lock = boost::recursive_mutex::scoped_lock;
 
-  boost::recursive_mutex mutex;
+  boost::recursive_mutex cacheMutex;
   Values values;
 };
 

@@ -46,7 +46,7 @@ void Mesh::save(PersistenceArchiver& archiver, unsigned int) const
 
 void Mesh::saveCachedValues(PersistenceArchiver& archiver) const
 {
-  const MeshLazyValues::Lock lock(lazy->mutex);
+  const MeshLazyValues::Lock lock(lazy->cacheMutex);
   const MeshLazyValues::Values& values = lazy->values;
   archiver << values.areaValid;
   if (values.areaValid) archiver << values.area;

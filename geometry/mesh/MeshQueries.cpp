@@ -50,7 +50,7 @@ double sumOfCurvedAreas(const Mesh& mesh)
 
 void Mesh::clearCachedData()
 {
-  const MeshLazyValues::Lock lock(lazy->mutex);
+  const MeshLazyValues::Lock lock(lazy->cacheMutex);
   lazy->values.areaValid = false;
   lazy->values.areaWeightedNormalValid = false;
   lazy->values.centerOfGravityValid = false;
@@ -60,7 +60,7 @@ void Mesh::clearCachedData()
 
 double Mesh::getArea() const
 {
-  const MeshLazyValues::Lock lock(lazy->mutex);
+  const MeshLazyValues::Lock lock(lazy->cacheMutex);
   MeshLazyValues::Values& values = lazy->values;
   if (!values.areaValid) {
     values.area = sumOfAreas(*this);
@@ -71,7 +71,7 @@ double Mesh::getArea() const
 
 double Mesh::getCurvedArea() const
 {
-  const MeshLazyValues::Lock lock(lazy->mutex);
+  const MeshLazyValues::Lock lock(lazy->cacheMutex);
   MeshLazyValues::Values& values = lazy->values;
   if (!values.curvedAreaValid) {
     values.curvedArea = sumOfCurvedAreas(*this);
@@ -82,7 +82,7 @@ double Mesh::getCurvedArea() const
 
 Vector<double, 3> Mesh::getAreaWeightedNormal() const
 {
-  const MeshLazyValues::Lock lock(lazy->mutex);
+  const MeshLazyValues::Lock lock(lazy->cacheMutex);
   MeshLazyValues::Values& values = lazy->values;
   if (!values.areaWeightedNormalValid) {
     values.areaWeightedNormal = MeshAlgorithm::calculateAreaWeightedNormal(*this);
@@ -100,7 +100,7 @@ Vector<double, 3> Mesh::getAverageNormal() const
 
 const Point<double, 3>& Mesh::getCenterOfGravity() const
 {
-  const MeshLazyValues::Lock lock(lazy->mutex);
+  const MeshLazyValues::Lock lock(lazy->cacheMutex);
   MeshLazyValues::Values& values = lazy->values;
   if (!values.centerOfGravityValid) {
     values.centerOfGravity = MeshAlgorithm::calculateAreaWeightedCenterOfGravity(*this, values.area);
@@ -112,7 +112,7 @@ const Point<double, 3>& Mesh::getCenterOfGravity() const
 
 std::string Mesh::getHash() const
 {
-  const MeshLazyValues::Lock lock(lazy->mutex);
+  const MeshLazyValues::Lock lock(lazy->cacheMutex);
   if (lazy->values.hashDirty) {
     lazy->values.hash = MeshAlgorithm::computeHash(*this);
     lazy->values.hashDirty = false;
@@ -187,7 +187,7 @@ void Mesh::dump(std::ostream& stream, bool withNormals, bool fullPrecision) cons
 
 const std::vector<MeshConstraint>* Mesh::getConstraints() const
 {
-  const MeshLazyValues::Lock lock(lazy->mutex);
+  const MeshLazyValues::Lock lock(lazy->cacheMutex);
   // The list points at vertices for those who may write to the mesh; computing it changes nothing else.
   if (!data.constraints) data.constraints = MeshConstraintsCalculator::computeConstraints(const_cast<Mesh&>(*this));
   return data.constraints.get();
