@@ -64,6 +64,11 @@ TEST(Distance, AgreesWithExactReferences)
     DistanceQueryResult<Vector3, Triangle> toTriangle;
     distance(query, first.triangle, toTriangle);
     expectDistance(toTriangle.squareDistance, BruteForce::pointTriangle(query, a[0], a[1], a[2]), 1e-9);
+    for (const Vector3& corner : a) {
+      DistanceQueryResult<Vector3, Triangle> atCorner;
+      distance(corner, first.triangle, atCorner);
+      EXPECT_EQ(atCorner.squareDistance, 0.0);
+    }
     DistanceQueryResult<Vector3, Piece> toSegment;
     distance(query, piece, toSegment);
     expectDistance(toSegment.squareDistance, BruteForce::pointSegment(query, a[0], a[1]), 1e-9);
