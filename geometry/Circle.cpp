@@ -73,10 +73,9 @@ double getOrientationAndAngleFrom(Vector<T, 2> a, Vector<T, 2> b, OrthMatrix<T, 
 }
 
 template <class T>
-CoordinateSystem<T, 2> rotationAboutOrigin(double angle)
+OrthMatrix<T, 2> makeTurn(double angle)
 {
-  const OrthMatrix<T, 2> axes(MatrixFunctions::makeRotationMatrix(static_cast<T>(angle)));
-  return CoordinateSystem<T, 2>(axes, Point<T, 2>());
+  return OrthMatrix<T, 2>(MatrixFunctions::makeRotationMatrix(static_cast<T>(angle)));
 }
 
 /// How many pieces an arc of \p angle radians needs so that no chord is further than half the tolerance off it; 0 if
@@ -228,10 +227,11 @@ void Circle<T, dim>::reverse()
     OrthMatrixCheck::ensure<T, dim>(ok, "OrthMatrix::setRotationMatrix: Couldn't normalize axis");
     this->coordinateSystem.transform(CoordinateSystem<T, dim>().setUpRotation(center, rotation));
   } else {
-    const CoordinateSystem<T, dim> toMiddle = rotationAboutOrigin<T>(-middle);
-    CoordinateSystem<T, dim> flip;
-    flip.setUpMirror(Vector<T, dim>(T(0), T(1)), T(0));
-    this->coordinateSystem = this->coordinateSystem * toMiddle.getInverse() * flip * toMiddle;
+    OrthMatrix<T, dim> flip;
+    flip(1, 1) = T(-1);
+    this->turnLocally(makeTurn<T>(middle));
+    this->turnLocally(flip);
+    this->turnLocally(makeTurn<T>(-middle));
   }
 }
 
@@ -240,10 +240,9 @@ void Circle<T, dim>::rotate(double angle)
 {
   if constexpr (dim == 3) {
     const auto [ok, rotation] = MatrixFunctions::makeRotationMatrix(static_cast<T>(angle), Vector<T, dim>(0, 0, 1));
-    this->coordinateSystem =
-        this->coordinateSystem * CoordinateSystem<T, dim>(OrthMatrix<T, dim>(rotation), Point<T, dim>());
+    this->turnLocally(OrthMatrix<T, dim>(rotation));
   } else {
-    this->coordinateSystem = this->coordinateSystem * rotationAboutOrigin<T>(angle);
+    this->turnLocally(makeTurn<T>(angle));
   }
 }
 

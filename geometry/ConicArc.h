@@ -53,6 +53,12 @@ protected:
     return coordinateSystem.transformVectorCopy(direction);
   }
 
+  /// Turns or flips the local axes about the centre, however little: the placement goes behind \p axes.
+  void turnLocally(const OrthMatrix<T, dim>& axes)
+  {
+    coordinateSystem.setOrientation(coordinateSystem.getOrientation() * axes);
+  }
+
   /// Raises ShapecoreException "Not yet implemented", for values that no formula gives.
   [[noreturn]] static void refuseValue();
   /// Raises ShapecoreException "Not implemented yet!", for derivations and changes of direction.

@@ -88,9 +88,9 @@ void Ellipse<T, dim>::reverse()
   const Interval before = this->domain;
   this->domain.lower = this->fullTurn - before.upper;
   this->domain.upper = this->fullTurn - before.lower;
-  Vector<T, dim> localY;
-  localY[1] = T(1);
-  this->coordinateSystem = this->coordinateSystem * CoordinateSystem<T, dim>().setUpMirror(localY, T(0));
+  OrthMatrix<T, dim> flip;
+  flip(1, 1) = T(-1);
+  this->turnLocally(flip);
 }
 
 template <class T, unsigned dim>

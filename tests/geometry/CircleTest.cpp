@@ -114,7 +114,7 @@ TEST(Circle, RotationMovesTheStartOfTheParameter)
 {
   const Circle3 circle(Point3(1, 2, 3), 2.0, Vector3(1, 1, 1), Point3(1, 3, 2), 1.0, 0.1);
   const Circle2 flat(Point2(1, 2), 3.0, Vector2(), Point2(5, 7), 1.0, 0.1);
-  for (const double angle : {-7.0, -1.0, 0.5, 4.0}) {
+  for (const double angle : {-7.0, -1.0, 1e-6, 0.5, 4.0}) {
     Circle3 rotated(circle);
     rotated.rotate(angle);
     EXPECT_THAT(rotated.evaluate(2.0), IsNear(circle.evaluate(2.0 + angle), 1e-14));
@@ -122,6 +122,15 @@ TEST(Circle, RotationMovesTheStartOfTheParameter)
     rotatedFlat.rotate(angle);
     EXPECT_THAT(rotatedFlat.evaluate(2.0), IsNear(flat.evaluate(2.0 + angle), 1e-14));
   }
+}
+
+TEST(Circle, ShortArcOfALargeCircleTurnsAroundInItsPlace)
+{
+  const Circle2 arc(Point2(1, 2), 1e6, Vector2(), Point2(5, 7), 3e-6, 0.1);
+  Circle2 reversed(arc);
+  reversed.reverse();
+  EXPECT_THAT(reversed.getStart(), IsNear(arc.getEnd(), 1e-9));
+  EXPECT_THAT(reversed.getEnd(), IsNear(arc.getStart(), 1e-9));
 }
 
 TEST(Circle, ParameterInTheXZPlane)

@@ -5,6 +5,7 @@
 #include "geometry/Plane.h"
 #include "geometry/PolyLine.h"
 #include "geometry/ShapecoreException.h"
+#include "platform/kvmath/MatrixFunctions.h"
 #include "support/ArchiveWriter.h"
 #include "support/Matchers.h"
 
@@ -33,6 +34,11 @@ TEST(Ellipse, LengthIsTheMeanRadiusTimesTheAngle)
   ellipse.reverse();
   EXPECT_DOUBLE_EQ(ellipse.getDomain().lower, 2 * pi - 1);
   EXPECT_DOUBLE_EQ(ellipse.getDomain().upper, 2 * pi);
+
+  Ellipse<double, 2> tilted(1e6, 1.0, {OrthMatrix<double, 2>(MatrixFunctions::makeRotationMatrix(1e-6)), {}}, 0.1);
+  const auto end = tilted.evaluate(2 * pi - 1.0);
+  tilted.reverse();
+  EXPECT_THAT(tilted.evaluate(1.0), IsNear(end, 1e-8)) << "a tilt so small counts";
 }
 
 TEST(ConicArc, CopyConstructionAndAssignmentOfIdentifiers)
