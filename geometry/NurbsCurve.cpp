@@ -217,7 +217,7 @@ void NurbsCurve<T, dim>::setDegreeFromCounts(std::size_t controlPointCount, std:
 template <class T, unsigned dim>
 void NurbsCurve<T, dim>::setDomainFromKnots()
 {
-  if (!knots.empty()) this->domain = Interval(knots.front(), knots.back(), false, false);
+  if (!knots.empty()) this->domain = Interval(knots.front(), knots.back(), false, false).sort();
 }
 
 // Form ----------------------------------------------------------------------------------------------------------------

@@ -157,6 +157,8 @@ TEST(NurbsCurve, ReverseMapsParametersAndComesBack)
   withoutKnots.reverse();
   EXPECT_EQ(withoutKnots.getControlPoint(0), Point3(2, 0, 0));
   EXPECT_EQ(withoutKnots.getDomain(), Interval());
+  const Nurbs3 downwards(std::vector<Point3>(2), {}, {3, 3, 1, 1}, false, false, false, 0.1);
+  EXPECT_EQ(downwards.getDomain(), Interval(1.0, 3.0, false, false));
 }
 
 TEST(NurbsCurve, ClampingKeepsTheShapeOverTheValidSpan)
