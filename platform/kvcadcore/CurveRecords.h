@@ -51,7 +51,7 @@ enum PO_IG_EDG_KIND : std::int32_t
   PO_IG_EDG_EMPTY = 9
 };
 
-/// A curve of any kind with its placement and domain.
+/// An edge: some curve, where it is placed and over which parameters.
 struct PO_IG_EDG
 {
   std::int64_t id; ///< identifier of the source curve, for members of a composite
