@@ -5,6 +5,7 @@
 #include "geometry/BoundingVolumeHierarchy/RoundingSlack.h"
 #include "platform/kvmath/Vector.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -29,7 +30,12 @@ public:
     constexpr double roundings = 8.0 * 64.0;
     constexpr double farAway = 1e-8;
     const double size = largestCoordinate(rootVolume) + farAway * lineOrigin.length();
-    slack = Lanes::all(roundedUp(roundings * floatRounding * size * std::max(1e-30, lineDirection.length())));
+    const double length = lineDirection.length();
+    // Where an edge value could leave single precision nothing is rejected. It is a sum of products of the direction,
+    // of two coordinates of at most some 16 sizes, and of small factors.
+    const bool isInRange = 1e4 * size * size * std::max(1.0, length) < 1e38 && length < 1e30;
+    slack = Lanes::all(isInRange ? roundedUp(roundings * floatRounding * size * std::max(1e-30, length))
+                                 : std::numeric_limits<float>::infinity());
   }
 
   /// Takes a leaf into view; its first row begins at `rows`. The leaf of an empty tree has none.

@@ -28,7 +28,9 @@ public:
   template <class VolumeA, class VolumeB>
   PairFilter(const VolumeA& rootA, const VolumeB& rootB)
       : slack(128.0 * floatRounding * std::max(largestCoordinate(rootA), largestCoordinate(rootB))),
-        boxSlack(Lanes::all(roundedUp(slack)))
+        boxSlack(Lanes::all(roundedUp(slack))),
+        smallestSide(Lanes::all(slack < 128.0 * floatRounding * largestCubed ? std::numeric_limits<float>::min()
+                                                                             : std::numeric_limits<float>::infinity()))
   {}
 
   /// Asks from now on for what lies no farther than that.
@@ -164,11 +166,15 @@ private:
     // Corners are off by their rounding: the normal by that times the edges, the side of a corner by that times the
     // normal, and both by the rounding of the products, which is less.
     normalSlack = length * boxSlack;
-    sideSlack = length * length * boxSlack + Lanes::all(std::numeric_limits<float>::min());
+    sideSlack = length * length * boxSlack + smallestSide;
   }
+
+  /// From this size of coordinates on, the side of a corner could leave single precision: no plane parts triangles.
+  static constexpr double largestCubed = 1e12;
 
   double slack;
   Float4 boxSlack;
+  Float4 smallestSide;
   Float4 reach = Lanes::all(std::numeric_limits<float>::infinity());
   Float4 sqrReach = Lanes::all(std::numeric_limits<float>::infinity());
   Float4 direction[3]{};

@@ -13,7 +13,7 @@ namespace Kavrel::BoundingVolumeHierarchy {
 /// The relative error of rounding to single precision.
 inline constexpr double floatRounding = 0x1p-24;
 
-/// The largest size of a coordinate in a volume.
+/// The largest size of a coordinate in a volume; infinity where sums of coordinates could leave single precision.
 template <class Volume>
 double largestCoordinate(const Volume& volume)
 {
@@ -21,7 +21,8 @@ double largestCoordinate(const Volume& volume)
   for (unsigned i = 0; i < Volume::Dim; ++i)
     largest =
         std::max({largest, std::abs(static_cast<double>(volume.min[i])), std::abs(static_cast<double>(volume.max[i]))});
-  return largest;
+  constexpr double summable = 1e37;
+  return largest < summable ? largest : std::numeric_limits<double>::infinity();
 }
 
 /// Bound of the error of a distance, along a unit vector, between a point and a place in the volume, both rounded to

@@ -48,6 +48,7 @@ void forEachMesh(const std::function<void(const char*, const Mesh&, const std::v
   call("large sphere", Testing::shuffled(Testing::sphere(1000, 1e5), random), 1e5);
   call("soup", Testing::triangleSoup(random, 2000, 0.3), 1.0);
   call("tiny soup", Testing::triangleSoup(random, 500, 1e-5, 1e-4), 1e-4);
+  call("vast soup", Testing::triangleSoup(random, 200, 2e19, 2e19), 2e19);
   call("flat grid", Testing::grid(20, 20), 20.0);
   call("one triangle", Testing::meshFromText("0 0 0, 1 0 0, 0 1 0 | 0 1 2"), 1.0);
   Mesh moved = Testing::sphere(1000);
@@ -295,15 +296,16 @@ TEST(Queries, PairsOfMeshesAgreeWithAScan)
   Testing::RandomGeometry random(61);
   for (int round = 0; round < 12; ++round) {
     SCOPED_TRACE(round);
-    Mesh a = round % 2 ? Testing::sphere(120) : Testing::triangleSoup(random, 90, 0.3);
-    Mesh b = round % 3 ? Testing::sphere(150, 0.7) : Testing::triangleSoup(random, 110, 0.4);
-    b.move(random.inCube<3>(round % 4 == 0 ? 4.0 : 1.0));
+    const double size = round < 8 ? 1.0 : 3e13;
+    Mesh a = round % 2 ? Testing::sphere(120, size) : Testing::triangleSoup(random, 90, 0.3 * size, size);
+    Mesh b = round % 3 ? Testing::sphere(150, 0.7 * size) : Testing::triangleSoup(random, 110, 0.4 * size, size);
+    b.move(random.inCube<3>(round % 4 == 0 ? 4.0 * size : size));
     const unsigned leafSize = 1 + static_cast<unsigned>(round) % 8;
     const MeshTree treeA(a, leafSize, 30), treeB(b, 8, 30);
 
     double nearest = BruteForce::largest;
     std::vector<Pair> near, crossing;
-    const double bound = 0.02 * round;
+    const double bound = 0.02 * round * size * size;
     for (std::uint32_t i = 0; i < treeA.numberOfElements(); ++i)
       for (std::uint32_t j = 0; j < treeB.numberOfElements(); ++j) {
         Result result;
