@@ -252,11 +252,11 @@ public:
   template <PolyLinePoint P>
   static bool thinout(PolyLine<P>& polyline, typename P::Scalar tolerance);
 
-  /// Makes \p out, another line, a copy of \p polyline in which each vertex is shifted across \p axis, to the right of
-  /// the way seen against the axis, by \p constant and its value in \p offsets. Corners are mitred, up to a shift of
-  /// 100000. The shift scales with the length of the axis, except where the line turns right back. True if all corners
-  /// turn by less than a right angle; false for fewer than two points too, which stay. Raises ShapecoreException for
-  /// fewer offsets than points to be shifted.
+  /// Makes \p out, which may be \p polyline itself, a copy of it in which each vertex is shifted across \p axis, to the
+  /// right of the way seen against the axis, by \p constant and its value in \p offsets. Corners are mitred, up to a
+  /// shift of 100000. The shift scales with the length of the axis, except where the line turns right back. True if all
+  /// corners turn by less than a right angle; false for fewer than two points too, which stay. Raises
+  /// ShapecoreException for fewer offsets than points to be shifted.
   template <OneOf<Point<double, 3>, Point3N> P>
   static bool calcOffsetPolyLine(const PolyLine<P>& polyline, const Vector<double, 3>& axis,
                                  const std::vector<double>& offsets, double constant, PolyLine<P>& out);

@@ -50,11 +50,11 @@ bool PolyLineAlgorithm::calcOffsetPolyLine(const PolyLine<P>& polyline, const Ve
   const auto edge = [&](std::size_t from, std::size_t to) {
     return directionAcross(axis, polyline[to] - polyline[from]);
   };
-  Vector<double, 3> incoming = polyline.isClosed() ? edge(count - 1, 0) : edge(0, 1);
+  const Vector<double, 3> first = polyline.isClosed() ? edge(count - 1, 0) : edge(0, 1);
+  Vector<double, 3> incoming = first;
   bool allGentle = true;
   for (std::size_t i = 0; i < count; ++i) {
-    const bool isEnd = i + 1 == count && !polyline.isClosed();
-    const Vector<double, 3> outgoing = isEnd ? incoming : edge(i, i + 1 < count ? i + 1 : 0);
+    const Vector<double, 3> outgoing = i + 1 < count ? edge(i, i + 1) : polyline.isClosed() ? first : incoming;
     const double angle = incoming.angle(outgoing, angleEps);
     if (!(angle < std::numbers::pi / 2)) allGentle = false;
     out[i].move(shiftDirection(incoming, outgoing, axis) * mitred(constant + offsets[i], angle));

@@ -234,6 +234,8 @@ TEST(PolyLineOffset, GrowsARegularPolygon)
     const double apothem = std::cos(std::numbers::pi / corners);
     for (const P3& point : out)
       EXPECT_NEAR(std::hypot(point[0], point[1]) * apothem, apothem + 0.5, 1e-9);
+    Algorithm::calcOffsetPolyLine(line, {0, 0, 2}, 0.25, line);
+    EXPECT_EQ(textOf(line), textOf(out));
   }
   const auto foldedBack = polyLineFrom<P3>("0,0,0 1,0,0 0,0,0");
   EXPECT_FALSE(Algorithm::calcOffsetPolyLine(foldedBack, {0, 0, 1}, {-1, -2, -3}, 0.5, out));
