@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <utility>
+#include <vector>
 
 namespace Kavrel {
 
@@ -38,7 +39,11 @@ std::shared_ptr<PolyLine<P>> PolyLineAlgorithm::trim(const PolyLine<P>& polyline
                                                      typename P::Scalar to)
 {
   auto piece = std::make_shared<PolyLine<P>>(static_cast<double>(polyline.getTolerance()));
-  return trim(polyline, from, to, *piece) ? piece : nullptr;
+  if (!trim(polyline, from, to, *piece)) return nullptr;
+  std::vector<P>& points = piece->getPointCollection();
+  if (points.size() < points.capacity() / 2)
+    points.shrink_to_fit(); // many short pieces of a long line are kept at once
+  return piece;
 }
 
 template <PolyLinePoint P>
