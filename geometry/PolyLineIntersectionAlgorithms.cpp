@@ -91,11 +91,16 @@ typename PolyLineIntersectionAlgorithms<P>::KeptTree
 PolyLineIntersectionAlgorithms<P>::createOrFindSearchTree(const Line& polyline, bool refresh, double tolerance)
 {
   if (polyline.numberOfPoints() < 2) return nullptr;
-  KeptTree& tree = searchTrees[createSearchTreeKey(polyline)];
-  if (!tree || refresh)
+  const Key key = createSearchTreeKey(polyline);
+  const auto known = searchTrees.find(key);
+  KeptTree tree = known != searchTrees.end() && !refresh ? known->second : nullptr;
+  if (!tree)
     tree = std::make_shared<const SegmentRuns>(polyline, std::max(0.0, tolerance));
   else if (tolerance > tree->getProlongation())
     tree = std::make_shared<const SegmentRuns>(*tree, tolerance);
+  else
+    return tree;
+  searchTrees.insert_or_assign(key, tree); // only now: a build that fails leaves no entry without a tree
   return tree;
 }
 
