@@ -354,11 +354,12 @@ bool Segment<PointType>::checkIntersectionXYZ(const Segment* other, double& u, d
   const Vector<double, 3> s2 = spatial(*other->start);
   Vector<double, 3> a = spatial(*end) - s1;
   Vector<double, 3> b = spatial(*other->end) - s2;
-  const double sqrLengths = a.sqrLength() * b.sqrLength();
+  const double sqrLengthA = a.sqrLength();
+  const double sqrLengthB = b.sqrLength();
   a.normalize(normalEps);
   b.normalize(normalEps);
   const double sqrSine = b.cross(a).sqrLength();
-  if (sqrSine * sqrLengths <= 1e-12 || sqrSine <= 4e-10) {
+  if (sqrSine * sqrLengthA * sqrLengthB <= 1e-12 || sqrSine <= 4e-10) {
     out = *start;
     return false;
   }
