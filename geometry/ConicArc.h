@@ -53,7 +53,8 @@ protected:
     return coordinateSystem.transformVectorCopy(direction);
   }
 
-  /// Turns or flips the local axes about the centre, however little: the placement goes behind \p axes.
+  /// Turns or flips the conic about its centre by \p axes, which are given in its own frame. Any turn counts, while
+  /// CoordinateSystem::transform() passes over the smallest.
   void turnLocally(const OrthMatrix<T, dim>& axes)
   {
     coordinateSystem.setOrientation(coordinateSystem.getOrientation() * axes);

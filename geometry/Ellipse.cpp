@@ -98,7 +98,10 @@ std::shared_ptr<Curve<T, dim>> Ellipse<T, dim>::mirror(const Plane<T, dim>& plan
 {
   auto image = std::make_shared<Ellipse>(this->tolerance);
   image->copyEllipse(*this);
-  image->coordinateSystem.transform(CoordinateSystem<T, dim>().setUpMirror(plane));
+  const auto mirrored = CoordinateSystem<T, dim>().setUpMirror(plane);
+  const OrthMatrix<T, dim>& axes = mirrored.getOrientation();
+  image->coordinateSystem = {axes * this->coordinateSystem.getOrientation(),
+                             axes * this->coordinateSystem.getOrigin() + mirrored.getOrigin()};
   std::shared_ptr<Curve<T, dim>> curve = image;
   curve->reverse();
   return curve;

@@ -37,6 +37,8 @@ TEST(Ellipse, LengthIsTheMeanRadiusTimesTheAngle)
 
   Ellipse<double, 2> tilted(1e6, 1.0, {OrthMatrix<double, 2>(MatrixFunctions::makeRotationMatrix(1e-6)), {}}, 0.1);
   const auto end = tilted.evaluate(2 * pi - 1.0);
+  const Plane<double, 2> plane({1, 2}, 3.0);
+  EXPECT_THAT(tilted.mirror(plane)->evaluate(1.0), IsNear(plane.getMirroredPoint(end), 1e-8));
   tilted.reverse();
   EXPECT_THAT(tilted.evaluate(1.0), IsNear(end, 1e-8)) << "a tilt so small counts";
 }
