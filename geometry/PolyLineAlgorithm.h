@@ -277,10 +277,11 @@ public:
 
   /// What remains of \p polyline without its overlaps with \p segments: open polylines of tolerance 0.1, in order. Both
   /// tolerances are squared lengths: a segment overlaps when its start lies closer than the first to the line through a
-  /// parallel piece of \p polyline, and pieces not longer than the second are dropped. New ends have the attributes
-  /// that \p polyline has there. An overlap within a segment leaves two pieces, of which the one at the end comes
-  /// first, each a polyline of its own. A closed line stays closed if nothing is taken from it; otherwise its pieces at
-  /// the seam are joined. Without \p segments, or for fewer than two points, the result is a copy.
+  /// parallel piece of \p polyline, and a piece not longer than the second goes when another segment is tried on it.
+  /// New ends have the attributes that \p polyline has there. An overlap within a segment leaves two pieces, of which
+  /// the one at the end comes first, each a polyline of its own. A closed line stays closed if nothing is taken from
+  /// it; otherwise its pieces at the seam are joined. Without \p segments, or for fewer than two points, the result is
+  /// a copy.
   ///
   /// Runs on all threads of OpenMP; their number doesn't change the result. One search per segment, then linear in its
   /// candidates unless an overlap splits it: each piece is tried with all of them.

@@ -53,9 +53,6 @@ public:
     piece.subtract(segments[static_cast<std::size_t>(id)], rest, sqrCollinear, sqrLength);
   }
 
-  /// Whether a piece is too short to remain.
-  bool isNegligible(const Segment<P>& piece) const { return !(static_cast<double>(piece.sqrLength()) > sqrLength); }
-
 private:
   static std::vector<Box<P::Dim>> boxesOf(const std::vector<Segment<P>>& segments, double margin)
   {
@@ -101,22 +98,21 @@ public:
   }
 
 private:
-  /// Replaces the piece on top by what remains of it, its last part on top. Whether there is one. A candidate that has
-  /// split a piece has no more part in others of the segment; trying it again might never end, as rounding lets it
-  /// overlap the new ends by a hair.
+  /// Replaces the piece on top by what remains of it, its last part on top. Whether there is one. A candidate splits
+  /// one piece of the segment only, and is complemented then: rounding may let it overlap the new ends by a hair, and
+  /// splits by that might never end.
   bool cutTopPiece(std::deque<P>& created)
   {
     for (int& id : candidates) {
       const Segment<P> piece = stack.back();
-      if (id == spent) {
-        if (!subtrahend.isNegligible(piece)) continue;
-        rest.clear();
-      } else {
-        subtrahend.takeFrom(piece, id, rest);
+      const bool hasSplit = id < 0;
+      subtrahend.takeFrom(piece, hasSplit ? ~id : id, rest);
+      if (rest.size() > 1) {
+        if (hasSplit) continue;
+        id = ~id;
       }
       stack.pop_back();
       if (rest.empty()) return false;
-      if (rest.size() > 1) id = spent;
       for (const Segment<P>& part : rest)
         stack.emplace_back(ownedBy(piece, part.getStart(), created), ownedBy(piece, part.getEnd(), created));
     }
@@ -129,8 +125,6 @@ private:
     if (end == piece.getStart() || end == piece.getEnd()) return end;
     return &created.emplace_back(piece.nearestPoint(*end));
   }
-
-  static constexpr int spent = -1;
 
   const Subtrahend<P>& subtrahend;
   std::vector<int> candidates;

@@ -299,6 +299,7 @@ TEST(PolyLineSubtract, LeavesChains)
       {"0,0 4,0 4,0 8,0", {"9,0 12,0", "5,0 6,0"}, {"0,0 4,0 4,0", "6,0 8,0", "4,0 5,0"}},
       {"0,0 4,0", {"1,0.001 3,0.001"}, {"3,0 4,0", "0,0 1,0"}}, // within the tolerance; the ends stay on the line
       {"0,0 4,0", {"2,0 2,0"}, {"2,0 4,0", "0,0 2,0"}},
+      {"0,0 2,3", {"1.8,2.7 1.4,2.1 1.2,1.8"}, {"1.8,2.7 2,3", "0,0 1.2,1.8"}}, // nothing is left where two meet
   };
   for (const Row& row : rows) {
     SCOPED_TRACE(std::string(row.line) + ", expected " + testing::PrintToString(row.expected));
