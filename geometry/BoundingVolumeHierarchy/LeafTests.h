@@ -138,6 +138,9 @@ struct NearestLeafPair
   const HierarchyB& treeB;
   Result& result;
 
+  /// Whether nodes at that distance can be left out.
+  bool tooFar(double value) const { return result.found && value >= result.squareDistance; }
+
   template <class NodeA, class NodeB>
   void operator()(const NodeA& a, const NodeB& b) const
   {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/FacingNodes.h"
 #include "geometry/BoundingVolumeHierarchy/LeafTests.h"
 #include "geometry/BoundingVolumeHierarchy/LineFilter.h"
 #include "geometry/BoundingVolumeHierarchy/NearestFilter.h"
@@ -230,14 +231,27 @@ struct NearestLeafPair<HierarchyA, HierarchyB, DistanceQueryResult<Triangle, Tri
   using Result = DistanceQueryResult<Triangle, Triangle>;
 
   NearestLeafPair(const HierarchyA& first, const HierarchyB& second, Result& best)
-      : treeA(first), treeB(second), result(best), filter(first.getRoot().volume, second.getRoot().volume)
+      : treeA(first), treeB(second), result(best), filter(first.getRoot().volume, second.getRoot().volume),
+        facingA(first), facingB(second)
   {
     if (best.found) filter.setReach(best.squareDistance);
+  }
+
+  /// Whether the nearest pair may lie below two nodes.
+  bool matters(std::uint32_t indexA, std::uint32_t indexB) const
+  {
+    return facingA.contains(indexA) && facingB.contains(indexB);
+  }
+
+  bool tooFar(double value) const
+  {
+    return result.found && (value >= result.squareDistance || value > known.squareDistance);
   }
 
   template <class NodeA, class NodeB>
   void operator()(const NodeA& a, const NodeB& b)
   {
+    if (++visited == nextLook) lookAhead();
     const float* const rows = treeA.getPackedElements().getLeaf(a.firstElement());
     const std::uint32_t count = a.endElement() - a.firstElement();
     if (filter.areApart(rows, count, treeB.getPackedElements().getLeaf(b.firstElement()),
@@ -249,27 +263,80 @@ struct NearestLeafPair<HierarchyA, HierarchyB, DistanceQueryResult<Triangle, Tri
           treeB, b.firstElement(), b.endElement(),
           [this](const float* others, std::uint32_t stride, unsigned) { return filter.mayBeNear(others, stride); },
           [&](std::uint32_t j) {
-            if (measure(a.firstElement() + i, j)) filter.setSingle(rows + i, count);
+            if (measure(a.firstElement() + i, j, result) && take(result)) filter.setSingle(rows + i, count);
           });
     }
   }
 
 private:
-  bool measure(std::uint32_t i, std::uint32_t j)
+  bool measure(std::uint32_t i, std::uint32_t j, Result& best) const
   {
-    if (!distance(treeA.getElement(i), treeB.getElement(j), result)) return false;
-    result.firstIndex = i;
-    result.secondIndex = j;
-    filter.setReach(result.squareDistance);
-    Vector<double, 3> way = result.secondPoint - result.firstPoint;
-    if (way.normalize()) filter.setDirection(way);
+    if (!distance(treeA.getElement(i), treeB.getElement(j), best)) return false;
+    best.firstIndex = i;
+    best.secondIndex = j;
     return true;
+  }
+
+  /// Looks from now on for what is not farther than a pair.
+  bool take(const Result& pair)
+  {
+    if (!(pair.squareDistance < known.squareDistance)) return false;
+    known = pair;
+    filter.setReach(known.squareDistance);
+    direction = known.secondPoint - known.firstPoint;
+    if (direction.normalize()) filter.setDirection(direction);
+    return true;
+  }
+
+  /// Leaves the parts of both trees out that lie too far back as seen along the direction of the nearest pair known.
+  /// Comes again each time the work has doubled, and takes no more than a share of it.
+  void lookAhead()
+  {
+    nextLook *= 2;
+    if (!known.found) return;
+    approach();
+    const double frontA = facingA.front(-direction, visited);
+    const double frontB = facingB.front(direction, visited);
+    facingA.choose(-direction, filter.getReach() - frontB, visited);
+    facingB.choose(direction, filter.getReach() - frontA, visited);
+  }
+
+  /// Goes to and fro between the trees, from one place of the nearest pair known to what is nearest to it in the other
+  /// tree, for as long as that comes nearer.
+  void approach()
+  {
+    constexpr unsigned maximumSteps = 32;
+    Result pair = known;
+    for (unsigned step = 0; step < maximumSteps; ++step) {
+      const bool nearer = step % 2 == 0 ? measure(pair.firstIndex, nearestTo(treeB, pair.firstPoint), pair)
+                                        : measure(nearestTo(treeA, pair.secondPoint), pair.secondIndex, pair);
+      if (!nearer && step > 0) break;
+    }
+    take(pair);
+  }
+
+  template <class Hierarchy>
+  static std::uint32_t nearestTo(const Hierarchy& tree, const Vector<double, 3>& point)
+  {
+    DistanceQueryResult<Vector<double, 3>, Triangle> nearest;
+    NearestLeaf leaf{tree, point, nearest};
+    visitNearestFirst(
+        tree, SquareDistanceOfChildren(point), [&leaf](double value) { return leaf.tooFar(value); }, leaf);
+    leaf.finish();
+    return nearest.secondIndex;
   }
 
   const HierarchyA& treeA;
   const HierarchyB& treeB;
   Result& result;
+  /// A pair that is as near as the result or nearer, though it may not be the first such to come.
+  Result known;
+  Vector<double, 3> direction;
   PairFilter filter;
+  FacingNodes<HierarchyA> facingA;
+  FacingNodes<HierarchyB> facingB;
+  std::size_t visited = 0;
+  std::size_t nextLook = 512;
 };
 
 template <HasPackedTriangles HierarchyA, HasPackedTriangles HierarchyB, class Sink>

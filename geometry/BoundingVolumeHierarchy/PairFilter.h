@@ -1,7 +1,7 @@
 #pragma once
 
 #include "geometry/BoundingVolumeHierarchy/Lanes.h"
-#include "geometry/BoundingVolumeHierarchy/PackedElements.h"
+#include "geometry/BoundingVolumeHierarchy/PackedFront.h"
 #include "geometry/BoundingVolumeHierarchy/RoundingSlack.h"
 #include "platform/kvmath/Vector.h"
 
@@ -41,11 +41,14 @@ public:
     sqrReach = Lanes::all(roundedUp(distance * distance));
   }
 
+  /// How far that is at most, single precision counted in.
+  double getReach() const { return static_cast<double>(reach[0]); }
+
   /// A unit vector from the first tree to the second, along which pairs show best how far apart they are.
   void setDirection(const Vector<double, 3>& unit)
   {
-    for (unsigned i = 0; i < 3; ++i)
-      direction[i] = Lanes::all(static_cast<float>(unit[i]));
+    onwards = PackedFront(unit);
+    backwards = PackedFront(-unit);
     hasDirection = true;
   }
 
@@ -53,11 +56,7 @@ public:
   /// direction.
   bool areApart(const float* rowsA, std::uint32_t countA, const float* rowsB, std::uint32_t countB) const
   {
-    if (!hasDirection) return false;
-    Float4 backwards[3];
-    for (unsigned i = 0; i < 3; ++i)
-      backwards[i] = -direction[i];
-    return nearestAlong(direction, rowsB, countB) + nearestAlong(backwards, rowsA, countA) > reach[0];
+    return hasDirection && onwards.nearest(rowsB, countB) + backwards.nearest(rowsA, countA) > reach[0];
   }
 
   /// Takes one triangle into view, which stands at `rows`.
@@ -72,7 +71,7 @@ public:
       high[i] = most(corners[0][i], corners[1][i], corners[2][i]);
       first[i] = corners[0][i];
     }
-    farthest = most(dot(direction, corners[0]), dot(direction, corners[1]), dot(direction, corners[2]));
+    farthest = most(onwards.along(corners[0]), onwards.along(corners[1]), onwards.along(corners[2]));
     setPlane(corners);
   }
 
@@ -89,7 +88,7 @@ public:
     }
     auto beyond = sum > sqrReach;
     if (hasDirection) {
-      const Float4 nearest = least(dot(direction, corners[0]), dot(direction, corners[1]), dot(direction, corners[2]));
+      const Float4 nearest = least(onwards.along(corners[0]), onwards.along(corners[1]), onwards.along(corners[2]));
       beyond |= nearest - farthest > reach;
     }
     return Lanes::bits(~(beyond & isNumber(corners)));
@@ -134,22 +133,6 @@ private:
         corners[corner][i] = Lanes::load(rows + (3 * corner + i) * stride);
   }
 
-  /// The least that a corner of a leaf does along a direction; negative infinity where a triangle is marked.
-  static float nearestAlong(const Float4* way, const float* rows, std::uint32_t count)
-  {
-    float nearest = std::numeric_limits<float>::infinity();
-    for (std::uint32_t i = 0; i < count; i += PackedElements<Triangle>::lanes) {
-      Float4 corners[3][3];
-      loadCorners(rows + i, count, corners);
-      const Float4 values = least(dot(way, corners[2]), dot(way, corners[1]), dot(way, corners[0]));
-      for (std::uint32_t lane = 0; lane < std::min(count - i, PackedElements<Triangle>::lanes); ++lane) {
-        if (!(corners[0][0][lane] == corners[0][0][lane])) return -std::numeric_limits<float>::infinity();
-        nearest = std::min(nearest, values[lane]);
-      }
-    }
-    return nearest;
-  }
-
   void setPlane(const Float4 (&corners)[3][3])
   {
     Float4 e1[3], e2[3];
@@ -177,7 +160,7 @@ private:
   Float4 smallestSide;
   Float4 reach = Lanes::all(std::numeric_limits<float>::infinity());
   Float4 sqrReach = Lanes::all(std::numeric_limits<float>::infinity());
-  Float4 direction[3]{};
+  PackedFront onwards, backwards;
   bool hasDirection = false;
   // The single triangle.
   Float4 low[3], high[3], first[3], farthest, normal[3], normalSlack, sideSlack;

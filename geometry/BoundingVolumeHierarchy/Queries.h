@@ -129,7 +129,7 @@ void closestPair(const HierarchyA& treeA, const HierarchyB& treeB, Result& resul
 {
   NearestLeafPair leaves{treeA, treeB, result};
   visitNearestPairs(
-      treeA, treeB, 0, 0, [&result](double value) { return result.found && value >= result.squareDistance; }, leaves);
+      treeA, treeB, 0, 0, [&leaves](double value) { return leaves.tooFar(value); }, leaves);
 }
 
 /// Hands all pairs of element positions to `test(positionA, positionB)` that stand in leaves whose volumes, and those

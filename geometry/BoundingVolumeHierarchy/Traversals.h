@@ -140,11 +140,14 @@ bool descendsIntoB(const NodeA& a, const NodeB& b)
 /// Visits pairs of leaves of two hierarchies by the squared distances of their volumes, the nearer child of a split
 /// node first, the second only if strictly nearer.
 /// - `tooFar(value)` says whether a pair of that value can be left out;
-/// - `leaves(nodeA, nodeB)` takes two leaves.
+/// - `leaves(nodeA, nodeB)` takes two leaves;
+/// - `leaves.matters(indexA, indexB)`, where there is one, says whether to look below two nodes at all.
 template <class HierarchyA, class HierarchyB, class TooFar, class Leaves>
 void visitNearestPairs(const HierarchyA& treeA, const HierarchyB& treeB, std::uint32_t indexA, std::uint32_t indexB,
                        const TooFar& tooFar, Leaves& leaves)
 {
+  if constexpr (requires { leaves.matters(indexA, indexB); })
+    if (!leaves.matters(indexA, indexB)) return;
   const auto& a = treeA.getNode(indexA);
   const auto& b = treeB.getNode(indexB);
   if (a.isLeaf() && b.isLeaf()) return leaves(a, b);
