@@ -98,12 +98,9 @@ struct Corners
   /// The edge from a corner to the next.
   SegmentEnds<3> edge(unsigned corner) const { return {points[corner], points[(corner + 1) % 3]}; }
 
-  /// Exact at the corners, so that a corner lies at no distance from itself.
   Vector<double, 3> at(const TrianglePlace& place) const
   {
-    if (place.xi == 1.0 && place.eta == 0.0) return points[1];
-    if (place.xi == 0.0 && place.eta == 1.0) return points[2];
-    return points[0] + (points[1] - points[0]) * place.xi + (points[2] - points[0]) * place.eta;
+    return pointOnTriangle(points[0], points[1], points[2], place);
   }
 
   TrianglePlace nearestTo(const Vector<double, 3>& point) const

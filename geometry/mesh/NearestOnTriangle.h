@@ -14,6 +14,16 @@ struct TrianglePlace
   double eta = 0;
 };
 
+/// The point at a place of the triangle p0 p1 p2. Exact at the corners, so that a corner lies at no distance from
+/// itself.
+inline Vector<double, 3> pointOnTriangle(const Vector<double, 3>& p0, const Vector<double, 3>& p1,
+                                         const Vector<double, 3>& p2, const TrianglePlace& place)
+{
+  if (place.xi == 1.0 && place.eta == 0.0) return p1;
+  if (place.xi == 0.0 && place.eta == 1.0) return p2;
+  return p0 + place.xi * (p1 - p0) + place.eta * (p2 - p0);
+}
+
 /// The place in the triangle p0 p1 p2, border included, that is nearest to \p point. Beyond a corner it is exactly
 /// (0, 0), (1, 0) or (0, 1); on an edge it lies exactly on that edge. A triangle without area gives one of its
 /// points, not always the nearest; a NaN coordinate gives some place. Allocates nothing.

@@ -63,8 +63,7 @@ Point<double, 3> Triangle::getCenter() const
 
 Point<double, 3> Triangle::getPoint(const XiEtaPoint& place) const
 {
-  const EdgePair edges(*this);
-  return Point<double, 3>(*vertices[0] + place.getXi() * edges.e1 + place.getEta() * edges.e2);
+  return Point<double, 3>(pointOnTriangle(*vertices[0], *vertices[1], *vertices[2], {place.getXi(), place.getEta()}));
 }
 
 void Triangle::getGlobalPointFromXiEtaPoint(Point<double, 3>& point, const XiEtaPoint& place) const

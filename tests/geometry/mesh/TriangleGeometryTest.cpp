@@ -42,6 +42,8 @@ TEST(TriangleGeometry, nearestPointAgreesWithBruteForceForAllSizes)
     EXPECT_GE(place.getEta(), 0);
     EXPECT_LE(place.getXi() + place.getEta(), 1 + 1e-12);
     EXPECT_EQ(place.getElementIdx(), 7U);
+    for (const Vertex& corner : triangle.corners)
+      EXPECT_EQ(triangle->getPointSqrDistance(corner), 0);
     // Another corner first: the same nearest point.
     EXPECT_NEAR(OwnTriangle(b, c, a)->getPointDistance(p), triangle->getPointDistance(p), 1e-9 * size);
   });
