@@ -38,6 +38,8 @@ AppendMeshModifier::~AppendMeshModifier() = default;
 void AppendMeshModifier::appendMesh(const Mesh& source, const CoordinateSystem<double, 3>* system)
 {
   if (source.isEmpty()) return;
+  appended = true;
+  setCacheFlags(-1); // an empty list may have cleared them
   Mesh& target = getMesh();
   const MeshData& sourceData = getReadAccess(source);
   const std::size_t oldVertices = target.numberOfVertices();
@@ -52,12 +54,8 @@ void AppendMeshModifier::appendMesh(const Mesh& source, const CoordinateSystem<d
 
 void AppendMeshModifier::appendMeshes(const PlacedMeshes& sources)
 {
-  bool appended = false;
-  for (const auto& [source, system] : sources) {
-    if (!source || source->isEmpty()) continue;
-    appendMesh(*source, &system);
-    appended = true;
-  }
+  for (const auto& [source, system] : sources)
+    if (source) appendMesh(*source, &system);
   if (!appended) clearCacheFlags();
 }
 

@@ -31,6 +31,9 @@ public:
 
   void operator()(const Mesh& source, const CoordinateSystem<double, 3>* system = nullptr);
   void operator()(const PlacedMeshes& sources);
+
+private:
+  bool appended = false;
 };
 
 } // namespace Kavrel

@@ -115,6 +115,16 @@ TEST(AppendMeshModifier, anEmptyListInvalidatesNothingButAnEmptyMeshDoes)
             }),
             before);
   EXPECT_EQ(areaAfter([](Mesh& mesh) { AppendMeshModifier(mesh).appendMesh(Mesh()); }), 4 * before);
+  Mesh point;
+  point.addVertex(0, 0, 0);
+  for (const bool listFirst : {true, false})
+    EXPECT_EQ(areaAfter([&](Mesh& mesh) {
+                AppendMeshModifier append(mesh);
+                if (listFirst) append.appendMeshes({});
+                append.appendMesh(point);
+                if (!listFirst) append.appendMeshes({});
+              }),
+              4 * before);
 }
 
 } // namespace
