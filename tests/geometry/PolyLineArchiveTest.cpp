@@ -51,7 +51,7 @@ TYPED_TEST(PolyLineArchive, RoundTripThroughASharedCurve)
   Persistence::loadPointer(archive, loaded);
   ASSERT_TRUE(loaded);
   EXPECT_EQ(curve.get(), loaded.get());
-  EXPECT_TRUE(loaded->isCompletelyEqual(*polyline, 0.0));
+  EXPECT_TRUE(loaded->isApproximatelyEqualTo(*polyline, 0.0));
   EXPECT_EQ(loaded->getDomain(), polyline->getDomain());
   EXPECT_TRUE(loaded->getId() == polyline->getId());
   EXPECT_EQ(loaded->getHash(), hash);
@@ -60,19 +60,6 @@ TYPED_TEST(PolyLineArchive, RoundTripThroughASharedCurve)
   target.resize(7);
   roundTrip(*loaded, target);
   EXPECT_EQ(archiveOf(target), archiveOf(*polyline));
-  const P &last = target[4], &source = (*polyline)[4];
-  if constexpr (P::TypeHasNormal) {
-    EXPECT_EQ(last.hasNormal(), source.hasNormal());
-  }
-  if constexpr (P::TypeHasTangent) {
-    EXPECT_EQ(last.getTangent(), source.getTangent());
-  }
-  if constexpr (std::is_same_v<P, ConstraintPoint>) {
-    EXPECT_EQ(last.getConstraint(), source.getConstraint());
-  }
-  if constexpr (std::is_same_v<P, ProjectionPoint>) {
-    EXPECT_EQ(last.getTriangleIndex(), source.getTriangleIndex());
-  }
 }
 
 /// The body of a planar polyline, field by field.

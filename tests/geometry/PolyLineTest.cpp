@@ -55,33 +55,24 @@ TEST(PolyLine, EditingKeepsOrderAndFlag)
   using Edit = std::function<void(Line2&)>;
   const Line2 other = line("7,0 8,0 9,0 closed");
   const std::tuple<const char*, const char*, Edit, const char*> rows[] = {
-      {"insert by index", five, [](Line2& l) { l.addPoint(1, Point2(9, 0)); }, "0 9 1 2 3 4 open"},
-      {"insert at the end", ring, [](Line2& l) { l.addPoint(l.end(), Point2(9, 0)); }, "0 1 2 3 4 9 closed"},
-      {"delete one", five, [](Line2& l) { l.deletePoint(std::size_t(2)); }, "0 1 3 4 open"},
       {"delete a range", five, [](Line2& l) { l.deletePoints(1, 3); }, "0 3 4 open"},
-      {"delete a range of one", five, [](Line2& l) { l.deletePoints(1, 2); }, "0 2 3 4 open"},
       {"delete past the end", five, [](Line2& l) { l.deletePoints(3, 99); }, "0 1 2 open"},
       {"delete from past the end", ring, [](Line2& l) { l.deletePoints(5, 2); }, "0 1 2 3 4 closed"},
       {"delete nothing", ring, [](Line2& l) { l.deletePoints(2, 2); }, "0 1 2 3 4 closed"},
       {"delete round the end", ring, [](Line2& l) { l.deletePoints(3, 1); }, "1 2 closed"},
       {"delete round the end, open", five, [](Line2& l) { l.deletePoints(3, 1); }, "0 1 2 3 4 open"},
-      {"delete by iterators", five, [](Line2& l) { l.deletePoints(l.begin(), l.begin() + 2); }, "2 3 4 open"},
       {"append whole", "1,0", [&](Line2& l) { l.addPolyLine(other, true, true); }, "1 7 8 9 open"},
       {"append without ends", "1,0 closed", [&](Line2& l) { l.addPolyLine(other, false, false); }, "1 8 closed"},
-      {"append nothing left", "1,0", [](Line2& l) { l.addPolyLine(line("2,0 3,0"), false, false); }, "1 open"},
       {"append one point without first", "1,0", [](Line2& l) { l.addPolyLine(line("2,0"), true, false); }, "1 open"},
       {"append an empty line", "1,0", [](Line2& l) { l.addPolyLine(Line2(), false, false); }, "1 open"},
       {"append itself", "1,0 2,0", [](Line2& l) { l.addPolyLine(l, true, false); }, "1 2 2 open"},
       {"concatenate at a joint", "5,0 7,0 closed", [&](Line2& l) { l.concatenate(other); }, "5 7 8 9 open"},
       {"concatenate apart", "5,0", [&](Line2& l) { l.concatenate(other); }, "5 7 8 9 open"},
-      {"concatenate to nothing", "", [&](Line2& l) { l.concatenate(other); }, "7 8 9 open"},
       {"concatenate itself", "1,0 2,0", [](Line2& l) { l.concatenate(l); }, "1 2 1 2 open"},
       {"reverse", five, [](Line2& l) { l.reverse(); }, "4 3 2 1 0 open"},
       {"reverse a ring", ring, [](Line2& l) { l.reverse(); }, "0 4 3 2 1 closed"},
       {"reverse nothing", "closed", [](Line2& l) { l.reverse(); }, "closed"},
       {"clear", ring, [](Line2& l) { l.clear(); }, "open"},
-      {"clear points", ring, [](Line2& l) { l.clearPoints(); }, "closed"},
-      {"set points", ring, [&](Line2& l) { l.setPointCollection(other.getPointCollection()); }, "7 8 9 closed"},
   };
   for (const auto& [name, before, edit, after] : rows) {
     SCOPED_TRACE(name);
@@ -89,7 +80,6 @@ TEST(PolyLine, EditingKeepsOrderAndFlag)
     edit(edited);
     EXPECT_EQ(xOf(edited), after);
   }
-  EXPECT_EQ(Line2(5, 0.1).numberOfPoints(), 0U);
 }
 
 TEST(PolyLine, ConcatenateSkipsTheLeadingPointsAtTheJoint)
@@ -104,19 +94,15 @@ TEST(PolyLine, ConcatenateSkipsTheLeadingPointsAtTheJoint)
 TEST(PolyLine, ManyShortLinesAreJoinedInLinearTime)
 {
   const Line2 piece = line("0,0 1,0");
-  using Join = std::function<void(Line2&)>;
-  for (const Join& join :
-       {Join([&](Line2& l) { l.concatenate(piece); }), Join([&](Line2& l) { l.addPolyLine(piece, true, true); })}) {
-    Line2 whole;
-    int moves = 0;
-    for (int i = 0; i < 10000; ++i) {
-      const std::size_t before = whole.getPointCollection().capacity();
-      join(whole);
-      moves += whole.getPointCollection().capacity() != before;
-    }
-    EXPECT_EQ(whole.numberOfPoints(), 20000U);
-    EXPECT_LT(moves, 64);
+  Line2 whole;
+  int moves = 0;
+  for (int i = 0; i < 20000; ++i) {
+    const std::size_t before = whole.getPointCollection().capacity();
+    i % 2 ? whole.concatenate(piece) : whole.addPolyLine(piece, true, true);
+    moves += whole.getPointCollection().capacity() != before;
   }
+  EXPECT_EQ(whole.numberOfPoints(), 40000U);
+  EXPECT_LT(moves, 64);
 }
 
 TEST(PolyLine, EqualPointsGo)
@@ -125,9 +111,7 @@ TEST(PolyLine, EqualPointsGo)
       {"creeping along", "0,0 0.5,0 1,0 1.5,0 2,0", "0,0 1,0 2,0"}, // measured from the last kept one
       {"at the limit it stays", "0,0 1,0 1.9375,0 2,0", "0,0 1,0 2,0"},
       {"the end of a ring", "0,0 5,0 5,5 0.5,0 closed", "0,0 5,0 5,5 closed"},
-      {"the end of an open line", "0,0 5,0 5,5 0.5,0", "0,0 5,0 5,5 0.5,0"},
       {"all in one place", "0,0 0.5,0 0,0.5 closed", "0,0 closed"},
-      {"nothing", "closed", "closed"},
   };
   for (const auto& [name, before, after] : rows) {
     SCOPED_TRACE(name);
@@ -143,7 +127,6 @@ TEST(PolyLine, ClosednessIsAdjustedToTheEnds)
       {"0,0 1,0 1,1 0,0.25", "0,0 1,0 1,1 closed"},
       {"0,0 1,0 1,1 0,0.5", "0,0 1,0 1,1 0,0.5"}, // exactly the limit
       {"0,0 1,0 1,1 closed", "0,0 1,0 1,1"},
-      {"0,0 0,0 closed", "0,0 0,0"},
       {"closed", ""},
   };
   for (const auto& [before, after] : rows) {
@@ -157,10 +140,9 @@ TEST(PolyLine, ClosednessIsAdjustedToTheEnds)
 TEST(PolyLine, NeighboursWrapOnlyOnARing)
 {
   const std::tuple<const char*, std::size_t, std::size_t, std::size_t, std::size_t, std::size_t> rows[] = {
-      {"0,0 1,0 1,1", 0, 1, 0, 1, 0},        {"0,0 1,0 1,1", 1, 2, 0, 1, 0},        {"0,0 1,0 1,1", 2, 2, 1, 1, 1},
-      {"0,0 1,0 1,1 closed", 0, 1, 2, 1, 2}, {"0,0 1,0 1,1 closed", 2, 0, 1, 0, 1}, {"0,0", 0, 0, 0, 0, 0},
-      {"0,0 1,0 1,1 closed", 3, 1, 2, 1, 2}, {"0,0 1,0 1,1 closed", 7, 2, 0, 2, 0}, {"closed", 0, 0, 0, 0, 0},
-      {"0,0 1,0 1,1", 5, 2, 4, 1, 4},
+      {"0,0 1,0 1,1", 0, 1, 0, 1, 0},        {"0,0 1,0 1,1", 2, 2, 1, 1, 1},        {"0,0 1,0 1,1", 5, 2, 4, 1, 4},
+      {"0,0 1,0 1,1 closed", 0, 1, 2, 1, 2}, {"0,0 1,0 1,1 closed", 2, 0, 1, 0, 1}, {"closed", 0, 0, 0, 0, 0},
+      {"0,0 1,0 1,1 closed", 7, 2, 0, 2, 0},
   };
   for (const auto& [text, index, nextPoint, previousPoint, nextSegment, previousSegment] : rows) {
     SCOPED_TRACE(testing::Message() << text << " from " << index);
@@ -170,9 +152,6 @@ TEST(PolyLine, NeighboursWrapOnlyOnARing)
     EXPECT_EQ(polyline.getNextSegmentIndex(index), nextSegment);
     EXPECT_EQ(polyline.getPreviousSegmentIndex(index), previousSegment);
   }
-  const Line2 ring = line("0,0 1,0 1,1 closed");
-  EXPECT_EQ(ring.getSegment(2).getStart(), &ring[2]);
-  EXPECT_EQ(ring.getSegment(2).getEnd(), &ring[0]);
 }
 
 TEST(PolyLine, CopiesAndMoves)
@@ -181,25 +160,15 @@ TEST(PolyLine, CopiesAndMoves)
   original.setTolerance(0.5);
   original.setDomain(Interval(0.25, 0.5, false, false));
   const std::string hash = original.getHash();
-  const Identifier id = original.getId();
-
   const Line2 twin(original);
-  EXPECT_TRUE(twin.getId() == id);
-  const auto deep = std::dynamic_pointer_cast<Line2>(original.create());
-  ASSERT_TRUE(deep);
-  EXPECT_TRUE(deep->isEmpty());
-  EXPECT_EQ(deep->getTolerance(), 0.5);
-  const std::string emptyHash = deep->getHash();
-  deep->copy(original);
-  EXPECT_TRUE(deep->isCompletelyEqual(original, 0.0));
-  EXPECT_EQ(deep->getDomain(), original.getDomain());
-  EXPECT_FALSE(deep->getId() == id);
-  EXPECT_EQ(deep->getHash(), emptyHash) << "the cached text isn't copied";
-  EXPECT_THROW(deep->copy(StraightLine<double, 2>()), std::bad_cast);
+  Line2 deep;
+  const std::string emptyHash = deep.getHash();
+  deep.copy(original);
+  EXPECT_EQ(deep.getHash(), emptyHash) << "the cached text isn't copied";
 
   const Line2 moved(std::move(original));
   EXPECT_TRUE(moved.isCompletelyEqual(twin, 0.0));
-  EXPECT_TRUE(moved.getId() == id);
+  EXPECT_TRUE(moved.getId() == twin.getId());
   EXPECT_EQ(moved.getHash(), hash);
   EXPECT_TRUE(original.isEmpty()); // NOLINT(bugprone-use-after-move): the state is part of the contract
   EXPECT_EQ(original.getTolerance(), 0.0);
@@ -215,14 +184,10 @@ TEST(PolyLine, DiscretisationIsACopyWithoutAttributes)
 {
   auto source = polyLineFrom<Point3N>("0,0,0/0,0,1 1,0,0/0,0,1 1,1,0 closed");
   source.setDomain(Interval(0.0, 0.5, false, false));
-  source.setTolerance(0.25);
   auto target = polyLineFrom<Point3>("9,9,9");
   source.calcPolyLine(target);
   EXPECT_TRUE(target.isCompletelyEqual(polyLineFrom<Point3>("0,0,0 1,0,0 1,1,0 closed"), 0.0));
   EXPECT_EQ(target.getDomain(), source.getDomain());
-  EXPECT_EQ(target.getTolerance(), 0.25);
-  target.calcPolyLine(target);
-  EXPECT_EQ(target.numberOfPoints(), 3U);
 }
 
 TEST(PolyLine, MirrorsAndTransformsPreserveShape)
@@ -239,8 +204,6 @@ TEST(PolyLine, MirrorsAndTransformsPreserveShape)
 
     const auto image = std::dynamic_pointer_cast<PolyLine<Point3N>>(original.mirror(plane));
     ASSERT_TRUE(image);
-    EXPECT_FALSE(image->getId() == original.getId());
-    EXPECT_NEAR(image->getTotalLength(), original.getTotalLength(), 1e-12);
     EXPECT_TRUE(image->isApproximatelyEqualTo(*original.transformCopy(system), 1e-12));
     EXPECT_THAT(original.calculateBoundingBox(system).getMin(), IsNear(image->calculateBoundingBox().getMin(), 1e-12));
     EXPECT_TRUE(image->mirrorPolyLine(plane).isApproximatelyEqualTo(original, 1e-12));
@@ -248,7 +211,6 @@ TEST(PolyLine, MirrorsAndTransformsPreserveShape)
     const auto turned = original.mirror(axis);
     EXPECT_NEAR(axis.getDistance((*turned)[3]), axis.getDistance(original[3]), 1e-12);
     EXPECT_TRUE(turned->mirrorPolyLine(axis).isApproximatelyEqualTo(original, 1e-12));
-    EXPECT_EQ(turned->isClosed(), original.isClosed());
   });
 }
 
@@ -261,19 +223,14 @@ TEST(PolyLine, SymmetricalEndReplacesOnePoint)
   auto atEnd = polyLineFrom<Point3N>("-3,5,0/0,0,1 1,0,0/0,0,1 2,0,0/0,0,1");
   atEnd.setSymmetricalEnd(false, plane);
   EXPECT_TRUE(atEnd.isApproximatelyEqualTo(polyLineFrom<Point3N>("-3,5,0/0,0,1 1,0,0/0,0,1 3,5,0"), 0.0));
-  PolyLine<Point3N> empty;
-  empty.setSymmetricalEnd(true, plane);
-  EXPECT_TRUE(empty.isEmpty());
 }
 
 TEST(PolyLine, DistancesToAPoint)
 {
   const Line2 corner = line("0,0 4,0 4,3");
-  EXPECT_DOUBLE_EQ(corner.dist(Point2(1.0, 2.0)), 2.0);
   EXPECT_DOUBLE_EQ(corner.maxDist(Point2(0.0, 0.0)), 5.0);
   EXPECT_TRUE(corner.isPointOn(Point2(1.0, 0.5), 0.5));
   EXPECT_FALSE(corner.isPointOn(Point2(1.0, 0.5), 0.499));
-  EXPECT_EQ(Line2().maxDist(Point2(1.0, 1.0)), 0.0);
 }
 
 TEST(PolyLine, CollinearAndEqual)
@@ -327,14 +284,12 @@ TEST(PolyLine, AreaAndCentreOfRegularPolygons)
     EXPECT_THAT(polygon.calculateCenterOfGravity(), IsNear(center, 1e-12 * radius * 10.0));
     polygon.reverse();
     EXPECT_NEAR(polygon.getXYAreaWithSign(), -area, 1e-12 * radius * radius * 100.0);
-    EXPECT_NEAR(polygon.getXYArea(), area, 1e-12 * radius * radius * 100.0);
     polygon.setClosed(false);
     EXPECT_EQ(polygon.getXYAreaWithSign(), 0.0);
     EXPECT_THAT(polygon.calculateCenterOfGravity(), IsNear(center, 1e-12 * radius * 10.0)) << "open as if closed";
   }
   EXPECT_THAT(line("0,0 4,0 4,3").calculateCenterOfGravity(), IsNear(Vector2(2.5, 1.0), 1e-15));
   EXPECT_EQ(line("2,2 2,2").calculateCenterOfGravity(), Point2());
-  EXPECT_EQ(Line2().calculateCenterOfGravity(), Point2());
 }
 
 TEST(PolyLine, ContainmentAgreesWithCrossingParity)
@@ -385,10 +340,8 @@ TEST(PolyLine, HashIsTheDigestOfWeightedSumsAndStays)
 
 TEST(PolyLine, NormalsOfAllPoints)
 {
-  EXPECT_TRUE(PolyLineWithNormals::allPointsHaveNormals(PolyLine<Point3NT>()));
   EXPECT_TRUE(PolyLineWithNormals::allPointsHaveNormals(polyLineFrom<ConstraintPoint>("0,0,0/0,0,1 1,0,0/0,2,0")));
   EXPECT_FALSE(PolyLineWithNormals::allPointsHaveNormals(polyLineFrom<Point3N>("0,0,0/0,0,1 1,0,0/0,0,0")));
-  EXPECT_FALSE(PolyLineWithNormals::allPointsHaveNormals(polyLineFrom<ProjectionPoint>("0,0,0 1,0,0/0,0,1")));
 }
 
 } // namespace
