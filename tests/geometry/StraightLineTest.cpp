@@ -1,7 +1,6 @@
 #include "geometry/StraightLine.h"
 
 #include "geometry/Plane.h"
-#include "geometry/PolyLine.h"
 #include "support/Matchers.h"
 #include "support/RandomGeometry.h"
 
@@ -20,41 +19,17 @@ using Vector3 = Vector<double, 3>;
 
 TEST(StraightLine, DirectionFollowsEndsThatAreApart)
 {
-  const std::tuple<const char*, Point3, bool> rows[] = {{"apart", {2.0, 0.0, 0.0}, true},
-                                                        {"just apart", {1.1e-12, 0.0, 0.0}, true},
-                                                        {"too close", {0.9e-12, 0.0, 0.0}, false},
-                                                        {"equal", {0.0, 0.0, 0.0}, false}};
-  for (const auto& [name, end, follows] : rows) {
-    SCOPED_TRACE(name);
+  for (const auto& [x, follows] : {std::pair(2.0, true), {1.1e-12, true}, {0.9e-12, false}}) {
+    SCOPED_TRACE(x);
     Line line(Point3(0.0, 0.0, 0.0), Point3(0.0, 3.0, 0.0), 0.1);
-    line.setEnd(end);
-    EXPECT_EQ(line.getDirection(), follows ? end - line.getStart() : Vector3(0.0, 3.0, 0.0));
+    line.setEnd(Point3(x, 0.0, 0.0));
+    EXPECT_EQ(line.getDirection(), follows ? Vector3(x, 0.0, 0.0) : Vector3(0.0, 3.0, 0.0));
     line.setTangent(Vector3(7.0, 7.0, 7.0));
     EXPECT_EQ(line.getDirection() == Vector3(7.0, 7.0, 7.0), !follows);
   }
-  Line point(Point3(1.0, 2.0, 3.0), Point3(1.0, 2.0, 3.0), 0.1);
   double t = 5.0;
-  EXPECT_EQ(point.project(Point3(9.0, 9.0, 9.0), &t), point.getStart());
+  EXPECT_EQ(Line(Point3(1, 2, 3), Point3(1, 2, 3), 0.1).project(Point3(9, 9, 9), &t), Point3(1, 2, 3));
   EXPECT_EQ(t, 0.0);
-  EXPECT_EQ(point.getLength(), 0.0);
-}
-
-TEST(StraightLine, ParameterCountsFromZeroWhateverTheDomain)
-{
-  Line line(Point3(1.0, 1.0, 1.0), Vector3(4.0, 0.0, 0.0), 0.1);
-  line.setDomain(Interval(2.0, 4.0, false, false));
-  EXPECT_EQ(line.evaluate(0.0), line.getStart());
-  EXPECT_EQ(line.evaluate(2.0), line.getEnd());
-  EXPECT_EQ(line.evaluate(1.0), Point3(3.0, 1.0, 1.0));
-}
-
-TEST(StraightLine, DiscretisationIsItsTwoEnds)
-{
-  const Line line(Point3(0.0, 4.0, 0.0), Point3(3.0, 0.0, 0.0), 1e-9);
-  PolyLine<Point3> polyline;
-  line.calcPolyLine(polyline);
-  EXPECT_EQ(polyline.getPointCollection(), (std::vector<Point3>{line.getStart(), line.getEnd()}));
-  EXPECT_EQ(line.getLength(), 5.0);
 }
 
 TEST(StraightLine, ProjectionIsPerpendicular)
@@ -67,7 +42,6 @@ TEST(StraightLine, ProjectionIsPerpendicular)
     EXPECT_NEAR((p - foot).dot(line.getDirection().getNormalized()), 0.0, 1e-12);
     EXPECT_THAT(foot, IsNear(line.getStart() + line.getDirection() * t, 1e-12));
     EXPECT_NEAR(line.getDistance(p), line.getDirection().getNormalized().cross(p - line.getStart()).length(), 1e-12);
-    EXPECT_NEAR(line.getSqrDistance(p), (p - foot).sqrLength(), 1e-12);
   });
 }
 
@@ -85,10 +59,6 @@ TEST(StraightLine, IntersectsInThePlane)
       EXPECT_THAT(hit, IsNear(cross, 1e-13 / sine));
     }
   });
-  Point3 untouched(5.0, 5.0, 5.0);
-  EXPECT_FALSE(Line(Point3(), Vector3(1.0, 0.0, 0.0), 0.1)
-                   .getIntersection(Line(Point3(), Vector3(0.0, 1.0, 0.0), 0.1), untouched, 0.01));
-  EXPECT_EQ(untouched, Point3(5.0, 5.0, 5.0));
 }
 
 TEST(StraightLine, ClosestPointsStandAcrossBothLines)
@@ -107,7 +77,6 @@ TEST(StraightLine, ClosestPointsStandAcrossBothLines)
   Point3 onA, onB;
   const Line along(Point3(), Vector3(1.0, 0.0, 0.0), 0.1);
   EXPECT_FALSE(computeClosestPoints(along, Line(Point3(0.0, 1.0, 0.0), Vector3(-2.0, 0.0, 0.0), 0.1), onA, onB));
-  EXPECT_FALSE(computeClosestPoints(along, Line(Point3(0.0, 1.0, 0.0), Vector3(), 0.1), onA, onB));
   // The plane intersection doesn't resolve a direction as short as this.
   EXPECT_FALSE(computeClosestPoints(along, Line(Point3(0.0, 0.0, 1.0), Vector3(0.0, 0.9e-4, 0.0), 0.1), onA, onB));
 }
@@ -143,16 +112,10 @@ TEST(StraightLine, CopiesTakeEverythingButTheIdentifier)
   target = line;
   for (const Line* copy : {&twin, static_cast<const Line*>(&target)}) {
     EXPECT_TRUE(*copy == line);
-    EXPECT_EQ(copy->getDirection(), line.getDirection());
-    EXPECT_EQ(copy->getTolerance(), 0.5);
     EXPECT_EQ(copy->getDomain(), line.getDomain());
     EXPECT_FALSE(copy->getId() == line.getId());
   }
   EXPECT_TRUE(target.getId() == own);
-  EXPECT_EQ(line.create()->getTolerance(), 0.1);
-
-  target = Line(line.getStart(), line.getEnd(), 99.0);
-  EXPECT_TRUE(target == line);
   target.setEnd(Point3(4.0, 5.0, 6.0 + 1e-15));
   EXPECT_TRUE(target != line);
   target.setEnd(Point3(std::nan(""), 0.0, 0.0));
