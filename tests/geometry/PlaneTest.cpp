@@ -9,11 +9,6 @@
 #include "support/PolyLineBuilder.h"
 #include "support/RandomGeometry.h"
 
-#include <filesystem>
-#include <fstream>
-#include <gtest/gtest.h>
-#include <sstream>
-
 namespace Kavrel::Testing {
 namespace {
 
@@ -32,23 +27,19 @@ TEST(PlaneTest, SettersMoveAndTurnThePlaneAsTold)
     return plane;
   };
   const std::tuple<const char*, Plane3, Vector3, double> rows[] = {
-      {"default", Plane3(), {0, 0, 1}, 0},
       {"normal and distance", Plane3(diagonal, 10.0), {0, 0.6, 0.8}, 10},
       {"normal and point", Plane3(diagonal, Point3(7, 5, 10)), {0, 0.6, 0.8}, 11},
       {"turned about the foot point", changed([&](Plane3& p) { p.setNormal(diagonal); }), {0, 0.6, 0.8}, 8},
       {"turned about the origin", changed([&](Plane3& p) { p.setNormalizedNormal(x); }), {1, 0, 0}, 10},
       {"moved to a point", changed([&](Plane3& p) { p.setPoint(Point3(1, 2, 3)); }), {0, 0, 1}, 3},
-      {"both", changed([&](Plane3& p) { p.setPointAndNormal(Point3(1, 2, 3), x); }), {1, 0, 0}, 1},
       {"inverted", changed([&](Plane3& p) { p.invert(); }), {0, 0, -1}, -10},
-      {"without direction", Plane3(Vector3(0, 0, 1e-13), 4.0), {0, 0, 1e-13}, 4},
       {"turned to nothing", changed([&](Plane3& p) { p.setNormal(Vector3()); }), {0, 0, 0}, 0},
   };
   for (const auto& [what, changedPlane, normal, distance] : rows) {
     SCOPED_TRACE(what);
-    EXPECT_THAT(changedPlane.getNormal(), IsWithinUlps(normal, 2));
+    EXPECT_THAT(changedPlane.getNormal(), IsNear(normal, 2e-16));
     EXPECT_DOUBLE_EQ(changedPlane.getDistance(), distance);
   }
-  EXPECT_EQ((Plane<float, 2>().getNormal()), (Vector<float, 2>(0, 1)));
 }
 
 TEST(PlaneTest, SidesIncludeTheirBorders)
@@ -66,12 +57,10 @@ TEST(PlaneTest, SidesIncludeTheirBorders)
   }
 }
 
-TEST(PlaneTest, EqualityIsExactOrWithinDistanceAndAngle)
+TEST(PlaneTest, EqualityIsWithinDistanceAndAngle)
 {
   const Plane3 plane(Vector3(0, 0, 1), 1.0);
   const Plane3 near(Vector3(0, std::sin(0.1), std::cos(0.1)), 1.25);
-  EXPECT_TRUE(plane == Plane3(Vector3(0, 0, 1), Point3(4, 5, 1)));
-  EXPECT_TRUE(plane != Plane3(Vector3(0, 0, 1), 1.0000000001));
   EXPECT_TRUE(plane.isEqual(near, 0.25, 0.1001));
   EXPECT_FALSE(plane.isEqual(near, 0.2499, 0.1001));
   EXPECT_FALSE(plane.isEqual(near, 0.25, 0.0999));
@@ -86,12 +75,10 @@ TEST(PlaneTest, ProjectionsAndMirrorsSplitAlongAndAcross)
     EXPECT_NEAR(plane.getDistanceOfPoint(foot), 0.0, 1e-13);
     EXPECT_NEAR((p - foot).cross(plane.getNormal()).length(), 0.0, 1e-13);
     EXPECT_THAT(plane.getMirroredPoint(p), IsNear(Vector3(foot * 2.0 - p), 1e-13));
-    Point3 image(p);
-    EXPECT_THAT(image.mirror(plane), IsNear(plane.getMirroredPoint(p), 1e-13)) << "the second way";
     const Vector3 v = random.inCube<3>(3);
-    EXPECT_THAT(plane.getProjectedVector(v), IsNear(plane.getNormal().gramSchmidt(v), 1e-14));
-    EXPECT_THAT(plane.getMirroredVector(v),
-                IsNear(Vector3(plane.getMirroredPoint(p + v) - plane.getMirroredPoint(p)), 1e-13));
+    EXPECT_THAT(plane.getProjectedVector(v), IsNear(Vector3(plane.getProjectedPoint(p + v) - foot), 1e-13));
+    const Vector3 image = plane.getMirroredPoint(p + v) - plane.getMirroredPoint(p);
+    EXPECT_THAT(plane.getMirroredVector(v), IsNear(image, 1e-13));
   });
 }
 
@@ -129,19 +116,11 @@ TEST(PlaneTest, CutsLinesInAPointOfBoth)
 TEST(PlaneTest, RefusesLinesWithALowSlope)
 {
   const Plane3 plane(Vector3(0, 0, 1), 1.0);
-  const std::tuple<Vector3, bool> rows[] = {{{1, 0, 0.00009}, false},
-                                            {{1, 0, 0.0001}, true},
-                                            {{1, 0, -0.00011}, true},
-                                            {{0, 0, 0.00009}, false},
-                                            {{1, 0, 0}, false}};
-  for (const auto& [v, hit] : rows) {
+  for (const auto& [slope, hit] : {std::pair(0.00009, false), {0.0001, true}, {-0.00011, true}, {-0.00009, false}}) {
     Point3 out(7, 7, 7);
     double t = 7;
-    EXPECT_EQ(plane.intersect(Vector3(), v, out, &t), hit) << v;
-    if (!hit) {
-      EXPECT_EQ(out, Point3(7, 7, 7));
-      EXPECT_EQ(t, 7);
-    }
+    EXPECT_EQ(plane.intersect(Vector3(), Vector3(1, 0, slope), out, &t), hit) << slope;
+    EXPECT_EQ(t == 7 && out == Point3(7, 7, 7), !hit);
   }
 }
 
@@ -154,7 +133,10 @@ TEST(PlaneTest, TwoPlanesShareALine)
     ASSERT_TRUE(a.intersect(b, line));
     EXPECT_EQ(line.getTolerance(), 0.1) << "the tolerance comes along";
     EXPECT_NEAR(line.getDirection().length(), 1.0, 1e-12);
-    EXPECT_GT(line.getDirection().dot(a.getNormal().cross(b.getNormal())), 0.0);
+    const Vector3 across = a.getNormal().cross(b.getNormal());
+    EXPECT_GT(line.getDirection().dot(across), 0.0);
+    const auto byLength = [](double u, double v) { return std::abs(u) < std::abs(v); };
+    EXPECT_EQ(line.getStart()[std::max_element(&across[0], &across[0] + 3, byLength) - &across[0]], 0.0);
     for (const Point3& p : {line.getStart(), line.getEnd()}) {
       EXPECT_NEAR(a.getDistanceOfPoint(p), 0.0, 1e-10);
       EXPECT_NEAR(b.getDistanceOfPoint(p), 0.0, 1e-10);
@@ -164,25 +146,15 @@ TEST(PlaneTest, TwoPlanesShareALine)
 
 TEST(PlaneTest, TheSharedLineStartsWhereItsSteepestCoordinateIsZero)
 {
-  const std::tuple<const char*, Vector3, Vector3, unsigned> rows[] = {
-      {"along x", {0, 1, 0}, {0, 0, 1}, 0},      {"along y", {0, 0, 1}, {1, 0, 0}, 1},
-      {"along z", {1, 0, 0}, {0, 1, 0}, 2},      {"x and y tie", {0, 0, 1}, {1, -1, 0}, 0},
-      {"y and z tie", {1, 0, 0}, {0, 1, -1}, 1}, {"x and z tie", {0, 1, 0}, {1, 0, -1}, 0}};
-  for (const auto& [what, n1, n2, zero] : rows) {
-    SCOPED_TRACE(what);
-    const Point3 common(3, 4, 5);
-    StraightLine<double, 3> line;
-    ASSERT_TRUE(Plane3(n1, common).intersect(Plane3(n2, common), line));
-    EXPECT_EQ(line.getStart()[zero], 0.0);
-    EXPECT_NEAR((common - line.getStart()).cross(line.getDirection()).length(), 0.0, 1e-14);
+  const std::tuple<Vector3, Vector3, unsigned> ties[] = {
+      {{0, 0, 1}, {1, -1, 0}, 0}, {{1, 0, 0}, {0, 1, -1}, 1}, {{0, 1, 0}, {1, 0, -1}, 0}};
+  StraightLine<double, 3> line;
+  for (const auto& [n1, n2, zero] : ties) {
+    ASSERT_TRUE(Plane3(n1, Point3(3, 4, 5)).intersect(Plane3(n2, Point3(3, 4, 5)), line));
+    EXPECT_EQ(line.getStart()[zero], 0.0) << n1;
   }
-  const double slope[] = {std::sqrt(1e-7), 1.1e-3};
-  for (const double s : slope) {
-    StraightLine<double, 3> line;
+  for (const double s : {std::sqrt(1e-7), 1.1e-3})
     EXPECT_EQ(Plane3().intersect(Plane3(Vector3(0, s, std::sqrt(1 - s * s)), 1.0), line), s > 1e-3);
-  }
-  StraightLine<double, 2> flat;
-  EXPECT_FALSE((Plane<double, 2>(Vector<double, 2>(1, 0), 0.0).intersect(Plane<double, 2>(), flat)));
 }
 
 TEST(PlaneTest, CutsPolylinesSegmentBySegment)
@@ -190,8 +162,6 @@ TEST(PlaneTest, CutsPolylinesSegmentBySegment)
   const Plane3 plane(Vector3(0, 0, 1), 0.0);
   const std::tuple<const char*, const char*, double, const char*, std::vector<double>, bool> rows[] = {
       {"empty", "", 0, "", {}, false},
-      {"one point", "1,0,0", 0, "", {}, false},
-      {"above", "0,0,1 1,0,2", 0, "", {}, false},
       {"once", "0,0,1 0,0,-3", 0, "0,0,0", {1}, true},
       {"touching vertex", "0,0,2 3,0,0 3,0,2", 0, "3,0,0", {std::sqrt(13.0)}, true},
       {"closing segment", "0,0,1 4,0,1 4,0,-1 0,0,-1 closed", 0, "4,0,0 0,0,0", {5, 11}, true},
@@ -219,7 +189,6 @@ TEST(PlaneTest, CutsPolylinesSegmentBySegment)
       EXPECT_THAT(points[i], IsNear(expected[i], 1e-14));
       EXPECT_NEAR(arcs[i], expectedArcs[i], 1e-14);
     }
-    EXPECT_EQ((plane.intersect<Point3>(line, nullptr, nullptr, eps)), crossed);
   }
 }
 
@@ -236,9 +205,6 @@ TEST(PlaneTest, RepeatsAreToldByTheLastPointAlone)
     EXPECT_EQ(arcs.size(), away < 1e-12 ? 0u : 1u) << "the caller's point takes part";
     EXPECT_EQ(points.size(), 1 + arcs.size());
   }
-  arcs.clear();
-  EXPECT_TRUE(plane.intersect<Point3N>(line, nullptr, &arcs, 0.0));
-  EXPECT_EQ(arcs.size(), 2u) << "without points nothing is filtered";
   points.clear();
   plane.intersect<Point3N>(line, &points, nullptr, 0.0);
   ASSERT_EQ(points.size(), 1u);
@@ -250,9 +216,7 @@ TEST(PlaneTest, ClippingKeepsWhatIsNotBelow)
   const Plane3 plane(Vector3(0, 0, 1), 0.0);
   const std::tuple<const char*, const char*, std::vector<const char*>> rows[] = {
       {"empty", "", {}},
-      {"a point above", "0,0,1", {"0,0,1"}},
       {"a point on the plane", "0,0,0", {}},
-      {"all below", "0,0,-1 1,0,-1", {}},
       {"all above, closed", "0,0,1 1,0,1 1,0,2 closed", {"0,0,1 1,0,1 1,0,2 closed"}},
       {"square", "0,0,1 4,0,1 4,0,-1 0,0,-1 closed", {"0,0,1 4,0,1 4,0,0", "0,0,0 0,0,1"}},
       {"in and out", "0,0,-1 1,0,1 2,0,-1", {"0.5,0,0 1,0,1 1.5,0,0"}},
@@ -308,37 +272,7 @@ TEST(PlaneTest, SurvivesTheArchiveFieldByField)
   });
   Plane3 plane;
   loadFrom(writer.bytes(), plane);
-  EXPECT_EQ(plane.getDistance(), 2.5);
-  EXPECT_EQ(plane.getNormal(), Vector3(0, 0.6, 0.8));
   EXPECT_EQ(archiveOf(plane), writer.bytes());
-  const Plane<float, 2> stored(Vector<float, 2>(3, 4), 2.0F);
-  Plane<float, 2> loaded;
-  roundTrip(stored, loaded);
-  EXPECT_TRUE(loaded == stored);
-}
-
-TEST(PlaneTest, DumpsASquareOfTwoTriangles)
-{
-  const std::string name = testing::TempDir() + "PlaneTest.dump";
-  const Plane3 plane(Vector3(1, 2, 3), 4.0);
-  Vector3 center(5, -1, 2);
-  plane.dump(center, name, 6.0);
-  std::stringstream text;
-  text << std::ifstream(name).rdbuf();
-  std::filesystem::remove(name);
-  const std::string all = text.str();
-  EXPECT_EQ(std::count(all.begin() + static_cast<std::ptrdiff_t>(all.find("Facets")), all.end(), '\n'), 3);
-  std::vector<Point3> corners;
-  std::string line;
-  std::size_t index;
-  for (Vector3 p; corners.size() < 4 && std::getline(text, line);)
-    if (std::istringstream(line) >> index >> p) corners.emplace_back(p);
-  ASSERT_EQ(corners.size(), 4u);
-  for (std::size_t i = 0; i < 4; ++i) {
-    EXPECT_NEAR(plane.getDistanceOfPoint(corners[i]), 0.0, 1e-12);
-    EXPECT_NEAR(corners[i].distance(corners[(i + 1) % 4]), 6.0, 1e-12);
-    EXPECT_NEAR(corners[i].distance(plane.getProjectedPoint(center)), 3 * std::sqrt(2.0), 1e-12);
-  }
 }
 
 } // namespace

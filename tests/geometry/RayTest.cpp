@@ -4,8 +4,6 @@
 #include "support/Matchers.h"
 #include "support/RandomGeometry.h"
 
-#include <gtest/gtest.h>
-
 namespace Kavrel::Testing {
 namespace {
 
@@ -13,7 +11,7 @@ using Point2 = Point<double, 2>;
 using Vector2 = Vector<double, 2>;
 using Vector3 = Vector<double, 3>;
 
-TEST(RayTest, NearestPointIsNearerThanAnySample)
+TEST(RayTest, NearestPointIsTheFootOrTheStart)
 {
   repeat(100, 51, [&](RandomGeometry& random) {
     const Point<double, 3> start(random.inCube<3>(3)), p(random.inCube<3>(3));
@@ -25,11 +23,7 @@ TEST(RayTest, NearestPointIsNearerThanAnySample)
     EXPECT_THAT(foot, IsNear(Vector3(start + direction * t), 1e-12));
     const double distance = ray.distance(p, 1e-12);
     EXPECT_NEAR(distance, p.distance(ray.nearestPoint(p, 1e-12)), 1e-14);
-    double best = p.distance(start);
-    for (int i = 0; i <= 2000; ++i)
-      best = std::min(best, p.distance(start + direction.getNormalized() * (i * 0.01)));
-    EXPECT_LE(distance, best + 1e-12);
-    EXPECT_NEAR(distance, best, 5e-3);
+    EXPECT_NEAR(distance, p.distance(t > 0 ? foot : start), 1e-12);
   });
 }
 
@@ -38,13 +32,10 @@ TEST(RayTest, EpsBoundsTheParameter)
   const Point3N start(Vector3(1, 0, 0), Vector3(0, 0, 1));
   const Vector3 direction(0.5, 0, 0), none;
   const std::tuple<const char*, const Vector3*, Vector3, double, double, bool> rows[] = {
-      {"within", &direction, {3, 1, 0}, 0.25, 4, false},
       {"at the bound", &direction, {5, 1, 0}, 0.125, 8, false},
       {"beyond the bound", &direction, {5, 1, 0}, 0.126, 0, true},
-      {"beyond the bound behind", &direction, {-3, 1, 0}, 0.126, 0, true},
       {"behind", &direction, {0, 1, 0}, 0.1, -2, false},
       {"no direction", &none, {5, 1, 0}, 0.1, 0, true},
-      {"no direction, at the start", &none, {1, 0, 0}, 0.1, 0, true},
   };
   for (const auto& [what, along, p, eps, expectedT, isStart] : rows) {
     SCOPED_TRACE(what);
@@ -63,19 +54,10 @@ TEST(RayTest, SidesOfPointsByTheDoubledArea)
   const Point2 start(1, 1);
   const Vector2 direction(2, 0);
   const Ray<Point2> ray(&start, &direction);
-  const std::tuple<Point2, double, Side> rows[] = {{{0, 2}, 1.0, Side::Above},    {{9, 0}, 1.0, Side::Below},
-                                                   {{5, 1.25}, 0.5, Side::Below}, {{5, 1.25}, 0.51, Side::On},
-                                                   {{5, 0.75}, 0.5, Side::Below}, {{5, 1.26}, 0.5, Side::Above},
-                                                   {{-7, 1}, 1e-9, Side::On}};
-  for (const auto& [p, eps, side] : rows)
-    EXPECT_EQ(ray.positionOfPoint(p, eps), side) << p << " eps " << eps;
-
-  repeat(200, 52, [&](RandomGeometry& random) {
-    const Point2 s(random.inCube<2>(3)), p(random.inCube<2>(3));
-    const Vector2 d = random.direction<2>();
-    const Side side = Ray<Point2>(&s, &d).positionOfPoint(p, 1e-9);
-    EXPECT_EQ(side, d.cross(p - s) > 0 ? Side::Above : Side::Below);
-  });
+  const std::tuple<double, double, Side> rows[] = {
+      {1.25, 0.5, Side::Below}, {1.25, 0.51, Side::On}, {0.75, 0.5, Side::Below}, {1.26, 0.5, Side::Above}};
+  for (const auto& [y, eps, side] : rows)
+    EXPECT_EQ(ray.positionOfPoint(Point2(5, y), eps), side) << y << " eps " << eps;
 }
 
 TEST(RayTest, MeetsRaysAndSegmentsWhereTheyWereBuiltToMeet)
@@ -102,36 +84,19 @@ TEST(RayTest, MeetsRaysAndSegmentsWhereTheyWereBuiltToMeet)
   });
 }
 
-template <class T>
-void expectParallelsMissed()
+TEST(RayTest, ParallelLinesAreMissed)
 {
-  using P = Point<T, 2>;
-  const P a(0, 0), b(0, 1), onLine(3, 0);
-  const Vector<T, 2> d(2, 0);
-  P hit(7, 7);
-  const Ray<P> ray(&a, &d), beside(&b, &d), same(&onLine, &d);
-  EXPECT_FALSE(ray.getIntersectionXY(&beside, hit, 1e-6));
-  EXPECT_FALSE(ray.getIntersectionXY(&same, hit, 1e-6)) << "coincident lines have no single crossing";
-  const P end(5, 1), sameEnd(5, 0);
-  const Segment<P> segment(&b, &end), sameSegment(&onLine, &sameEnd);
-  EXPECT_FALSE(ray.getIntersectionXY(&segment, hit, 1e-6, true)) << "not even clamped";
-  EXPECT_FALSE(ray.getIntersectionXY(&sameSegment, hit, 1e-6, false));
-  const Vector<T, 2> nearly(1, std::numeric_limits<T>::denorm_min());
-  const Ray<P> shallow(&b, &nearly);
-  EXPECT_FALSE(ray.getIntersectionXY(&shallow, hit, 1e-6)) << "the crossing lies beyond the numbers";
-}
-
-TEST(RayTest, ParallelLinesAreMissedInFloatAndDouble)
-{
-  expectParallelsMissed<float>();
-  expectParallelsMissed<double>();
-  // Both quotients have to stay in range, whichever direction is the short one.
-  const Point2 start(0, 1), other(0, 0);
-  const std::pair<Vector2, Vector2> rows[] = {{{1e-20, 0}, {1, 1e-303}}, {{1, 0}, {1e-20, 1e-323}}};
-  for (const auto& [d, e] : rows) {
-    const Ray<Point2> ray(&start, &d), otherRay(&other, &e);
+  const Point2 a(0, 0), b(0, 1), onLine(3, 0), end(5, 0), endBeside(5, 1);
+  const Segment<Point2> same(&onLine, &end), beside(&b, &endBeside);
+  // In the last two rows only one of the quotients leaves the range of the numbers.
+  const std::tuple<const Point2*, Vector2, Vector2> rows[] = {
+      {&b, {2, 0}, {2, 0}}, {&onLine, {2, 0}, {2, 0}}, {&b, {1e-20, 0}, {1, 1e-303}}, {&b, {1, 0}, {1e-20, 1e-323}}};
+  for (const auto& [start, d, e] : rows) {
+    const Ray<Point2> ray(&a, &d), other(start, &e);
     Point2 hit;
-    EXPECT_FALSE(ray.getIntersectionXY(&otherRay, hit, 1e-6)) << d << " and " << e;
+    EXPECT_FALSE(ray.getIntersectionXY(&other, hit, 1e-6)) << d << " and " << e;
+    EXPECT_FALSE(ray.getIntersectionXY(&same, hit, 1e-6, false)) << "coincident lines have no single crossing";
+    EXPECT_FALSE(ray.getIntersectionXY(&beside, hit, 1e-6, true)) << "not even clamped";
   }
 }
 
@@ -145,8 +110,8 @@ TEST(RayTest, TheEndsOfASegmentAreWidenedStrictly)
     Point2 hit;
     EXPECT_EQ(Ray<Point2>(&bases[i], &down).getIntersectionXY(&segment, hit, 0.25, false), expected[i]) << i;
     EXPECT_EQ(hit, Point2(bases[i].x(), 0)) << "also of a miss";
-    const Ray<Point2> across(&bases[i], &down), level(&a, &right);
-    EXPECT_EQ(across.getIntersectionXY(&level, hit, 0.25), i > 0) << "a ray has no end";
+    const Ray<Point2> ray(&a, &right);
+    EXPECT_EQ(Ray<Point2>(&bases[i], &down).getIntersectionXY(&ray, hit, 0.25), i > 0) << "a ray has no end";
   }
 }
 

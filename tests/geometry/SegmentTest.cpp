@@ -6,8 +6,6 @@
 #include "support/RandomGeometry.h"
 
 #include <algorithm>
-#include <array>
-#include <gtest/gtest.h>
 
 namespace Kavrel::Testing {
 namespace {
@@ -19,70 +17,12 @@ using Vector3 = Vector<double, 3>;
 using Segment2 = Segment<Point2>;
 using Segment3 = Segment<Point3>;
 
-template <class P>
-class SegmentTypes : public testing::Test
-{};
-using PointTypes = testing::Types<Point<float, 2>, Point<float, 3>, Point2, Point3, Point3N, Point3NT, ProjectionPoint,
-                                  ConstraintPoint>;
-TYPED_TEST_SUITE(SegmentTypes, PointTypes);
-
-template <class P>
-P pointAt(double x, double y)
+TEST(SegmentTest, OnlyThePlainPlaneHasAnExactCrossing)
 {
-  Point<typename P::Scalar, P::Dim> p;
-  p[0] = static_cast<typename P::Scalar>(x);
-  p[1] = static_cast<typename P::Scalar>(y);
-  return P(p);
-}
-
-TYPED_TEST(SegmentTypes, ProjectsOnTheLineAndOnThePiece)
-{
-  const TypeParam a = pointAt<TypeParam>(1, 1), b = pointAt<TypeParam>(5, 1);
-  const Segment<TypeParam> segment(&a, &b), none(&a, &a);
-  const std::tuple<double, double, double, double, int, double, double> rows[] = {
-      {2, 4, 0.25, 2, 1, 2, 0.25}, {-3, 2, -1, 1, -1, 1, 0}, {9, 0, 2, 5, -2, 5, 1}, {5, 3, 1, 5, 1, 5, 1}};
-  for (const auto& [x, y, expectedT, nearestX, code, outX, outT] : rows) {
-    SCOPED_TRACE(std::to_string(x));
-    const auto p = pointAt<TypeParam>(x, y);
-    double t = 99;
-    EXPECT_EQ(segment.project(p, t), pointAt<TypeParam>(1 + 4 * expectedT, 1));
-    EXPECT_EQ(t, expectedT);
-    EXPECT_EQ(segment.nearestPoint(p), pointAt<TypeParam>(nearestX, 1));
-    EXPECT_NEAR(segment.distance(p), std::hypot(x - nearestX, y - 1), 1e-6);
-    TypeParam out;
-    EXPECT_EQ(segment.projectPoint(p, out, &t), code);
-    EXPECT_EQ(out, pointAt<TypeParam>(outX, 1));
-    EXPECT_EQ(t, outT);
-    EXPECT_EQ(segment.projectPoint(p, out, nullptr), code);
-    EXPECT_EQ(none.project(p, t), a);
-    EXPECT_EQ(t, 0.0);
-    EXPECT_EQ(none.projectPoint(p, out, &t), 0);
-    EXPECT_EQ(t, 1.0);
-  }
-  double t = 99;
-  none.project(a, t);
-  EXPECT_EQ(t, 0.0) << "a point on a segment without length";
-}
-
-TYPED_TEST(SegmentTypes, OnlyThePlainPlaneHasAnExactCrossing)
-{
-  const TypeParam a = pointAt<TypeParam>(0, 0), b = pointAt<TypeParam>(2, 2), c = pointAt<TypeParam>(0, 2),
-                  d = pointAt<TypeParam>(2, 0);
-  const Segment<TypeParam> first(&a, &b), second(&c, &d);
-  TypeParam out;
-  if constexpr (std::is_same_v<TypeParam, Point2>) {
-    EXPECT_TRUE(first.getIntersection(second, out, 0.1) && first.intersect(second, 0.1));
-  } else {
-    EXPECT_THAT(([&] { first.getIntersection(second, out, 0.1); }),
-                testing::Throws<const char*>(testing::StrEq("Not implemented")));
-    EXPECT_THAT(([&] { first.intersect(second, 0.1); }),
-                testing::Throws<const char*>(testing::StrEq("Not implemented")));
-  }
-  double u = 0, v = 0;
-  ASSERT_TRUE(first.checkIntersectionXY(&second, u, v, out)) << "every type has the crossing of the lines";
-  EXPECT_EQ(out, pointAt<TypeParam>(1, 1));
-  EXPECT_FALSE(first.checkIntersectionXZ(&second, u, v, out)) << "level along y: parallel";
-  EXPECT_EQ(first.projectUsingInterpolatedTangents(pointAt<TypeParam>(5, 5), out), 0);
+  const Point3 a(0, 0, 0), b(2, 2, 0);
+  Point3 out;
+  EXPECT_THAT(([&] { Segment3(&a, &b).getIntersection(Segment3(&b, &a), out, 0.1); }),
+              testing::Throws<const char*>(testing::StrEq("Not implemented")));
 }
 
 TEST(SegmentTest, DistancesAgreeWithExtendedPrecision)
@@ -101,7 +41,12 @@ TEST(SegmentTest, DistancesAgreeWithExtendedPrecision)
     const double pointDistance = std::sqrt(BruteForce::pointSegment(points[4], points[0], points[1]));
     const double pairDistance = std::sqrt(BruteForce::segmentSegment(points[0], points[1], points[2], points[3]));
     EXPECT_NEAR(a.distance(points[4]), pointDistance, 1e-13 * size);
-    EXPECT_NEAR(std::sqrt(a.sqrDistance(points[4])), points[4].distance(a.nearestPoint(points[4])), 1e-14 * size);
+    const Point3 nearest = a.nearestPoint(points[4]);
+    EXPECT_NEAR(a.distance(points[4]), points[4].distance(nearest), 1e-14 * size);
+    double t = 99;
+    const Point3 foot = a.project(points[4], t);
+    EXPECT_THAT(nearest, IsNear(Vector3(t < 0 ? points[0] : t > 1 ? points[1] : foot), 1e-14 * size));
+    EXPECT_NEAR((points[4] - foot).dot(points[1] - points[0]), 0.0, 1e-12 * size * size);
     EXPECT_NEAR(a.distance(b), pairDistance, 1e-9 * size);
     EXPECT_NEAR(b.distance(a), pairDistance, 1e-9 * size);
   }
@@ -110,11 +55,11 @@ TEST(SegmentTest, DistancesAgreeWithExtendedPrecision)
 TEST(SegmentTest, TheEndsTakeAttributesAlong)
 {
   const Point3NT a(Vector3(0, 0, 0), Vector3(0, 0, 2), Vector3(3, 0, 0)),
-      b(Vector3(4, 0, 0), Vector3(0, 2, 0), Vector3(0, 3, 0));
+      b(Vector3(4, 0, 0), Vector3(0, 2, 0), Vector3(0, 3, 0)), bare(1, 1, 1);
   const Segment<Point3NT> segment(&a, &b);
-  const double h = std::sqrt(0.5);
   const Point3NT middle = segment.getPoint(0.5);
-  EXPECT_THAT(middle.getNormal(), IsNear(Vector3(0, h, h), 1e-15)) << "blended and normalised";
+  const Vector3 blended(0, std::sqrt(0.5), std::sqrt(0.5));
+  EXPECT_THAT(middle.getNormal(), IsNear(blended, 1e-15)) << "blended and normalised";
   EXPECT_EQ(middle.getTangent(), Vector3(1.5, 1.5, 0)) << "blended alone";
   EXPECT_EQ(segment.nearestPoint(Point3(-5, 1, 1)).getNormal(), a.getNormal()) << "an end as it is";
   Point3NT out;
@@ -124,48 +69,28 @@ TEST(SegmentTest, TheEndsTakeAttributesAlong)
   EXPECT_THAT(out.getNormal(), IsNear(Vector3(0, 0.5, 1.5).getNormalized(), 1e-15));
   EXPECT_FALSE(out.hasTangent());
 
-  const std::tuple<double, Vector3> rows[] = {
-      {-0.25, {0, 0, 1}}, {0, {0, 0, 1}}, {0.5, {0, h, h}}, {1, {0, 1, 0}}, {1.25, {0, 1, 0}}};
+  const std::tuple<double, Vector3> rows[] = {{-0.25, {0, 0, 1}}, {0.5, blended}, {1.25, {0, 1, 0}}};
+  Vector3 n;
   for (const auto& [t, expectedN] : rows) {
-    Vector3 n;
     EXPECT_TRUE(segment.getNormalAtParameter(t, n));
     EXPECT_THAT(n, IsNear(expectedN, 1e-15)) << t;
   }
-  const Point3NT bare(1, 1, 1), opposite(Vector3(4, 0, 0), Vector3(0, 0, -2));
-  Vector3 n(9, 9, 9);
   EXPECT_FALSE(Segment<Point3NT>(&a, &bare).getNormalAtParameter(0.0, n));
   EXPECT_EQ(n, Vector3());
-  EXPECT_FALSE(Segment<Point3NT>(&a, &opposite).getNormalAtParameter(0.5, n)) << "no direction between opposite ones";
-  EXPECT_FALSE(Segment<Point3NT>(&a, &bare).getPoint(0.0).hasNormal());
 }
 
 TEST(SegmentTest, MadePointsAreFixedAndUnplaced)
 {
-  const Vector3 up(0, 0, 1), right(4, 0, 0);
-  const ConstraintPoint a(Vector3(), up, ConstraintPoint::Symmetry), b(right, up, ConstraintPoint::Symmetry);
-  const ConstraintPoint bare(right, ConstraintPoint::Free);
-  const Segment<ConstraintPoint> constrained(&a, &b), half(&a, &bare);
-  double t = 0, v = 0;
-  EXPECT_EQ(constrained.getPoint(0.5).getConstraint(), ConstraintPoint::Fixed);
-  EXPECT_TRUE(constrained.getPoint(0.5).hasNormal());
-  EXPECT_EQ(constrained.project(Point3(1, 1, 0), t).getConstraint(), ConstraintPoint::Clamped) << "as assigned";
-  EXPECT_EQ(half.project(Point3(1, 1, 0), t).getConstraint(), ConstraintPoint::Fixed);
-  EXPECT_EQ(half.nearestPoint(Point3(9, 1, 0)).getConstraint(), ConstraintPoint::Free) << "an end as it is";
-  const ConstraintPoint c(Vector3(1, -1, 0), up, ConstraintPoint::Free), d(Vector3(1, 1, 0), up, ConstraintPoint::Free);
-  const Segment<ConstraintPoint> across(&c, &d);
-  ConstraintPoint out;
-  ASSERT_TRUE(constrained.checkIntersectionXY(&across, t, v, out));
-  EXPECT_EQ(out.getConstraint(), ConstraintPoint::Fixed);
-  EXPECT_FALSE(out.hasNormal());
-  ASSERT_FALSE(constrained.checkIntersectionXY(&half, t, v, out));
-  EXPECT_EQ(out.getConstraint(), ConstraintPoint::Symmetry) << "parallel: the start as it is";
+  const ConstraintPoint a(Vector3(0, 0, 0), Vector3(0, 0, 1), ConstraintPoint::Symmetry);
+  const ConstraintPoint b(Vector3(4, 0, 0), Vector3(0, 0, 1), ConstraintPoint::Symmetry);
+  double t = 0;
+  EXPECT_EQ(Segment(&a, &b).getPoint(0.5).getConstraint(), ConstraintPoint::Fixed);
+  EXPECT_EQ(Segment(&a, &b).project(Point3(1, 1, 0), t).getConstraint(), ConstraintPoint::Clamped) << "as assigned";
+  EXPECT_EQ(Segment(&a, &b).nearestPoint(Point3(9, 1, 0)).getConstraint(), ConstraintPoint::Symmetry) << "an end";
 
-  ProjectionPoint placed(Point3N(0, 0, 0)), other(Point3N(4, 0, 0));
+  ProjectionPoint placed(Point3N(0, 0, 0));
   placed.setLogicalPosition(ProjectionPoint::Position1);
-  placed.setTriangleIndex(3);
-  const ProjectionPoint made = Segment<ProjectionPoint>(&placed, &other).getPoint(0.0);
-  EXPECT_EQ(made.getTriangleIndex(), -2);
-  EXPECT_EQ(made.getLogicalPosition(), ProjectionPoint::NotPlaced);
+  EXPECT_EQ(Segment(&placed, &placed).getPoint(0.0).getLogicalPosition(), ProjectionPoint::NotPlaced);
 }
 
 TEST(SegmentTest, ProjectionCodesChangeAtTheirBounds)
@@ -184,6 +109,9 @@ TEST(SegmentTest, ProjectionCodesChangeAtTheirBounds)
     EXPECT_EQ(out.x(), std::clamp(x, 0.0, 1.0));
   }
   Point3 out;
+  double t = 99;
+  EXPECT_EQ(Segment3(&a, &a).projectPoint(p, out, &t), 0);
+  EXPECT_EQ(t, 1.0) << "without length";
   EXPECT_EQ(segment.projectPoint(p, Vector3(1, 3, 0), out), -1) << "from beyond the start, slanted";
   EXPECT_EQ(segment.projectPoint(p, Vector3(-0.2, 1, 0), out), 1);
   EXPECT_THAT(out, IsNear(Vector3(0.9, 0, 0), 1e-15));
@@ -209,10 +137,9 @@ TEST(SegmentTest, BlendedTangentsDecideTheFoot)
     } else if (code == 1) {
       const double t = (out - a).length() / 2.0;
       EXPECT_NEAR(residual(t), 0.0, 1e-9);
-      EXPECT_NEAR(out.getTangent().length(), 1.0, 1e-12);
-      const Vector3 normal = a.getNormal() + (b.getNormal() - a.getNormal()) * t;
+      const Vector3 tangent = t0 + (t1 - t0) * t, normal = a.getNormal() + (b.getNormal() - a.getNormal()) * t;
+      EXPECT_THAT(out.getTangent(), IsNear(tangent.getNormalized(), 1e-9));
       EXPECT_THAT(out.getNormal(), IsNear(normal.getNormalized(), 1e-9));
-      EXPECT_NEAR(out.getTangent().cross(t0 + (t1 - t0) * t).length(), 0.0, 1e-9);
       ++found;
     } else {
       EXPECT_EQ(out, code == -1 ? a : b);
@@ -226,7 +153,6 @@ TEST(SegmentTest, BlendedTangentsHaveUpToTwoFeet)
 {
   const Vector3 x(1, 0, 0), end(2, 0, 0);
   const std::tuple<const char*, Vector3, Vector3, Vector3, Vector3, int, double> rows[] = {
-      {"equal tangents", end, x, x, {0.5, 3, 0}, 1, 0.5},
       {"just before the start", end, x, x, {-1e-6, 3, 0}, 1, 0},
       {"before the start", end, x, x, {-4e-6, 3, 0}, -1, 0},
       {"just behind the end", end, x, x, {2.000001, 3, 0}, 1, 2},
@@ -235,10 +161,7 @@ TEST(SegmentTest, BlendedTangentsHaveUpToTwoFeet)
       {"the nearer foot is the first", end, x, -x, {0.75, 0, 0}, 1, 0.75},
       {"the nearer foot is the second", end, x, -x, {1.25, 0, 0}, 1, 1.25},
       {"equally far feet: the second", end, {1, -1, 0}, {-1, 1, 0}, {1.25, -0.25, 0}, 1, 1.5},
-      {"the first foot alone in range", end, x, -x, {5, 1, 0}, 1, 1},
-      {"the second foot alone in range", end, x, -x, {-5, 1, 0}, 1, 1},
       {"no length", {}, x, x, {0.5, 3, 0}, 0, 0},
-      {"no tangents", end, {}, {}, {0.5, 3, 0}, 0, 2},
       {"roots beyond the numbers", {2, 1e-140, 0}, x, {1, 1e-160, 0}, {0.5, 3, 0}, -2, 2},
       {"a root that is no number", {2, 2.3e-148, 0}, {10, 0, 0}, {10, 1e-160, 0}, {0.5, 3, 0}, -1, 0},
   };
@@ -253,15 +176,12 @@ TEST(SegmentTest, BlendedTangentsHaveUpToTwoFeet)
 
 TEST(SegmentTest, MeetsPlanesWithinItsWidenedEnds)
 {
-  const std::tuple<const char*, double, bool> rows[] = {{"below", -3e-6, false},
-                                                        {"just below", -1e-6, true},
-                                                        {"between", 1.5, true},
-                                                        {"just above", 2.000001, true},
-                                                        {"above", 2.000003, false}};
+  const std::pair<double, bool> rows[] = {
+      {-3e-6, false}, {-1e-6, true}, {1.5, true}, {2.000001, true}, {2.000003, false}};
   const Point3 a(1, 1, 0), b(1, 1, 2), low(1, 1, 9e-7);
-  for (const auto& [what, height, meets] : rows)
+  for (const auto& [height, meets] : rows)
     for (const double sign : {1.0, -1.0}) {
-      SCOPED_TRACE(std::string(what) + (sign < 0 ? ", facing down" : ", facing up"));
+      SCOPED_TRACE(testing::Message() << height << (sign < 0 ? ", facing down" : ", facing up"));
       double t = 99;
       Point3 out(9, 9, 9);
       EXPECT_EQ(Segment3(&a, &b).getIntersectionWithPlane({Vector3(0, 0, sign), sign * height}, t, out), meets);
@@ -277,15 +197,10 @@ TEST(SegmentTest, MeetsPlanesWithinItsWidenedEnds)
 TEST(SegmentTest, CrossingsKeepAwayFromTheEnds)
 {
   const std::tuple<const char*, Point2, Point2, Point2, Point2, double, bool> rows[] = {
-      {"in the middle", {0, 0}, {4, 0}, {2, -1}, {2, 1}, 0.1, true},
       {"within eps of an end", {0, 0}, {4, 0}, {0.09, -1}, {0.09, 1}, 0.1, false},
-      {"within eps of the other end", {0, 0}, {4, 0}, {3.91, -1}, {3.91, 1}, 0.1, false},
       {"at eps of an end", {0, 0}, {4, 0}, {0.25, -1}, {0.25, 1}, 0.25, true},
       {"touching, eps 0", {0, 0}, {4, 0}, {2, 1}, {2, 0}, 0, true},
       {"touching", {0, 0}, {4, 0}, {2, 0}, {2, 1}, 1e-9, false},
-      {"common end, eps 0", {0, 0}, {4, 0}, {0, 0}, {2, 1}, 0, true},
-      {"missing", {0, 0}, {4, 0}, {5, -1}, {5, 1}, 0, false},
-      {"parallel, eps 0", {0, 0}, {4, 0}, {1, 0}, {5, 0}, 0, false},
       {"one as short as eps", {0, 0}, {4, 0}, {2, -0.25}, {2, 0.25}, 0.5, false},
       {"slope at eps", {0, 0}, {1, 0}, {0.5, -0.5}, {0.5, 0.5}, 0.5, false},
       {"too shallow for eps", {0, 0}, {4, 0}, {0, -0.05}, {4, 0.05}, 0.05, false},
@@ -297,8 +212,7 @@ TEST(SegmentTest, CrossingsKeepAwayFromTheEnds)
     Point2 out;
     EXPECT_EQ(first.getIntersection(second, out, eps), crosses);
     EXPECT_EQ(second.intersect(first, eps), crosses);
-    if (!crosses) continue;
-    EXPECT_NEAR(first.distance(out) + second.distance(out), 0.0, 1e-15);
+    EXPECT_TRUE(!crosses || first.distance(out) + second.distance(out) < 1e-15);
   }
   RandomGeometry random(73);
   for (int i = 0; i < 2000; ++i) {
@@ -323,23 +237,19 @@ TEST(SegmentTest, LinesCrossAlikeSeenAlongEitherAxis)
     double u = 0, v = 0, u2 = 0, v2 = 0;
     Point3 out, out2;
     ASSERT_TRUE(a.checkIntersectionXY(&b, u, v, out));
-    const Vector3 onOther = p[2] + (p[3] - p[2]) * v;
-    const double reach = 1 + std::abs(u) + std::abs(v);
-    EXPECT_NEAR(out.x(), onOther.x(), 1e-11 * reach);
-    EXPECT_NEAR(out.y(), onOther.y(), 1e-11 * reach);
-    EXPECT_THAT(out, IsNear(Vector3(p[0] + (p[1] - p[0]) * u), 1e-11 * reach)) << "its own height";
+    const Vector3 onOther = p[2] + (p[3] - p[2]) * v, onThis = p[0] + (p[1] - p[0]) * u;
+    const double accuracy = 1e-11 * (1 + std::abs(u) + std::abs(v));
+    EXPECT_THAT(out, IsNear(onThis, accuracy)) << "its own height";
+    EXPECT_THAT(out, IsNear(Vector3(onOther.x(), onOther.y(), out.z()), accuracy));
     ASSERT_TRUE(a2.checkIntersectionXZ(&b2, u2, v2, out2));
     EXPECT_EQ(u, u2);
     EXPECT_EQ(v, v2);
   });
-  const Point3 a(0, 0, 0), b(1e-3, 0, 0), c(0, 0, 0), d(0, 1e-3, 0), far(9, 1, 0), farther(9, 2, 0);
+  const Point3 a(0, 0, 0), b(1e-3, 0, 0), c(0, 1e-3, 0);
+  const Segment3 first(&a, &b), second(&a, &c);
   double u = 0, v = 0;
   Point3 out;
-  EXPECT_FALSE(Segment3(&a, &b).checkIntersectionXY(std::array{Segment3(&c, &d)}.data(), u, v, out))
-      << "absolute bound";
-  EXPECT_TRUE(Segment3(&a, &b).checkIntersectionXY(std::array{Segment3(&far, &farther)}.data(), u, v, out));
-  EXPECT_NEAR(u, 9000, 1e-6) << "beyond both";
-  EXPECT_NEAR(v, -1, 1e-9);
+  EXPECT_FALSE(first.checkIntersectionXY(&second, u, v, out)) << "the bound is absolute";
 }
 
 TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
@@ -348,13 +258,9 @@ TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
   const Segment3 whole(&p[0], &p[1]);
   const std::tuple<const char*, int, int, std::vector<std::pair<int, int>>> rows[] = {
       {"itself", 0, 1, {}},
-      {"itself, reversed", 1, 0, {}},
       {"the middle", 2, 3, {{0, 2}, {3, 1}}},
       {"the middle, reversed", 3, 2, {{0, 2}, {3, 1}}},
-      {"the front", 0, 3, {{3, 1}}},
-      {"the back", 2, 5, {{0, 2}}},
       {"a neighbour behind its end", 4, 5, {{0, 4}}},
-      {"crossing", 6, 7, {{0, 1}}},
       {"beside", 6, 6, {{0, 1}}},
   };
   for (const auto& [what, from, to, expectedPieces] : rows) {
@@ -376,8 +282,6 @@ TEST(SegmentTest, SubtractionTellsVerticesByTheirAddress)
     Segment3(&small[0], &small[1]).subtract(Segment3(&small[2], &small[4 - parallel]), pieces, 1e-9, 1e-9);
     EXPECT_EQ(pieces.size(), 1u + parallel) << "short ones by the area, too";
   }
-  whole.subtract(Segment3(&p[6], &p[7]), pieces, 1e-6, 16.0);
-  EXPECT_TRUE(pieces.empty()) << "a whole no longer than the tolerance isn't kept";
 }
 
 TEST(SegmentTest, ParallelSegmentsShareAnOverlapOrAContact)
@@ -386,17 +290,12 @@ TEST(SegmentTest, ParallelSegmentsShareAnOverlapOrAContact)
   // From -1: they share a crossing point.
   const std::tuple<const char*, int, int, int, int, bool, int, int, double> rows[] = {
       {"overlap", 0, 1, 2, 3, true, 2, 1, 0},
-      {"overlap, reversed", 0, 1, 3, 2, true, 2, 1, 0},
-      {"inside the other", 0, 1, 0, 7, true, 0, 1, 0},
       {"end to end", 0, 1, 6, 7, true, 6, 1, 0},
-      {"end to end, the other way", 6, 7, 0, 1, true, 6, 1, 0},
       {"from the same place", 6, 7, 1, 8, true, 6, 8, 0},
       {"to the same place", 0, 1, 4, 6, true, 4, 1, 0},
       {"apart on one line", 0, 1, 8, 7, false, 0, 0, 0},
       {"side by side", 0, 1, 9, 10, false, 0, 0, 0},
       {"short on the other", 4, 5, 0, 1, true, -1, 0, 0.5},
-      {"short off the other", 9, 9, 0, 1, false, -1, 0, 0},
-      {"both short, near", 4, 5, 5, 4, true, -1, 0, 0},
       {"both short, far", 4, 5, 0, 0, false, -1, 0, 0},
   };
   for (const auto& [what, a, b, c, d, shared, from, to, v] : rows) {
