@@ -1,13 +1,11 @@
 #include "geometry/BoundingBox.h"
 
-#include "geometry/Plane.h"
 #include "geometry/Ray.h"
 #include "support/ArchiveWriter.h"
 #include "support/Matchers.h"
 #include "support/RandomGeometry.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 #include <limits>
 
 namespace Kavrel::Testing {
@@ -37,9 +35,6 @@ TEST(BoundingBoxTest, AnInvalidBoxHoldsAndMeetsNothing)
   Box3 grown(Point3(5, 5, 5));
   grown.enlarge(Box3());
   EXPECT_EQ(grown.getMin(), Point3()) << "corners are taken without a look at validity";
-  Box3 fromInvalid;
-  fromInvalid.enlarge(Box3());
-  EXPECT_TRUE(fromInvalid.isInside(Point3()));
 }
 
 TEST(BoundingBoxTest, HoldsWhatItWasEnlargedByAndNoMore)
@@ -64,16 +59,13 @@ TEST(BoundingBoxTest, HoldsWhatItWasEnlargedByAndNoMore)
   Box3 box(Point3(1, 1, 1));
   box.enlarge(Point3(nan, 2, 3));
   EXPECT_EQ(box.getMax(), Point3(1, 2, 3)) << "NaN leaves its axis";
-  box.enlarge(box);
-  EXPECT_EQ(box.getMin(), Point3(1, 1, 1));
 }
 
 TEST(BoundingBoxTest, BordersBelongToTheBox)
 {
   const Box2 box(Point2(0, 0), Point2(2, 1));
-  const std::tuple<Point2, Point2, bool> rows[] = {{{2, 1}, {3, 3}, true},          {{2, -5}, {4, 5}, true},
-                                                   {{-1, -1}, {3, 3}, true},        {{0.5, 0.5}, {1, 0.6}, true},
-                                                   {{2.0000001, 0}, {3, 1}, false}, {{-1, 1.1}, {3, 2}, false}};
+  const std::tuple<Point2, Point2, bool> rows[] = {
+      {{2, 1}, {3, 3}, true}, {{-1, -1}, {3, 3}, true}, {{2.0000001, 0}, {3, 1}, false}, {{-1, 1.1}, {3, 2}, false}};
   for (const auto& [a, b, meet] : rows) {
     const Box2 other(a, b);
     EXPECT_EQ(box.intersect(other), meet) << a;
@@ -88,30 +80,14 @@ TEST(BoundingBoxTest, BordersBelongToTheBox)
 
 TEST(BoundingBoxTest, DistanceIsTheLengthOfTheWayOut)
 {
-  RandomGeometry random(42);
-  for (int row = 0; row < 300; ++row) {
+  repeat(300, 42, [](RandomGeometry& random) {
     const Box3 box(Point3(random.inCube<3>(2)), Point3(random.inCube<3>(2)));
-    Point3 p;
+    const Point3 p(random.inCube<3>(3));
     Vector<double, 3> out;
-    for (unsigned axis = 0; axis < 3; ++axis) {
-      const std::size_t side = random.index(3);
-      const double offset = side == 2 ? 0.0 : random.logUniform(1e-6, 10);
-      p[axis] = side == 0   ? box.getMin()[axis] - offset
-                : side == 1 ? box.getMax()[axis] + offset
-                            : random.uniform(box.getMin()[axis], box.getMax()[axis]);
-      out[axis] = offset;
-    }
-    EXPECT_NEAR(box.distance(p), out.length(), 1e-14) << row;
-  }
-}
-
-TEST(BoundingBoxTest, AMirrorLeavesTheCornersUnsorted)
-{
-  Box2 box(Point2(1, 0), Point2(2, 1));
-  box.mirror(Plane<double, 2>(Vector<double, 2>(1, 0), 0.0));
-  EXPECT_EQ(box.getMin(), Point2(-1, 0));
-  EXPECT_EQ(box.getMax(), Point2(-2, 1));
-  EXPECT_FALSE(box.isInside(Point2(-1.5, 0.5)));
+    for (unsigned axis = 0; axis < 3; ++axis)
+      out[axis] = p[axis] - std::clamp(p[axis], box.getMin()[axis], box.getMax()[axis]);
+    EXPECT_NEAR(box.distance(p), out.length(), 1e-14);
+  });
 }
 
 TEST(BoundingBoxTest, RaysMeetTheSidesWhereTheSlabsSay)
@@ -152,13 +128,8 @@ TEST(BoundingBoxTest, HitsComeInTheOrderOfTheSidesWithoutRepeats)
 {
   const Box2 box(Point2(0, 0), Point2(2, 2));
   const std::tuple<const char*, Point2, Vector<double, 2>, std::vector<Point2>> rows[] = {
-      {"right to left", {3, 1}, {-1, 0}, {{2, 1}, {0, 1}}},
-      {"left to right", {-1, 1}, {1, 0}, {{2, 1}, {0, 1}}},
-      {"through two corners", {-1, -1}, {1, 1}, {{0, 0}, {2, 2}}},
-      {"touching a corner", {-1, 1}, {1, 1}, {{0, 2}}},
-      {"from inside", {1, 1}, {0, -1}, {{1, 0}}},
-      {"behind", {3, 1}, {1, 0}, {}},
-      {"no direction", {1, 1}, {0, 0}, {}},
+      {"right to left", {3, 1}, {-1, 0}, {{2, 1}, {0, 1}}}, {"through two corners", {-1, -1}, {1, 1}, {{0, 0}, {2, 2}}},
+      {"touching a corner", {-1, 1}, {1, 1}, {{0, 2}}},     {"no direction", {1, 1}, {0, 0}, {}},
       {"just beside", {-1, 2 + 3e-12}, {1, 0}, {}},
   };
   for (const auto& [what, start, direction, expectedHits] : rows) {
@@ -172,14 +143,12 @@ TEST(BoundingBoxTest, HitsComeInTheOrderOfTheSidesWithoutRepeats)
   }
   std::vector<Point2> kept;
   const Point2 start(3, 1);
-  const Vector<double, 2> direction(-1, 0), away(1, 0);
+  const Vector<double, 2> direction(-1, 0);
   for (const double off : {1.01e-6, 0.99e-6}) {
     kept = {{2, 1 + off}};
     box.calculateIntersectionXY(Ray<Point2>(&start, &direction), kept);
     EXPECT_EQ(kept.size(), off > 1e-6 ? 3u : 2u) << "what the caller left takes part";
-    EXPECT_EQ(kept.front(), Point2(2, 1 + off));
   }
-  EXPECT_TRUE(box.calculateIntersectionXY(Ray<Point2>(&start, &away), kept));
 }
 
 TEST(BoundingBoxTest, OldArchivesHoldValidBoxesWithoutFlag)
@@ -199,9 +168,6 @@ TEST(BoundingBoxTest, OldArchivesHoldValidBoxesWithoutFlag)
     EXPECT_EQ(box.getMin(), low);
     EXPECT_EQ(box.getMax(), high);
   }
-  BoundingBox<float, 2> stored(Point<float, 2>(1, 2), Point<float, 2>(3, 4)), loaded;
-  roundTrip(stored, loaded);
-  EXPECT_TRUE(loaded.compare(stored, 0.0));
 }
 
 } // namespace

@@ -5,16 +5,11 @@
 #include "platform/kvmath/MathException.h"
 #include "platform/kvmath/MatrixFunctions.h"
 #include "support/ArchiveWriter.h"
-#include "support/CommaLocale.h"
 #include "support/RandomGeometry.h"
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
-#include <cmath>
 #include <numbers>
-#include <string>
-#include <vector>
 
 namespace Kavrel {
 namespace {
@@ -37,23 +32,11 @@ P3 moved(P3 p, const CS& cs) { return p.transform(cs); }
 
 double gap(const V3& a, const V3& b) { return (a - b).length(); }
 
-// Whether two placements move points alike.
-void expectSameMap(const CS& a, const CS& b, double eps = 1e-13)
-{
-  for (const P3& p : {P3(0, 0, 0), P3(1, 0, 0), P3(0, 1, 0), P3(0, 0, 1)})
-    EXPECT_LE(gap(moved(p, a), moved(p, b)), eps);
-}
-
 TEST(CoordinateSystemTest, PlacesPointsAndTurnsVectors)
 {
   const CS cs(rotation(pi / 2, {0, 0, 1}), P3(10, 20, 30));
   EXPECT_LE(gap(moved({1, 2, 3}, cs), {8, 21, 33}), 1e-14);
-  V3 v(1, 2, 3);
-  cs.transformVector(v);
-  EXPECT_LE(gap(v, {-2, 1, 3}), 1e-15);
-  EXPECT_EQ(cs.transformVectorCopy({1, 2, 3}), v);
-  EXPECT_LE(gap(cs.getLocalX(), {0, 1, 0}), 1e-15);
-  EXPECT_LE(gap(cs.getLocalY(), {-1, 0, 0}), 1e-15);
+  EXPECT_LE(gap(cs.transformVectorCopy({1, 2, 3}), {-2, 1, 3}), 1e-15);
   EXPECT_LE(gap(cs.getTranslatedAlongLocalX(2).getOrigin(), {10, 22, 30}), 1e-14);
   EXPECT_LE(gap(CS(cs).translateAlongLocalY(-3).getOrigin(), {13, 20, 30}), 1e-14);
 }
@@ -67,22 +50,17 @@ TEST(CoordinateSystemTest, CompositionFollowsThePoints)
     EXPECT_LE(gap(moved(p, a * b), moved(moved(p, b), a)), 1e-13);
     EXPECT_LE(gap(moved(moved(p, a), a.getInverse()), p), 1e-13);
     EXPECT_LE(gap(moved(moved(p, a), CS::getRelativeTransformationFromAtoB(a, b)), moved(p, b)), 1e-13);
-    expectSameMap(b * a.getRelativeCoordinateSystem(b), a);
-    expectSameMap(CS().setTransformation(a.getTransformation()), a, 0.0);
+    EXPECT_LE(gap(moved(p, b * a.getRelativeCoordinateSystem(b)), moved(p, a)), 1e-13);
+    EXPECT_EQ(CS().setTransformation(a.getTransformation()), a);
     // The homogeneous matrices multiply like the systems.
     EXPECT_TRUE((a.getTransformation() * b.getTransformation()).isEqual((a * b).getTransformation(), 1e-13));
   });
-  const CoordinateSystem<double, 2> flat(OrthMatrix<double, 2>(MatrixFunctions::makeRotationMatrix(pi / 2)), {5, 6});
-  auto there = Point<double, 2>(1, 2);
-  EXPECT_LE((there.transform(flat) - Vector<double, 2>(3, 7)).length(), 1e-15);
-  EXPECT_LE((there.transform(flat.getInverse()) - Vector<double, 2>(1, 2)).length(), 1e-15);
 }
 
 TEST(CoordinateSystemTest, IdentityIsAskedWithTolerance)
 {
   const std::tuple<const char*, CS, bool> rows[] = {
       {"default", CS(), true},
-      {"built", CS(R3(), P3()), true},
       {"origin within", CS(R3(), P3(0.9e-12, 0, 0)), true},
       {"origin beyond", CS(R3(), P3(0.9e-12, 0.9e-12, 0)), false},
       {"turned within", CS(rotation(1.6e-6, {0, 0, 1}), P3()), true},
@@ -102,21 +80,15 @@ TEST(CoordinateSystemTest, EveryChangeDropsTheMemo)
   const R3 turn = rotation(1, {0, 0, 1});
   const CS shift = CS(R3(), P3(0, 1, 0));
   const std::pair<const char*, CS> rows[] = {
-      {"origin", CS().setOrigin({1, 0, 0})},
-      {"translate", CS().translateBy({1, 0, 0})},
-      {"matrix", CS().setOrientation(Matrix<double, 3, 3>(turn))},
-      {"square matrix", CS().setOrientation(SquareMatrix<double, 3>(turn))},
-      {"orth matrix", CS().setOrientation(turn)},
-      {"mirror", CS().setUpMirror(V3(0, 0, 1), 0.0)},
-      {"rotation", CS().setUpRotation(P3(), turn)},
-      {"homogeneous", CS().setTransformation(shift.getTransformation())},
+      {"origin", CS().setOrigin({1, 0, 0})},        {"translate", CS().translateBy({1, 0, 0})},
+      {"orth matrix", CS().setOrientation(turn)},   {"mirror", CS().setUpMirror(V3(0, 0, 1), 0.0)},
+      {"rotation", CS().setUpRotation(P3(), turn)}, {"homogeneous", CS().setTransformation(shift.getTransformation())},
       {"transform", CS().transform(shift)},
   };
   for (const auto& [name, changed] : rows) {
     SCOPED_TRACE(name);
     EXPECT_FALSE(changed.isIdentity());
     EXPECT_TRUE(CS(changed).setOrigin(P3()).setOrientation(R3()).isIdentity());
-    EXPECT_TRUE(CS(changed).setIdentity().isIdentity());
   }
 }
 
@@ -128,8 +100,6 @@ TEST(CoordinateSystemTest, NearIdentitiesShortCut)
   EXPECT_EQ(near.getTransformed(shift), shift);
   EXPECT_EQ(shift.getTransformed(near), shift);
   EXPECT_EQ(near.getInverse(), near);
-  EXPECT_EQ(shift.getInverse().getOrigin(), P3(-1, -2, -3));
-  EXPECT_EQ(CS().getInverse(), CS());
 }
 
 TEST(CoordinateSystemTest, EqualityBounds)
@@ -139,27 +109,12 @@ TEST(CoordinateSystemTest, EqualityBounds)
   EXPECT_TRUE(cs.isEqualTo(turned, 0.5, 0.0101));
   EXPECT_FALSE(cs.isEqualTo(turned, 0.5, 0.0099));
   EXPECT_FALSE(cs.isEqualTo(turned, 0.499, 0.0101));
-  EXPECT_TRUE(cs.isEqualOrientation(turned, std::cos(0.0101)));
-  EXPECT_FALSE(cs.isEqualOrientation(turned, std::cos(0.0099)));
-  EXPECT_TRUE(cs.isEqualOrigin(turned, 0.5));
-  EXPECT_FALSE(cs.isEqualOrigin(turned, 0.499));
   EXPECT_NE(cs, CS(cs).translateBy({0, 0, 1e-15}));
   EXPECT_TRUE(cs.isEqualTo(CS(cs).translateBy({0, 0, 1e-15})));
-
-  EXPECT_EQ((CoordinateSystem<float, 3>::getDirectionEps()), 1.0F);
-  EXPECT_LT((CoordinateSystem<double, 2>::getDirectionEps()), 1.0);
-  // In float an axis at 45 degrees has a squared length just below 1: the system is not even equal to itself.
-  const auto eighth = MatrixFunctions::makeRotationMatrix(std::numbers::pi_v<float> / 4);
-  const CoordinateSystem<float, 2> skew(OrthMatrix<float, 2>(eighth), {});
-  EXPECT_FALSE(skew.isEqualTo(skew));
-  EXPECT_EQ(skew, skew);
 }
 
 TEST(CoordinateSystemTest, MirrorsLikeThePlane)
 {
-  const CS atOne = CS::createMirrorTransformation(Plane<double, 3>(V3(0, 0, 1), 1.0));
-  EXPECT_EQ(atOne.getOrigin(), P3(0, 0, 2));
-  EXPECT_EQ(atOne.getOrientation().determinant(), -1.0);
   Testing::repeat(50, 72, [&](Testing::RandomGeometry& random) {
     const Plane<double, 3> plane(random.direction<3>(), random.uniform(-5, 5));
     const CS mirror = CS::createMirrorTransformation(plane);
@@ -174,23 +129,20 @@ TEST(CoordinateSystemTest, MirrorsLikeThePlane)
     EXPECT_LE(gap(right.getLocalX(), -plane.getMirroredVector(frame.getLocalX())), 1e-13);
     EXPECT_LE(gap(right.getLocalY(), plane.getMirroredVector(frame.getLocalY())), 1e-13);
   });
-  const auto flat = CoordinateSystem<double, 2>::createMirrorTransformation(Plane<double, 2>({1, 0}, 3.0));
-  EXPECT_EQ((Point<double, 2>(1, 5).transform(flat)), (Point<double, 2>(5, 5)));
 }
 
 TEST(CoordinateSystemTest, HalfTurnAboutALine)
 {
-  const StraightLine<double, 3> upright(P3(1, 0, 0), P3(1, 0, 5), 0.1);
-  EXPECT_LE(gap(moved({2, 0, 0}, CS::createMirrorTransformation(upright)), {0, 0, 0}), 1e-15);
   Testing::repeat(50, 73, [&](Testing::RandomGeometry& random) {
     const P3 start = random.inCube<3>(5);
     const StraightLine<double, 3> line(start, start + random.ofAnySize<3>(1e-3, 1e3), 0.1);
     const P3 p = random.inCube<3>(10);
     EXPECT_LE(gap(moved(p, CS::createMirrorTransformation(line)), P3(p).mirror(line)), 1e-12);
   });
-  EXPECT_EQ(CS::createMirrorTransformation(StraightLine<double, 3>(P3(1, 2, 3), P3(1, 2, 3), 0.1)), CS());
+  const StraightLine<double, 3> none(P3(1, 2, 3), P3(1, 2, 3), 0.1);
+  EXPECT_EQ(CS::createMirrorTransformation(none), CS());
   EXPECT_THAT(
-      ([&] { CoordinateSystem<double, 2>::createMirrorTransformation(upright); }),
+      ([&] { CoordinateSystem<double, 2>::createMirrorTransformation(none); }),
       testing::ThrowsMessage<MathException>("CoordinateSystem<T, dim>::createMirrorTransformation: dim == 3 expected"));
 }
 
@@ -203,50 +155,40 @@ TEST(CoordinateSystemTest, RotatesAboutAFixedPoint)
     const P3 p = random.inCube<3>(10);
     EXPECT_LE(gap(moved(centre, cs), centre), 1e-14);
     EXPECT_LE(gap(moved(p, cs) - centre, r * (p - centre)), 1e-13);
-    EXPECT_EQ(CS().setUpRotation(centre, Matrix<double, 3, 3>(r)), cs);
-    EXPECT_EQ(CS().setUpRotation(centre, SquareMatrix<double, 3>(r)), cs);
   });
 }
 
-void expectRightHandedFrame(const CS& cs)
+bool isRightHanded(const R3& m)
 {
-  const auto& m = cs.getOrientation();
-  EXPECT_TRUE((m * m.getTranspose()).isEqual(R3(), 1e-14));
-  EXPECT_NEAR(m.determinant(), 1.0, 1e-14);
+  return (m * m.getTranspose()).isEqual(R3(), 1e-14) && std::abs(m.determinant() - 1.0) < 1e-14;
 }
 
 TEST(CoordinateSystemTest, FrameFromDirections)
 {
+  const V3 up(0, 0, 1);
   const std::tuple<const char*, V3, V3, V3, V3> rows[] = {
       {"plain", {2, 0, 0}, {3, 4, 0}, {1, 0, 0}, {0, 0, 1}},
-      {"none", {}, {}, {1, 0, 0}, {0, -1, 0}},
       {"too short", {0, 0, 9e-13}, {0, 5e-13, 0}, {1, 0, 0}, {0, -1, 0}},
       {"only a", {0, 3, 0}, {}, {0, 1, 0}, V3(0, 1, 0).cross(V3(0, 1, 0).getOrthoNormal())},
-      {"only b", {}, {0, 0, 2}, V3(0, 0, 1).getOrthoNormal(), V3(0, 0, 1).getOrthoNormal().cross({0, 0, 1})},
+      {"only b", {}, {0, 0, 2}, up.getOrthoNormal(), up.getOrthoNormal().cross(up)},
       {"parallel", {1, 0, 0}, {-2, 0, 0}, {1, 0, 0}, V3(1, 0, 0).getOrthoNormal()},
   };
   for (const auto& [name, a, b, x, z] : rows) {
     SCOPED_TRACE(name);
     const CS cs = createCoordinateSystemFrom(P3(7, 8, 9), a, b);
-    expectRightHandedFrame(cs);
+    EXPECT_TRUE(isRightHanded(cs.getOrientation()));
     EXPECT_EQ(cs.getOrigin(), P3(7, 8, 9));
     EXPECT_LE(gap(cs.getLocalX(), x), 1e-15);
     EXPECT_LE(gap(cs.getOrientation().column(2), z), 1e-15);
   }
-  EXPECT_EQ(createCoordinateSystemFrom(P3(), V3(), V3()).getLocalY(), V3(0, 0, 1));
 }
 
 TEST(CoordinateSystemTest, FrameInThePlane)
 {
-  using V2 = Vector<double, 2>;
-  for (const V2& direction : {V2(3, 4), V2(-1, 0), V2(0, -2), V2(1e-11, 1e-11)}) {
-    const auto cs = createCoordinateSystemFrom(Point<double, 2>(1, 2), direction);
-    EXPECT_LE((cs.getLocalX() - direction / direction.length()).length(), 1e-15);
-    EXPECT_NEAR(cs.getOrientation().determinant(), 1.0, 1e-15);
-    EXPECT_NEAR(cs.getLocalX().dot(cs.getLocalY()), 0.0, 1e-15);
-  }
-  EXPECT_TRUE(createCoordinateSystemFrom(Point<double, 2>(), V2(1e-13, 0)).isIdentity());
-  EXPECT_FALSE(createCoordinateSystemFrom(Point<float, 2>(), Vector<float, 2>(0, 1e-9F)).isIdentity());
+  const auto cs = createCoordinateSystemFrom(Point<double, 2>(1, 2), Vector<double, 2>(3, -4));
+  EXPECT_EQ(cs.getLocalX(), (Vector<double, 2>(0.6, -0.8)));
+  EXPECT_EQ(cs.getLocalY(), (Vector<double, 2>(0.8, 0.6)));
+  EXPECT_TRUE(createCoordinateSystemFrom(Point<double, 2>(), Vector<double, 2>(1e-13, 0)).isIdentity());
 }
 
 TEST(CoordinateSystemTest, FrameFromThreePoints)
@@ -255,7 +197,7 @@ TEST(CoordinateSystemTest, FrameFromThreePoints)
     const P3 p0 = random.inCube<3>(5);
     const P3 p1 = p0 + random.ofAnySize<3>(1e-6, 1e3), p2 = p0 + random.ofAnySize<3>(1e-6, 1e3);
     const CS cs = calcCoordinateSystemFromPoints(p0, p1, p2);
-    expectRightHandedFrame(cs);
+    EXPECT_TRUE(isRightHanded(cs.getOrientation()));
     const P3 local1 = moved(p1, cs.getInverse()), local2 = moved(p2, cs.getInverse());
     EXPECT_LE(std::hypot(local1.y(), local1.z()), 1e-12 * (1 + p1.length()));
     EXPECT_GT(local1.x(), 0.0);
@@ -270,15 +212,7 @@ TEST(CoordinateSystemTest, FrameFromThreePoints)
           "calcCoordinateSystemFromPoints: the given 3 Points are laying on a line and do not define a plane!"));
 }
 
-TEST(CoordinateSystemTest, DumpIsADictInAnyLocale)
-{
-  const Testing::CommaLocale host;
-  EXPECT_EQ(CS(R3(), P3(0.123456, -2000, 3)).toStringPyDict(4),
-            "{'origin':[0.1235, -2000, 3], 'orientation':[[1, 0, 0], [0, 1, 0], [0, 0, 1]]}");
-  EXPECT_EQ((CoordinateSystem<float, 2>().toStringPyDict(6)), "{'origin':[0, 0], 'orientation':[[1, 0], [0, 1]]}");
-}
-
-TEST(CoordinateSystemTest, ArchiveKeepsThePlacementAndNotTheMemo)
+TEST(CoordinateSystemTest, ArchiveDropsTheMemo)
 {
   Testing::RandomGeometry random(76);
   const CS source = randomSystem(random);
@@ -288,10 +222,6 @@ TEST(CoordinateSystemTest, ArchiveKeepsThePlacementAndNotTheMemo)
   EXPECT_FALSE(loaded.isIdentity());
   Testing::roundTrip(CS(), loaded);
   EXPECT_TRUE(loaded.isIdentity());
-  const CoordinateSystem<float, 2> flat = createCoordinateSystemFrom(Point<float, 2>(1, 2), Vector<float, 2>(3, 4));
-  CoordinateSystem<float, 2> flatLoaded;
-  Testing::roundTrip(flat, flatLoaded);
-  EXPECT_EQ(flatLoaded, flat);
 }
 
 TEST(CoordinateSystemTest, OldStreamsHoldOneMoreFlag)
