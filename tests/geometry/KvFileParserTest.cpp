@@ -2,18 +2,14 @@
 
 #include "geometry/Point3NT.h"
 #include "geometry/PolyLine.h"
-#include "geometry/ShapecoreException.h"
 #include "geometry/mesh/Mesh.h"
+#include "platform/kverror/KvException.h"
 #include "platform/kvfile/KvIfstream.h"
-#include "platform/kvtranslate/Translator.h"
 #include "support/MeshBuilder.h"
 #include "support/TextFile.h"
 
-#include <gtest/gtest.h>
 #include <sstream>
 #include <stdexcept>
-#include <string>
-#include <typeinfo>
 
 namespace Kavrel {
 namespace {
@@ -68,11 +64,8 @@ Outcome outcomeOf(const std::string& text, Target target, Read&& read)
   Outcome outcome;
   try {
     read(parser, target);
-  } catch (const KvException& error) {
-    outcome.error = (dynamic_cast<const ShapecoreException*>(&error) ? "Shapecore: " : "") + std::string(error.what());
-  } catch (const std::logic_error& error) {
-    outcome.error =
-        std::string(dynamic_cast<const std::invalid_argument*>(&error) ? "invalid: " : "range: ") + error.what();
+  } catch (const std::exception& error) {
+    outcome.error = error.what();
   }
   std::ostringstream out;
   write(out, target);
@@ -127,49 +120,30 @@ TEST(KvFileParser, meshes)
 {
   expectRows(
       {{"as dumped", "#Mesh\nPoints\n0 0 0 0\n1 1 0 0\n2 0 1 0\n\nFacets\n0 0 1 2\n", flat, "", true, 0},
-       {"no final newline", corners + "facets\n0 0 1 2", flat, "", true, 0},
        {"carriage returns", "POINTS\r\n0 0 0 0\r\n1 1 0 0\r\n2 0 1 0\r\nFaCeTs\r\n0 0 1 2\r\n", flat, "", true, 0},
-       {"all on one line", "points a 0 0 0 b 1 0 0 c 0 1 0 facets d 0 1 2", flat, "", true, 0},
        {"words before the first keyword", "hello 1 2 3 world " + corners + "facets 0 0 1 2", flat, "", true, 0},
        {"a foreign keyword ends the section", corners + "poly3d\n9 9 9 9\nfacets 0 0 1 2", flat, "", true, 0},
-       {"comment behind a row", "points\n0 0 0 0 # origin\n1 1 0 0\n2 0 1 0\nfacets\n0 0 1 2", flat, "", true, 0},
        {"comment glued to the running number", "points 0# 0 0 0 1#1 0 0 2#0 1 0 facets 0#0 1 2", flat, "", true, 0},
        {"temperatures and binormals are dropped", corners + "temperatures 0 9.5 binormals 0 1 2 3 facets 0 0 1 2", flat,
         "", true, 0},
        {"points alone", corners, bare, "", true, 0},
-       {"two sections of facets", corners + "facets 0 0 1 2\nfacets 0 0 2 1",
-        flat.substr(0, flat.size() - 1) + "[0 2 1]N", "", true, 0},
        {"normals given", corners + "normals 0 1 0 0 1 0 1 0 2 0 0 2\nfacets 0 0 1 2",
         "(0 0 0 n 1 0 0)(1 0 0 n 0 1 0)(0 1 0 n 0 0 2)[0 1 2]N", "", true, 0},
        {"normals behind the facets, unchecked", corners + "facets 0 0 1 2\nnormals 0 1 0 0",
         "(0 0 0 n 1 0 0)(1 0 0 n 0 0 1)(0 1 0 n 0 0 1)[0 1 2]N", "", true, 0},
 
        {"empty", "", "", "File is empty.", false, 1},
-       {"comments alone", "# one\n# two", "", "File is empty.", false, 1},
        {"index out of range", corners + "facets\n0 0 1 2\n1 0 1 3\n2 0 1 2", bare + "[0 1 2]",
-        "Shapecore: Mesh: Facet data is corrupted.", false, 7},
-       {"negative index", corners + "facets\n0 0 1 -1", bare, "Shapecore: Mesh: Facet data is corrupted.", false, 6},
+        "Mesh: Facet data is corrupted.", false, 7},
        {"index beyond 32 bits", corners + "facets\n0 0 1 4294967296", bare, "Mesh contains no facets.", false, 6},
-       {"facets before points", "facets\n0 0 1 2\n" + corners, "", "Shapecore: Mesh: Facet data is corrupted.", false,
-        2},
        {"no facets behind the keyword", corners + "facets", bare, "Mesh contains no facets.", false, 5},
-       {"no points", "facets points", "", "Mesh contains no points.", false, 1},
        {"too many normals", "points 0 1 2 3\nnormals\n0 1 0 0\n1 1 0 0", "(1 2 3 n 1 0 0)N",
         "Mesh contains a wrong number of normals.", false, 4},
-       {"too many normals, the last one cut", "points 0 1 2 3\nnormals\n0 1 0 0\n1 1", "(1 2 3 n 1 0 0)N",
-        "Mesh contains a wrong number of normals.", false, 4},
-       {"too few normals", corners + "normals 0 1 0 0\nfacets 0 0 1 2", "(0 0 0 n 1 0 0)(1 0 0)(0 1 0)[0 1 2]N",
-        "Shapecore: Mesh: Wrong number of normals.", false, 6},
        {"a zero normal", "points 0 0 0 0 1 1 0 0 2 0 1 0 normals 0 1 0 0 1 0 0 0 2 0 0 1 facets 0 0 1 2",
-        "(0 0 0 n 1 0 0)(1 0 0)(0 1 0 n 0 0 1)[0 1 2]N", "Shapecore: Mesh: Wrong number of normals.", false, 1},
+        "(0 0 0 n 1 0 0)(1 0 0)(0 1 0 n 0 0 1)[0 1 2]N", "Mesh: Wrong number of normals.", false, 1},
 
        {"a point that isn't a number", "points\n0 0 0 0\n1 nan 0 0\n2 0 1 0\nfacets\n0 0 1 2", "(0 0 0)", "", false, 3},
-       {"an infinite point", "points\n0 0 0 0\n1 1e999 0 0", "(0 0 0)", "", false, 3},
-       {"truncated in a point", "points\n0 0 0 0\n1 1 0", "(0 0 0)", "", false, 3},
-       {"truncated behind a running number", "points\n0 0 0 0\n1", "(0 0 0)", "", false, 3},
        {"truncated in a facet", corners + "facets\n0 0 1 2\n1 0 2", flat, "", false, 7},
-       {"fractional index", corners + "facets\n0 0 1 2\n1 0.5 1 2", flat, "", false, 7},
-       {"comment inside a row", "points\n0 0 0 # 0\n1 1 0 0", "", "", false, 2},
        {"a short row eats the next one", "points\n0 0 0\n1 1 0 0\n2 0 1 0\nfacets\n0 0 1 2", "(0 0 1)(0 0 2)", "",
         false, 4}},
       readMesh);
@@ -179,43 +153,31 @@ TEST(KvFileParser, polylines)
 {
   const std::string line = "poly3d 0 0 0 0 1 1 0 0 2 1 1 0\n";
   const std::string read = "<(0 0 0)(1 0 0)(1 1 0)>";
-  expectRows(
-      {{"three sections", line + line + "POLY3D\n", read + read + "<>", "", true, 0},
-       {"closed ends", line + "3 0.000009 0 0", "{(0 0 0)(1 0 0)(1 1 0)}", "", true, 0},
-       {"ends apart", line + "3 0.0001 0 0", "<(0 0 0)(1 0 0)(1 1 0)(0.0001 0 0)>", "", true, 0},
-       {"closed ends with normals stay open",
-        "poly3d 0 0 0 0 1 1 0 0 2 0 1 0 3 0 0 0 normals 0 0 0 1 1 0 0 1 2 0 0 1 3 0 0 1",
-        "<(0 0 0 n 0 0 1)(1 0 0 n 0 0 1)(0 1 0 n 0 0 1)(0 0 0 n 0 0 1)>", "", true, 0},
-       {"normals, then binormals", line + "normals 0 0 0 2 binormals 0 3 0 0 1 4 0 0",
-        "<(0 0 0 n 0 0 2 t 3 0 0)(1 0 0 t 4 0 0)(1 1 0)>", "", true, 0},
-       {"binormals, then normals, then binormals again",
-        line + "binormals 0 3 0 0 1 4 0 0 normals 0 0 0 2 binormals 0 5 0 0",
-        "<(0 0 0 n 0 0 2 t 5 0 0)(1 0 0 t 4 0 0)(1 1 0)>", "", true, 0},
-       {"second normals belong to nothing", line + "normals 0 0 0 1 normals 0 0 0 2 1 0 0 2",
-        "<(0 0 0 n 0 0 1)(1 0 0)(1 1 0)>", "", true, 0},
-       {"a zero normal is none", line + "normals 0 0 0 0", read, "", true, 0},
-       {"points with normals", "projpoints\n0 0 0 1 2 0 0 3\n1 0 0 -1 -2 0 0 0\n", "<(0 0 0 n 0 0 3)(1 0 0)>", "", true,
-        0},
-       {"projpoints twice", "projpoints 1 0 0 0 0 0 0 1 projpoints 2 0 0 0 0 0 0 1",
-        "<(1 0 0 n 0 0 1)><(2 0 0 n 0 0 1)>", "", true, 0},
-       {"normals behind projpoints belong to nothing", "projpoints 1 0 0 0 0 0 0 1 normals 0 1 0 0",
-        "<(1 0 0 n 0 0 1)>", "", true, 0},
-       {"a prefix and hexadecimal digits in front", "projpoints 1.5m 0 0 0 0 0 0 1 0x10 0 0 0 0 0 0 1",
-        "<(1.5 0 0 n 0 0 1)(16 0 0 n 0 0 1)>", "", true, 0},
-       {"temperatures end it", line + "temperatures 0 20 normals 0 0 0 1", read, "", true, 0},
-       {"a mesh has no polylines", corners + "normals 0 0 0 1\nfacets 0 0 1 2", "", "", true, 0},
+  expectRows({{"three sections", line + line + "POLY3D\n", read + read + "<>", "", true, 0},
+              {"closed ends", line + "3 0.000009 0 0", "{(0 0 0)(1 0 0)(1 1 0)}", "", true, 0},
+              {"ends apart", line + "3 0.0001 0 0", "<(0 0 0)(1 0 0)(1 1 0)(0.0001 0 0)>", "", true, 0},
+              {"closed ends with normals stay open",
+               "poly3d 0 0 0 0 1 1 0 0 2 0 1 0 3 0 0 0 normals 0 0 0 1 1 0 0 1 2 0 0 1 3 0 0 1",
+               "<(0 0 0 n 0 0 1)(1 0 0 n 0 0 1)(0 1 0 n 0 0 1)(0 0 0 n 0 0 1)>", "", true, 0},
+              {"normals, then binormals", line + "normals 0 0 0 2 binormals 0 3 0 0 1 4 0 0",
+               "<(0 0 0 n 0 0 2 t 3 0 0)(1 0 0 t 4 0 0)(1 1 0)>", "", true, 0},
+              {"second normals belong to nothing", line + "normals 0 0 0 1 normals 0 0 0 2 1 0 0 2",
+               "<(0 0 0 n 0 0 1)(1 0 0)(1 1 0)>", "", true, 0},
+              {"a zero normal is none", line + "normals 0 0 0 0", read, "", true, 0},
+              {"points with normals", "projpoints\n0 0 0 1 2 0 0 3\n1 0 0 -1 -2 0 0 0\n", "<(0 0 0 n 0 0 3)(1 0 0)>",
+               "", true, 0},
+              {"a prefix and hexadecimal digits in front", "projpoints 1.5m 0 0 0 0 0 0 1 0x10 0 0 0 0 0 0 1",
+               "<(1.5 0 0 n 0 0 1)(16 0 0 n 0 0 1)>", "", true, 0},
+              {"temperatures end it", line + "temperatures 0 20 normals 0 0 0 1", read, "", true, 0},
 
-       {"too many normals", line + line + "normals 0 0 0 1 1 0 0 1 2 0 0 1\n3 0 0 1", read,
-        "Polyline contains a wrong number of normals.", false, 4},
-       {"too many binormals", line + line + "binormals 0 0 0 1 1 0 0 1 2 0 0 1\n3 0 0 1", read,
-        "Polyline contains a wrong number of binormals.", false, 4},
-       {"no number in front", line + "projpoints\nx 0 0 0 0 0 0 1", read, "invalid: invalid stod argument", false, 3},
-       {"too large a number in front", line + "projpoints\n1e999 0 0 0 0 0 0 1", read,
-        "range: stod argument out of range", false, 3},
-       {"fractional integer", line + "projpoints\n1 0 0 0.5 0 0 0 1", read + "<>", "", false, 3},
-       {"truncated", line + "3 1", read, "", false, 2},
-       {"empty", "#", "", "File is empty.", false, 1}},
-      readPolyLines);
+              {"too many normals", line + line + "normals 0 0 0 1 1 0 0 1 2 0 0 1\n3 0 0 1", read,
+               "Polyline contains a wrong number of normals.", false, 4},
+              {"too many binormals", line + line + "binormals 0 0 0 1 1 0 0 1 2 0 0 1\n3 0 0 1", read,
+               "Polyline contains a wrong number of binormals.", false, 4},
+              {"no number in front", line + "projpoints\nx 0 0 0 0 0 0 1", read, "invalid stod argument", false, 3},
+              {"fractional integer", line + "projpoints\n1 0 0 0.5 0 0 0 1", read + "<>", "", false, 3},
+              {"truncated", line + "3 1", read, "", false, 2}},
+             readPolyLines);
 }
 
 TEST(KvFileParser, pointCollections)
@@ -228,10 +190,7 @@ TEST(KvFileParser, pointCollections)
         0},
        {"binormals are dropped", "poly3d 0 1 0 0 binormals 0 1 0 0 1 1 0 0 normals 0 0 0 1", "<(1 0 0 n 0 0 1)>", "",
         true, 0},
-       {"mesh keywords without rows", "points facets poly3d 0 1 2 3", "<(1 2 3)>", "", true, 0},
        {"a vertex", "poly3d 0 1 2 3\npoints\n0 1 2 3", "<(1 2 3)>", "The file seems to contain meshes.", false, 3},
-       {"a vertex cut short", "poly3d 0 1 2 3\npoints\n0 1", "<(1 2 3)>", "The file seems to contain meshes.", false,
-        3},
        {"a facet", "poly3d 0 1 2 3\nfacets\n0 1 2 3", "<(1 2 3)>", "The file seems to contain meshes.", false, 3},
        {"too many normals", "poly3d 0 1 2 3\nnormals 0 1 2 3\n1 1 2 3", "",
         "Point-Collection contains a wrong number of normals.", false, 3}},
@@ -240,25 +199,19 @@ TEST(KvFileParser, pointCollections)
 
 TEST(KvFileParser, readsBackWhatAMeshDumps)
 {
-  for (const bool withNormals : {false, true}) {
-    Mesh mesh = hills(20, 30);
-    mesh.computeNormals(false, true);
+  Mesh mesh = hills(20, 30);
+  mesh.computeNormals(false, true);
+  for (const bool withNormals : {false, true}) { // else they are computed anew, from the same positions
     std::ostringstream text;
     text.precision(17);
     mesh.dump(text, withNormals, false);
-
     const TextFile file(text.str());
     KvIfstream stream(file.getName());
     Mesh read;
     KvFileParser(stream).readMesh(read);
-    ASSERT_EQ(read.numberOfVertices(), mesh.numberOfVertices());
-    ASSERT_EQ(read.numberOfTriangles(), mesh.numberOfTriangles());
-    for (unsigned i = 0; i < mesh.numberOfVertices(); ++i) {
-      EXPECT_EQ(read.getVertexRef(i), mesh.getVertexRef(i));
-      // Without normals in the file they are computed anew, from the same positions.
-      EXPECT_EQ(read.getVertexRef(i).getNormal(), mesh.getVertexRef(i).getNormal());
-    }
     EXPECT_EQ(read.getHash(), mesh.getHash());
+    for (unsigned i = 0; i < mesh.numberOfVertices(); ++i)
+      EXPECT_EQ(read.getVertexRef(i).getNormal(), mesh.getVertexRef(i).getNormal());
   }
 }
 
@@ -294,19 +247,6 @@ TEST(KvFileParser, survivesDamagedFiles)
           ASSERT_EQ(t->getVertex(corner), read.getVertex(t->getVertexRef(corner).getIndex()));
     }
   });
-}
-
-TEST(KvFileParser, translatesItsMessages)
-{
-  std::string context;
-  const auto before = Translator::setCatalogue([&context](const Translator::Query& query) {
-    context = query.context;
-    return std::optional<std::string>("leer");
-  });
-  const Outcome outcome = readMesh("");
-  Translator::setCatalogue(before);
-  EXPECT_EQ(outcome.error, "leer");
-  EXPECT_EQ(context, "KvFileParser");
 }
 
 } // namespace

@@ -2,45 +2,42 @@
 #include "support/CommaLocale.h"
 #include "support/RandomGeometry.h"
 
-#include <cmath>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <limits>
 #include <locale>
 #include <sstream>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 namespace Kavrel {
 namespace {
 
 using namespace Testing;
 
-/// Reads numbers until one fails, then says which and, word by word, what is left behind the good ones.
-template <class T>
-std::string readByScanner(const std::string& text)
+/// The numbers up to the first failure.
+template <class T, class Read>
+std::vector<T> readWith(Read read)
 {
-  KvTextScanner scanner(text);
-  std::ostringstream out;
-  out.precision(17);
-  T value{};
-  while (scanner.read(value))
-    out << value << ' ';
-  return out.str();
+  std::vector<T> values;
+  for (T value{}; read(value);)
+    values.push_back(value);
+  return values;
 }
 
 template <class T>
-std::string readByStream(const std::string& text)
+void expectReadsAlike(const std::string& text)
 {
+  KvTextScanner scanner(text);
   std::istringstream stream(text);
   stream.imbue(std::locale::classic());
-  std::ostringstream out;
-  out.precision(17);
-  T value{};
-  while (stream >> value)
-    out << value << ' ';
-  return out.str();
+  EXPECT_EQ(readWith<T>([&](T& value) { return scanner.read(value); }),
+            readWith<T>([&](T& value) { return bool(stream >> value); }))
+      << '"' << text << '"';
+}
+
+void expectTakesWhatFormattedInputTakes(const std::string& text)
+{
+  expectReadsAlike<double>(text);
+  expectReadsAlike<int>(text);
+  expectReadsAlike<unsigned>(text);
 }
 
 /// The words between the bars.
@@ -64,25 +61,14 @@ const std::vector<std::string> numbers =
 
 TEST(KvTextScanner, takesTheNumbersThatFormattedInputTakes)
 {
-  for (const std::string& text : numbers) {
-    SCOPED_TRACE("\"" + text + "\"");
-    EXPECT_EQ(readByScanner<double>(text), readByStream<double>(text));
-    EXPECT_EQ(readByScanner<int>(text), readByStream<int>(text));
-    EXPECT_EQ(readByScanner<unsigned>(text), readByStream<unsigned>(text));
-  }
-}
-
-TEST(KvTextScanner, agreesWithFormattedInputOnRandomText)
-{
+  for (const std::string& text : numbers)
+    expectTakesWhatFormattedInputTakes(text);
   const std::string letters = "00123456789999++--..eE x\n\t#nif,";
   repeat(20000, 72, [&](RandomGeometry& random) {
     std::string text;
     for (std::size_t n = random.index(14); n > 0; --n)
       text += letters[random.index(letters.size())];
-    SCOPED_TRACE("\"" + text + "\"");
-    ASSERT_EQ(readByScanner<double>(text), readByStream<double>(text));
-    ASSERT_EQ(readByScanner<int>(text), readByStream<int>(text));
-    ASSERT_EQ(readByScanner<unsigned>(text), readByStream<unsigned>(text));
+    expectTakesWhatFormattedInputTakes(text);
   });
 }
 
@@ -106,16 +92,9 @@ TEST(KvTextScanner, readsBackEveryDoubleBitForBit)
 TEST(KvTextScanner, splitsWordsAndDropsComments)
 {
   const std::tuple<std::string, std::vector<std::string>> rows[] = {
-      {"", {}},
-      {" \t\r\n", {}},
-      {"# only a comment", {}},
-      {"#\n#\n#", {}},
       {"a b\tc\rd\ne", {"a", "b", "c", "d", "e"}},
-      {"a # b c\n d", {"a", "d"}},
       {"12#x y\nz", {"12", "x", "y", "z"}},
-      {"a##b\nc", {"a", "c"}},
       {"a\r\n# b\r\nc\r\n", {"a", "c"}},
-      {"a\vb", {"a\vb"}},
       {std::string("a\0b", 3), {std::string("a\0b", 3)}},
       {"\xEF\xBB\xBFpoints 1", {"\xEF\xBB\xBFpoints", "1"}}};
   for (const auto& [text, expectedWords] : rows) {
@@ -128,33 +107,13 @@ TEST(KvTextScanner, splitsWordsAndDropsComments)
   }
 }
 
-TEST(KvTextScanner, namesTheLineOfTheLastWordAndStopsAtAFailure)
-{
-  const std::string text = "one\n# two\n\nfour 4 x\nfive";
-  KvTextScanner scanner(text);
-  std::string_view word;
-  double value = 0;
-  EXPECT_TRUE(scanner.nextWord(word));
-  EXPECT_EQ(scanner.lineOfWord(), 1U);
-  EXPECT_TRUE(scanner.nextWord(word));
-  EXPECT_EQ(word, "four");
-  EXPECT_EQ(scanner.lineOfWord(), 4U);
-  EXPECT_TRUE(scanner.read(value));
-  EXPECT_FALSE(scanner.read(value));
-  EXPECT_EQ(value, 4);
-  EXPECT_FALSE(scanner.nextWord(word));
-  EXPECT_EQ(scanner.lineOfWord(), 4U);
-  EXPECT_TRUE(scanner.hasFailed());
-}
-
 /// The outcome of a conversion as text.
 template <class Convert>
 std::string outcome(Convert&& convert)
 {
   try {
     std::ostringstream out;
-    out.precision(17);
-    out << convert();
+    out << std::hexfloat << convert();
     return out.str();
   } catch (const std::invalid_argument&) {
     return "invalid";
@@ -174,19 +133,11 @@ TEST(NumberOfWord, convertsLikeStod)
   }
 }
 
-TEST(NumberOfWord, hasItsOwnMessages)
-{
-  EXPECT_THAT([] { numberOfWord("x1"); }, testing::ThrowsMessage<std::invalid_argument>("invalid stod argument"));
-  for (const char* word : {"1e999", "1e-320"})
-    EXPECT_THAT([&] { numberOfWord(word); }, testing::ThrowsMessage<std::out_of_range>("stod argument out of range"));
-}
-
 TEST(KvTextScanner, ignoresTheLocaleOfTheHost)
 {
   const CommaLocale foreign;
   double normal = 0, tiny = 1;
-  const std::string text = "1.5 1.5e-400";
-  KvTextScanner scanner(text);
+  KvTextScanner scanner("1.5 1.5e-400");
   EXPECT_TRUE(scanner.read(normal) && scanner.read(tiny));
   EXPECT_EQ(normal, 1.5);
   EXPECT_EQ(tiny, 0);

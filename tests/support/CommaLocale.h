@@ -9,13 +9,10 @@ namespace Kavrel::Testing {
 class CommaLocale
 {
 public:
-  CommaLocale() : before(std::locale::global(make())) {}
+  CommaLocale() : before(std::locale::global({std::locale::classic(), new Punctuation})) {}
   ~CommaLocale() { std::locale::global(before); }
   CommaLocale(const CommaLocale&) = delete;
   CommaLocale& operator=(const CommaLocale&) = delete;
-
-  /// The locale itself, to imbue a single stream.
-  static std::locale make() { return {std::locale::classic(), new Punctuation}; }
 
 private:
   struct Punctuation : std::numpunct<char>

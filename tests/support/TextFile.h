@@ -15,7 +15,7 @@ class TextFile
 public:
   explicit TextFile(const std::string& bytes)
       : path(std::filesystem::temp_directory_path() /
-             ("kvshapes-test-" + std::to_string(::getpid()) + "-" + std::to_string(counter()++) + ".txt"))
+             ("kvshapes-test-" + std::to_string(::getpid()) + "-" + std::to_string(count++) + ".txt"))
   {
     std::ofstream(path, std::ios::binary) << bytes;
   }
@@ -26,12 +26,7 @@ public:
   FileName getName() const { return FileName(path); }
 
 private:
-  static int& counter()
-  {
-    static int count = 0;
-    return count;
-  }
-
+  static inline int count = 0;
   std::filesystem::path path;
 };
 
