@@ -2,19 +2,17 @@
 #include "geometry/mesh/Mesh.h"
 #include "support/RandomGeometry.h"
 
-#include <gtest/gtest.h>
-
+#include <algorithm>
 #include <atomic>
+#include <list>
 #include <memory>
-#include <string>
 #include <thread>
-#include <vector>
+#include <utility>
 
 namespace Kavrel {
 namespace {
 
 using Ints = AllocatedCachedEvalObject<std::vector<int>>;
-using Floats = AllocatedCachedEvalObject<std::vector<float>>;
 
 std::shared_ptr<std::vector<int>> ints(std::size_t count, int value = 0)
 {
@@ -33,57 +31,56 @@ protected:
 
 TEST_F(AllocatedCachedEvalObjectTest, AnnouncesItsSize)
 {
-  Ints entry;
+  Ints empty;
   EXPECT_EQ(EvalCache::getMemoryUsage(), 0U);
-  entry.setValue(ints(10), "facets");
-  EXPECT_EQ(EvalCache::getMemoryUsage(), 10 * 4 + 24 + 16U);
-  entry.setValue(ints(3), "fewer facets");
-  EXPECT_EQ(EvalCache::getMemoryUsage(), 3 * 4 + 24 + 16U);
-  EXPECT_EQ(std::string(entry.getLabel()), "fewer facets");
-  entry.getValue()->resize(5);
-  EXPECT_EQ(EvalCache::getMemoryUsage(), 3 * 4 + 24 + 16U);
-  entry.recomputeSize();
-  EXPECT_EQ(EvalCache::getMemoryUsage(), 5 * 4 + 24 + 16U);
-  entry.setValue(nullptr, "nothing");
+  empty.setValue(nullptr, "nothing");
   EXPECT_EQ(EvalCache::getMemoryUsage(), 16U);
-  EXPECT_EQ(entry.getValue(), nullptr);
-
   AllocatedCachedEvalObject<Mesh> meshEntry;
   const auto mesh = std::make_shared<Mesh>();
   meshEntry.setValue(mesh, "mesh");
-  EXPECT_EQ(meshEntry.getSizeInBytes(), mesh->estimateBytes() + 16);
-  EXPECT_EQ(EvalCache::getMemoryUsage(), mesh->estimateBytes() + 32);
+  EXPECT_EQ(EvalCache::getMemoryUsage(), mesh->estimateBytes() + 16 + 16);
 }
 
-TEST_F(AllocatedCachedEvalObjectTest, DropEmptiesTheEntryAndTheNextStoreRegistersAgain)
+// A list that repeats every step tells which entries are left; reading shows whether they are.
+TEST_F(AllocatedCachedEvalObjectTest, TheEntriesUsedLongestAgoAreDropped)
 {
-  Ints old;
-  Floats recent;
-  EvalCache::setLimit(1000);
-  old.setValue(ints(100, 7), "old");
-  const auto held = old.getValue();
-  recent.setValue(std::make_shared<std::vector<float>>(200), "recent");
-  EXPECT_EQ(old.getValue(), nullptr);
-  EXPECT_EQ(held->at(99), 7) << "a value that was handed out stays";
-  EXPECT_NE(recent.getValue(), nullptr);
-  EXPECT_EQ(EvalCache::getMemoryUsage(), 840U);
-  old.recomputeSize(); // an unregistered entry announces nothing
-  EXPECT_EQ(EvalCache::getMemoryUsage(), 840U);
-  old.setValue(ints(200), "old");
-  EXPECT_NE(old.getValue(), nullptr);
-  EXPECT_EQ(recent.getValue(), nullptr);
-}
-
-TEST_F(AllocatedCachedEvalObjectTest, ReadingKeepsAnEntryAlive)
-{
-  EvalCache::setLimit(1000);
-  Ints a, b, c;
-  a.setValue(ints(100), "a");
-  b.setValue(ints(100), "b");
-  EXPECT_NE(a.getValue(), nullptr);
-  c.setValue(ints(100), "c");
-  EXPECT_NE(a.getValue(), nullptr);
-  EXPECT_EQ(b.getValue(), nullptr);
+  Testing::RandomGeometry random(61);
+  std::vector<std::unique_ptr<Ints>> entries(20);
+  std::list<std::pair<std::size_t, std::size_t>> model; // names and bytes, the one used last in front
+  std::size_t limit = EvalCache::defaultLimit, drops = 0;
+  for (int step = 0; step < 5000; ++step) {
+    const std::size_t name = random.index(entries.size()), count = random.index(150), action = random.index(20);
+    auto& entry = entries[name];
+    if (!entry) entry = std::make_unique<Ints>();
+    const auto found = std::find_if(model.begin(), model.end(), [&](const auto& m) { return m.first == name; });
+    const bool isThere = found != model.end();
+    if (action == 0) {
+      const std::size_t before = std::exchange(limit, 1000 + random.index(2000));
+      EXPECT_EQ(EvalCache::setLimit(limit), before);
+    } else if (action < 3) {
+      entry.reset();
+      if (isThere) model.erase(found);
+    } else if (action < 8) {
+      entry->setValue(ints(count), "step");
+      (isThere ? *found : model.emplace_front(name, 0)).second = 4 * count + 24 + 16;
+    } else {
+      const auto value = entry->getValue();
+      ASSERT_EQ(value != nullptr, isThere);
+      if (action < 12 && isThere) {
+        value->resize(count);
+        found->second = 4 * count + 24 + 16;
+      }
+      entry->recomputeSize();
+      if (isThere) model.splice(model.begin(), model, found);
+    }
+    std::size_t sum = 0;
+    for (const auto& [key, bytes] : model)
+      sum += bytes;
+    for (; sum > limit && model.size() > 1; model.pop_back(), ++drops)
+      sum -= model.back().second;
+    ASSERT_EQ(EvalCache::getMemoryUsage(), sum);
+  }
+  EXPECT_GT(drops, 100U);
 }
 
 // Owners with their own lock store, read, replace and destroy entries while others' stores drop them.
