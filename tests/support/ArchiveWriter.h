@@ -4,7 +4,6 @@
 #include <new>
 #include <stdexcept>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "platform/kvarchive/Persistence.h"
@@ -74,12 +73,6 @@ public:
   ArchiveWriter& reference(unsigned int address, const std::string& key)
   {
     m_archive.mark_pointer(address, hash(key));
-    return *this;
-  }
-
-  ArchiveWriter& null()
-  {
-    m_archive.mark_null_pointer();
     return *this;
   }
 

@@ -12,18 +12,16 @@
 namespace Kavrel::Zoo {
 
 /// An abstract base.
-class Shape
+struct Shape
 {
-public:
   virtual ~Shape() = default;
   virtual std::string kind() const = 0;
   int tag = 0;
   KVSHAPES_PERSISTENT();
 };
 
-class Round : public Shape
+struct Round : Shape
 {
-public:
   std::string kind() const override { return "Round"; }
   double radius = 0;
   unsigned int loadedVersion = 0xFFFFFFFFu;
@@ -31,55 +29,38 @@ public:
 };
 
 /// Two steps away from Shape: the pair (Shape, Ball) is registered nowhere.
-class Ball : public Round
+struct Ball : Round
 {
-public:
   std::string kind() const override { return "Ball"; }
   std::string color;
   KVSHAPES_PERSISTENT();
 };
 
-class Labelled
+struct Labelled
 {
-public:
   virtual ~Labelled() = default;
   std::string label;
   KVSHAPES_PERSISTENT();
 };
 
 /// Its Shape part doesn't stand at its beginning.
-class Sign : public Labelled, public Shape
+struct Sign : Labelled, Shape
 {
-public:
   std::string kind() const override { return "Sign"; }
   KVSHAPES_PERSISTENT();
 };
 
-/// Its pair is forced to look unregistered, see below.
-class Orphan : public Shape
-{
-public:
-  std::string kind() const override { return "Orphan"; }
-  KVSHAPES_PERSISTENT();
-};
-
-/// Not registered with the archive at all.
-class Stranger : public Round
-{};
-
 /// History: version 1 stored the weight as an int, version 2 as a double, version 3 added the label.
-class Parcel
+struct Parcel
 {
-public:
   double weight = 0;
   std::string label = "none";
   KVSHAPES_PERSISTENT();
 };
 
 /// No virtual operations.
-class Corner
+struct Corner
 {
-public:
   Corner() { ++alive; }
   explicit Corner(double value) : x(value) { ++alive; }
   Corner(const Corner& other) : x(other.x) { ++alive; }
@@ -90,33 +71,29 @@ public:
   KVSHAPES_PERSISTENT();
 };
 
-class RichCorner : public Corner
+struct RichCorner : Corner
 {
-public:
   double extra = 0;
   KVSHAPES_PERSISTENT();
 };
 
 /// Refers to corners that belong to a Solid.
-class Face
+struct Face
 {
-public:
   std::shared_ptr<Corner> first, second;
   KVSHAPES_PERSISTENT();
 };
 
 /// Its faces stand before the corners that it owns.
-class Solid
+struct Solid
 {
-public:
   std::vector<Face> faces;
   std::vector<std::shared_ptr<Corner>> corners;
   KVSHAPES_PERSISTENT();
 };
 
-class Link
+struct Link
 {
-public:
   std::shared_ptr<Link> next;
   KVSHAPES_PERSISTENT();
 };
@@ -125,22 +102,14 @@ public:
 struct Triple
 {
   float values[3] = {};
-  KVSHAPES_PERSISTENT();
-
-public:
   friend bool operator==(const Triple&, const Triple&) = default;
+  KVSHAPES_PERSISTENT();
 };
 
 /// Every kind of value and container.
-class Crate
+struct Crate
 {
-public:
-  bool flag = false;
   int number = 0;
-  unsigned int count = 0;
-  float ratio = 0;
-  double length = 0;
-  unsigned long long big = 0;
   std::string text;
   Parcel parcel;
   std::vector<double> doubles;
@@ -165,11 +134,6 @@ struct Kavrel::PersistentFlat<Kavrel::Zoo::Triple>
   using Component = float;
 };
 
-template <>
-inline const bool Kavrel::Persistence::ParentRegistration<Kavrel::Zoo::Shape, Kavrel::Zoo::Orphan>::s_save = false;
-template <>
-inline const bool Kavrel::Persistence::ParentRegistration<Kavrel::Zoo::Shape, Kavrel::Zoo::Orphan>::s_load = false;
-
 namespace Kavrel::Zoo {
 
 KVSHAPES_PERSISTENT_CLASS(Shape, "ZooShape", 1)
@@ -177,7 +141,6 @@ KVSHAPES_PERSISTENT_CLASS(Round, "ZooRound", 7)
 KVSHAPES_PERSISTENT_CLASS(Ball, "ZooBall", 1)
 KVSHAPES_PERSISTENT_CLASS(Labelled, "ZooLabelled", 1)
 KVSHAPES_PERSISTENT_CLASS(Sign, "ZooSign", 1)
-KVSHAPES_PERSISTENT_CLASS(Orphan, "ZooOrphan", 1)
 KVSHAPES_PERSISTENT_CLASS(Parcel, "ZooParcel", 3)
 KVSHAPES_PERSISTENT_CLASS(Corner, "ZooCorner", 1)
 KVSHAPES_PERSISTENT_CLASS(RichCorner, "ZooRichCorner", 1)
@@ -201,6 +164,7 @@ struct Saving
   void containers(const auto&... list) { (Persistence::saveContainer(archive, list), ...); }
   void container64(const auto& list) { Persistence::saveContainer64(archive, list); }
   void pointer(const auto& value) { Persistence::savePointer(archive, value); }
+  void view(const auto& value) { Persistence::savePointer(archive, value); }
 };
 
 struct Loading
@@ -217,6 +181,7 @@ struct Loading
   void containers(auto&... list) { (Persistence::loadContainer(archive, list), ...); }
   void container64(auto& list) { Persistence::loadContainer64(archive, list); }
   void pointer(auto& value) { Persistence::loadPointer(archive, value); }
+  void view(auto& value) { Persistence::loadPointer(archive, value, true); }
 };
 
 /// Defines `save` and `load` by the steps that both take.
@@ -236,13 +201,13 @@ KVSHAPES_ZOO_STEPS(Shape, way.values(tag))
 KVSHAPES_ZOO_STEPS(Ball, way.parent<Round>(*this), way.values(color))
 KVSHAPES_ZOO_STEPS(Labelled, way.values(label))
 KVSHAPES_ZOO_STEPS(Sign, way.parent<Labelled>(*this), way.parent<Shape>(*this))
-KVSHAPES_ZOO_STEPS(Orphan, way.parent<Shape>(*this))
 KVSHAPES_ZOO_STEPS(Corner, way.values(x))
 KVSHAPES_ZOO_STEPS(RichCorner, way.parent<Corner>(*this), way.values(extra))
+KVSHAPES_ZOO_STEPS(Face, way.view(first), way.view(second))
 KVSHAPES_ZOO_STEPS(Solid, way.containers(faces, corners))
 KVSHAPES_ZOO_STEPS(Link, way.pointer(next))
 KVSHAPES_ZOO_STEPS(Triple, way.values(values[0], values[1], values[2]))
-KVSHAPES_ZOO_STEPS(Crate, way.values(flag, number, count, ratio, length, big, text), way.object(parcel),
+KVSHAPES_ZOO_STEPS(Crate, way.values(number, text), way.object(parcel),
                    way.containers(doubles, flags, texts, ints, triples, scattered, parcels, pairs),
                    way.container64(manyFloats), way.containers(shapes), way.pointer(round))
 
@@ -270,17 +235,6 @@ void Parcel::load(PersistenceArchiver& archiver, unsigned int version)
   if (version >= 3) archiver >> label;
 }
 
-void Face::save(PersistenceArchiver& archiver, unsigned int) const
-{
-  Persistence::savePointer(archiver, first);
-  Persistence::savePointer(archiver, second);
-}
-void Face::load(PersistenceArchiver& archiver, unsigned int)
-{
-  Persistence::loadPointer(archiver, first, true);
-  Persistence::loadPointer(archiver, second, true);
-}
-
 inline std::shared_ptr<Ball> redBall()
 {
   auto ball = std::make_shared<Ball>();
@@ -290,16 +244,21 @@ inline std::shared_ptr<Ball> redBall()
   return ball;
 }
 
+inline Solid twoFaces()
+{
+  Solid solid;
+  for (int i = 0; i < 3; ++i)
+    solid.corners.push_back(std::make_shared<Corner>(i));
+  for (std::size_t i = 0; i < 2; ++i)
+    solid.faces.push_back({solid.corners[i], solid.corners[i + 1]});
+  return solid;
+}
+
 /// Something in every member; the ball is shared.
 inline Crate fullCrate()
 {
   Crate crate;
-  crate.flag = true;
   crate.number = -7;
-  crate.count = 8;
-  crate.ratio = 0.1f;
-  crate.length = 0.1;
-  crate.big = ~0ull;
   crate.text = "text";
   crate.parcel.weight = 2.5;
   crate.doubles = {1, -2, 3e300};
