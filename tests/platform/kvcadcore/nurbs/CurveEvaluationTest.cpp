@@ -2,10 +2,6 @@
 
 #include "support/RandomNurbs.h"
 
-#include <gtest/gtest.h>
-
-#include <complex>
-
 namespace {
 
 using namespace Kavrel;
@@ -67,34 +63,6 @@ TEST(CurveEvaluation, DerivativesAgreeWithDifferencesOfTheOrderBelow)
         ASSERT_NEAR(values[order][i], difference, 1e-7 * size) << "order " << order << " at " << u;
       }
   });
-}
-
-// The unit circle by z(u) = (1 + iu) / (1 - iu): its derivatives are 2 d! i^d / (1 - iu)^(d + 1).
-TEST(CurveEvaluation, ArcHasTheDerivativesOfTheClosedForm)
-{
-  const NurbsArrays arc{2, {0, 0, 0, 1, 1, 1}, {1, 0, 7, 1, 1, 7, 0, 1, 7}, {1, 1, 2}};
-  for (double u = -3.0; u <= 3.0; u += 0.0625) {
-    SCOPED_TRACE(u);
-    const std::complex<double> i(0, 1), base = 1.0 / (1.0 - i * u);
-    const auto values = Nurbs::derivativesAt<4>(arc.view(), u);
-    std::complex<double> expected = 2.0 * base - 1.0, derivative = 2.0 * base;
-    for (unsigned d = 0; d <= 4; ++d) {
-      EXPECT_NEAR(values[d][0], expected.real(), d == 0 ? 2e-15 : 1e-12);
-      EXPECT_NEAR(values[d][1], expected.imag(), d == 0 ? 2e-15 : 1e-12);
-      EXPECT_NEAR(values[d][2], d == 0 ? 7.0 : 0.0, 1e-13);
-      expected = derivative *= double(d + 1) * i * base;
-    }
-  }
-}
-
-TEST(CurveEvaluation, DegreeZeroGoesInSteps)
-{
-  const NurbsArrays steps{0, {0, 1, 1, 2}, {1, 0, 0, 2, 0, 0, 3, 0, 0}, {1, 2, 4}};
-  for (const auto& [u, x] : {std::pair(-1.0, 1.0), {0.9, 1.0}, {1.0, 3.0}, {2.0, 3.0}, {9.0, 3.0}}) {
-    const auto values = Nurbs::derivativesAt<1>(steps.view(), u);
-    EXPECT_EQ(values[0][0], x) << "at " << u;
-    EXPECT_EQ(values[1][0], 0.0);
-  }
 }
 
 // Evenly spread control points of one Bézier span make x(u) = u.

@@ -2,8 +2,6 @@
 
 #include "support/RandomNurbs.h"
 
-#include <gtest/gtest.h>
-
 namespace {
 
 using namespace Kavrel;
