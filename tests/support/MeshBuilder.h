@@ -60,26 +60,22 @@ Mesh gridOf(unsigned n, unsigned m, Keeps&& keeps, Height&& height)
   return mesh;
 }
 
-inline Mesh grid(unsigned n, unsigned m)
-{
-  return gridOf(
-      n, m, [](unsigned, unsigned) { return true; }, [](double, double) { return 0.0; });
-}
+constexpr auto everyCell = [](unsigned, unsigned) { return true; };
+constexpr auto noHeight = [](double, double) { return 0.0; };
+
+inline Mesh grid(unsigned n, unsigned m) { return gridOf(n, m, everyCell, noHeight); }
 
 /// A smooth field of hills about one unit high.
 inline Mesh hills(unsigned n, unsigned m)
 {
-  return gridOf(
-      n, m, [](unsigned, unsigned) { return true; },
-      [](double x, double y) { return std::sin(0.7 * x) * std::cos(0.4 * y); });
+  return gridOf(n, m, everyCell, [](double x, double y) { return std::sin(0.7 * x) * std::cos(0.4 * y); });
 }
 
 /// A strip 2 `holes` + 1 cells long and three wide, every other cell of its middle row missing.
 inline Mesh stripWithHoles(unsigned holes)
 {
-  return gridOf(
-      2 * holes + 1, 3, [](unsigned i, unsigned j) { return j != 1 || i % 2 == 0; },
-      [](double, double) { return 0.0; });
+  const auto keeps = [](unsigned i, unsigned j) { return j != 1 || i % 2 == 0; };
+  return gridOf(2 * holes + 1, 3, keeps, noHeight);
 }
 
 /// `count` triangles around vertex 0 at the origin, in the xy plane; a closed fan needs three or more.
@@ -96,11 +92,10 @@ inline Mesh fan(unsigned count, bool closed)
   return mesh;
 }
 
-/// A closed sphere about the origin with exactly `triangles` triangles, an even number from 6 on; all vertices on it.
+/// A closed sphere about the origin, outside up, with about that many triangles and all vertices on it.
 inline Mesh sphere(std::size_t triangles, double radius = 1.0)
 {
-  const auto wished = static_cast<std::size_t>((1.0 + std::sqrt(1.0 + static_cast<double>(triangles))) / 2.0);
-  const std::size_t bands = std::max<std::size_t>(2, std::min(wished, triangles / 6 + 1));
+  const auto bands = static_cast<std::size_t>((1.0 + std::sqrt(1.0 + static_cast<double>(triangles))) / 2.0);
   const std::size_t around = triangles / (2 * (bands - 1));
   Mesh mesh;
   const auto add = [&mesh, radius](double polar, double turn) {
@@ -115,31 +110,16 @@ inline Mesh sphere(std::size_t triangles, double radius = 1.0)
   add(std::numbers::pi, 0);
 
   const std::size_t south = mesh.numberOfVertices() - 1;
-  // What the bands lack is made up by splitting triangles of the northern cap in three.
-  std::size_t splits = (triangles - 2 * around * (bands - 1)) / 2;
-  const auto face = [&mesh, &splits, radius](std::size_t a, std::size_t b, std::size_t c) {
-    if (splits == 0) {
-      mesh.addTriangle(a, b, c);
-      return;
-    }
-    --splits;
-    const auto corner = [&mesh](std::size_t i) -> const Vertex& { return mesh.getVertexRef(static_cast<unsigned>(i)); };
-    const Vector<double, 3> centre = (corner(a) + corner(b) + corner(c)).getNormalized() * radius;
-    const std::size_t d = mesh.addVertex(centre.x(), centre.y(), centre.z()).getIndex();
-    mesh.addTriangle(a, b, d);
-    mesh.addTriangle(b, c, d);
-    mesh.addTriangle(c, a, d);
-  };
   for (std::size_t i = 0; i < around; ++i)
-    face(0, 1 + i, 1 + (i + 1) % around);
+    mesh.addTriangle(0, 1 + i, 1 + (i + 1) % around);
   for (std::size_t band = 0; band + 2 < bands; ++band)
     for (std::size_t i = 0; i < around; ++i) {
       const std::size_t a = 1 + band * around + i, b = 1 + band * around + (i + 1) % around;
-      face(a, a + around, b + around);
-      face(a, b + around, b);
+      mesh.addTriangle(a, a + around, b + around);
+      mesh.addTriangle(a, b + around, b);
     }
   for (std::size_t i = 0; i < around; ++i)
-    face(south, south - around + (i + 1) % around, south - around + i);
+    mesh.addTriangle(south, south - around + (i + 1) % around, south - around + i);
   return mesh;
 }
 

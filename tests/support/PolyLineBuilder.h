@@ -18,13 +18,14 @@ PointType pointFrom(std::string_view text)
     Vector<T, PointType::Dim> v;
     const char* at = part.data();
     const char* const last = at + part.size();
-    for (unsigned i = 0; i < PointType::Dim; ++i) {
-      if (i > 0 && (at == last || *at++ != ',')) throw std::invalid_argument("not a point: " + std::string(text));
+    bool isPoint = true;
+    for (unsigned i = 0; i < PointType::Dim && isPoint; ++i) {
+      if (i > 0) isPoint = at != last && *at++ == ',';
       const auto [next, error] = std::from_chars(at, last, v[i]);
-      if (error != std::errc()) throw std::invalid_argument("not a point: " + std::string(text));
+      isPoint = isPoint && error == std::errc();
       at = next;
     }
-    if (at != last) throw std::invalid_argument("not a point: " + std::string(text));
+    if (!isPoint || at != last) throw std::invalid_argument("not a point: " + std::string(text));
     return v;
   };
   const std::size_t slash = text.find('/');
