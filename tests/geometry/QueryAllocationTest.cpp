@@ -8,8 +8,6 @@
 #include "support/MeshBuilder.h"
 #include "support/RandomGeometry.h"
 
-#include <gtest/gtest.h>
-
 #include <atomic>
 #include <cstdlib>
 #include <functional>
@@ -81,14 +79,12 @@ TEST(QueryAllocation, PointsAndBoxes)
   const auto otherBoxes = std::make_shared<BoxSearchTree<3>>(std::vector(boxes.begin(), boxes.begin() + 100), 8);
   const V3 query(0.1, 0.2, 0.3);
   std::uint64_t id = 0;
-  P3 nearest;
   double distance = 0;
   std::vector<int> ids;
   std::vector<double> distances;
   std::vector<std::pair<int, int>> pairs;
   expectNoAllocation({
       {"closest", [&] { tree.selectClosest(query, id); }},
-      {"nearest point", [&] { tree.getNearestPoint(query, nearest); }},
       {"excluded", [&] { tree.nearestPointIndexExcluded(query, 5, id); }},
       {"k nearest", [&] { tree.nearestPointIndices(query, 50, ids, distances, true); }},
       {"sphere, first", [&] { tree.sphereSelectFirst(query, 0.5, id); }},
