@@ -28,18 +28,17 @@ struct Round : Shape
   KVSHAPES_PERSISTENT();
 };
 
-/// Two steps away from Shape: the pair (Shape, Ball) is registered nowhere.
-struct Ball : Round
-{
-  std::string kind() const override { return "Ball"; }
-  std::string color;
-  KVSHAPES_PERSISTENT();
-};
-
 struct Labelled
 {
   virtual ~Labelled() = default;
   std::string label;
+  KVSHAPES_PERSISTENT();
+};
+
+/// Two steps away from Shape, which doesn't stand at its beginning: the pair (Shape, Ball) is registered nowhere.
+struct Ball : Labelled, Round
+{
+  std::string kind() const override { return "Ball"; }
   KVSHAPES_PERSISTENT();
 };
 
@@ -198,7 +197,7 @@ struct Loading
   }
 
 KVSHAPES_ZOO_STEPS(Shape, way.values(tag))
-KVSHAPES_ZOO_STEPS(Ball, way.parent<Round>(*this), way.values(color))
+KVSHAPES_ZOO_STEPS(Ball, way.parent<Round>(*this), way.values(label))
 KVSHAPES_ZOO_STEPS(Labelled, way.values(label))
 KVSHAPES_ZOO_STEPS(Sign, way.parent<Labelled>(*this), way.parent<Shape>(*this))
 KVSHAPES_ZOO_STEPS(Corner, way.values(x))
@@ -240,7 +239,7 @@ inline std::shared_ptr<Ball> redBall()
   auto ball = std::make_shared<Ball>();
   ball->tag = 3;
   ball->radius = 1.5;
-  ball->color = "red";
+  ball->label = "red";
   return ball;
 }
 

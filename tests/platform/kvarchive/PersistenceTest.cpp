@@ -118,7 +118,7 @@ TEST(Persistence, TheDynamicClassIsFoundThroughAChainAndWithoutVirtualOperations
   Reading stream(writer.bytes());
   const auto ball = std::dynamic_pointer_cast<Ball>(stream.pointer<Shape>());
   ASSERT_NE(ball, nullptr);
-  EXPECT_EQ(ball->color, "red");
+  EXPECT_EQ(ball->label, "red");
   const auto corner = stream.pointer<Corner>(); // the frame says RichCorner
   EXPECT_EQ(corner->x, 1);
   EXPECT_EQ(static_cast<RichCorner&>(*corner).extra, 2);
@@ -133,6 +133,7 @@ TEST(Persistence, CastersGoThroughTheClassesInBetween)
   EXPECT_EQ(PersistenceArchiver::getCaster(hash("ZooShape"), hash("ZooBall")), chain);
   Ball ball;
   Round round;
+  EXPECT_EQ(chain->toBase(&ball), static_cast<Shape*>(&ball));
   EXPECT_EQ(chain->toDerived(static_cast<Shape*>(&ball)), &ball);
   EXPECT_EQ(chain->toDerived(static_cast<Shape*>(&round)), nullptr);
   EXPECT_EQ(PersistenceArchiver::getCaster(hash("ZooLabelled"), hash("ZooShape")), nullptr);
