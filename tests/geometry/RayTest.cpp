@@ -52,10 +52,10 @@ TEST(RayTest, EpsBoundsTheParameter)
 TEST(RayTest, SidesOfPointsByTheDoubledArea)
 {
   const Point2 start(1, 1);
-  const Vector2 direction(2, 0);
+  const Vector2 direction(2, 1);
   const Ray<Point2> ray(&start, &direction);
   const std::tuple<double, double, Side> rows[] = {
-      {1.25, 0.5, Side::Below}, {1.25, 0.51, Side::On}, {0.75, 0.5, Side::Below}, {1.26, 0.5, Side::Above}};
+      {3.25, 0.5, Side::Below}, {3.25, 0.51, Side::On}, {2.75, 0.5, Side::Below}, {3.26, 0.5, Side::Above}};
   for (const auto& [y, eps, side] : rows)
     EXPECT_EQ(ray.positionOfPoint(Point2(5, y), eps), side) << y << " eps " << eps;
 }
