@@ -1,6 +1,8 @@
-#include "geometry/MeshModifiers/MeshModifier.h"
+#include "geometry/MeshModifiers/AppendMeshModifier.h"
 
+#include "geometry/CoordinateSystem.h"
 #include "geometry/mesh/Mesh.h"
+#include "support/Matchers.h"
 #include "support/MeshBuilder.h"
 
 #include <gtest/gtest.h>
@@ -14,14 +16,10 @@ using namespace Testing;
 /// A modifier that opens its flags and edits nothing by itself.
 struct Edit : MeshModifier
 {
-  using MeshModifier::CacheInvalidate;
   using MeshModifier::clearTopology;
   using MeshModifier::createTopology;
   using MeshModifier::getData;
-  using MeshModifier::halfEdgeCount;
-  using MeshModifier::isInvalid;
   using MeshModifier::setCacheFlags;
-  using MeshModifier::setInvalid;
   using MeshModifier::updateTopology;
 
   explicit Edit(Mesh& meshToEdit) : MeshModifier(meshToEdit) {}
@@ -51,10 +49,9 @@ std::string staleMeasures(Mesh& mesh)
 
 TEST(MeshModifier, dropsTheMeasuresThatItsFlagsName)
 {
-  const std::tuple<int, const char*, double> rows[] = {
-      {-1, "area normal hash ", 1}, {0, "", 0.5}, {1, "area normal ", 0.5}, {4, "hash ", 0.5}, {8, "", 0.5},
-      {5, "area normal hash ", 0.5}};
-  for (const auto& [flags, stale, centerX] : rows) {
+  const std::pair<int, std::string> rows[] = {
+      {-1, "area normal hash "}, {0, ""}, {1, "area normal "}, {2, ""}, {4, "hash "}, {8, ""}};
+  for (const auto& [flags, stale] : rows) {
     SCOPED_TRACE(flags);
     Mesh mesh = measuredSquare(false);
     {
@@ -64,16 +61,8 @@ TEST(MeshModifier, dropsTheMeasuresThatItsFlagsName)
         vertex.x() *= 2;
     }
     EXPECT_EQ(staleMeasures(mesh), stale);
-    EXPECT_EQ(mesh.getCenterOfGravity().x(), centerX);
+    EXPECT_EQ(mesh.getCenterOfGravity().x(), flags & 2 ? 1 : 0.5);
   }
-  Mesh mesh = measuredSquare(false);
-  {
-    Edit edit(mesh);
-    edit.setCacheFlags(MeshModifier::InvalidateCenterOfGravity);
-    for (Vertex& vertex : edit.getData().vertices)
-      vertex.x() *= 2;
-  }
-  EXPECT_EQ(mesh.getCenterOfGravity().x(), 1);
 }
 
 TEST(MeshModifier, commitsTopologyByMode)
@@ -83,8 +72,6 @@ TEST(MeshModifier, commitsTopologyByMode)
   // At the end the half-edges: 6 when built before the third triangle came, 9 after.
   const std::tuple<const char*, M::TopologyCalcMode, int, bool, std::size_t> rows[] = {
       {"clear", M::TopologyClear, all, true, 0},
-      {"clear, nothing stale", M::TopologyClear, withoutTopology, true, 6},
-      {"clear, had none", M::TopologyClear, all, false, 0},
       {"update", M::TopologyUpdate, all, true, 9},
       {"update, had none", M::TopologyUpdate, all, false, 0},
       {"update, nothing stale", M::TopologyUpdate, withoutTopology, true, 6},
@@ -94,7 +81,7 @@ TEST(MeshModifier, commitsTopologyByMode)
       {"create, nothing stale, had some", M::TopologyCreate, withoutTopology, true, 6},
       {"create without any flag", M::TopologyCreate, none, false, 0},
       {"keep", M::TopologyKeep, all, true, 6},
-      {"keep, had none", M::TopologyKeep, all, false, 0}};
+  };
   for (const auto& [what, mode, flags, had, halfEdges] : rows) {
     SCOPED_TRACE(what);
     Mesh mesh = measuredSquare(had);
@@ -113,38 +100,91 @@ TEST(MeshModifier, dealsWithTopologyOnce)
   Mesh mesh = measuredSquare(true);
   {
     Edit edit(mesh);
-    edit.setTopologyCalcMode(MeshModifier::TopologyUpdate);
     EXPECT_TRUE(edit.clearTopology());
-    EXPECT_EQ(edit.halfEdgeCount(), 0U);
-    EXPECT_FALSE(edit.clearTopology());
-    EXPECT_FALSE(edit.updateTopology());
+    EXPECT_FALSE(edit.clearTopology() || edit.updateTopology());
     EXPECT_FALSE(edit.createTopology()) << "the mesh had topology when the edit began";
   }
   EXPECT_FALSE(mesh.hasTopology());
 }
 
-TEST(MeshModifier, remembersTheTopologyOfAMeshThatItClears)
+using System = CoordinateSystem<double, 3>;
+
+System quarterTurnAndShift()
 {
-  Mesh mesh = measuredSquare(true);
-  {
-    const Edit edit(mesh);
-    mesh.clear();
-    mesh = measuredSquare(false);
-    EXPECT_FALSE(mesh.hasTopology());
-  }
-  EXPECT_EQ(mesh.numberOfHalfEdges(), 6U);
+  System system;
+  const Vector<double, 3> columns[3] = {{0, 1, 0}, {-1, 0, 0}, {0, 0, 1}};
+  system.setOrientation(OrthMatrix<double, 3>(columns));
+  system.setOrigin(Point<double, 3>(10, 0, 0));
+  return system;
 }
 
-TEST(MeshModifier, aCopyCommitsAsWell)
+Mesh solidWithNormals()
 {
-  Mesh mesh = measuredSquare(true);
-  {
-    Edit edit(mesh);
-    const Edit copy(edit);
-    edit.setCacheFlags(0);
-    mesh.addTriangle(0, 3, 2);
+  Mesh mesh = tetrahedron();
+  mesh.computeNormals(false, true);
+  return mesh;
+}
+
+TEST(AppendMeshModifier, placesCopiesBehindWhatIsThere)
+{
+  const System system = quarterTurnAndShift();
+  for (const bool itself : {false, true}) {
+    SCOPED_TRACE(itself ? "of itself" : "of another one");
+    Mesh mesh = solidWithNormals();
+    mesh.computeTopology();
+    mesh.getArea();
+    const Mesh source(mesh);
+    mesh.appendMesh(itself ? mesh : source, &system);
+
+    ASSERT_EQ(mesh.numberOfVertices(), 8U);
+    ASSERT_EQ(mesh.numberOfTriangles(), 8U);
+    EXPECT_TRUE(mesh.numberOfHalfEdges() == 24 && mesh.isTopologyConsistent());
+    for (unsigned i = 0; i < 4; ++i) {
+      const Vertex &from = source.getVertexRef(i), &to = mesh.getVertexRef(4 + i);
+      EXPECT_THAT(to, IsNear(Vector<double, 3>(10 - from.y(), from.x(), from.z()), 1e-15));
+      const Vector<double, 3>& n = from.getNormal();
+      EXPECT_THAT(to.getNormal(), IsNear(Vector<double, 3>(-n.y(), n.x(), n.z()), 1e-15));
+      EXPECT_EQ(to.getIndex(), 4 + i);
+      for (unsigned corner = 0; corner < 3; ++corner)
+        EXPECT_EQ(mesh.getTriangleRef(4 + i).getVertex(corner),
+                  mesh.getVertex(4 + source.getTriangleRef(i).getVertexRef(corner).getIndex()));
+    }
+    EXPECT_NEAR(mesh.getArea(), 2 * source.getArea(), 1e-12) << "the measures are taken anew";
   }
-  EXPECT_EQ(mesh.numberOfHalfEdges(), 9U);
+}
+
+TEST(AppendMeshModifier, normalsNeedBothSides)
+{
+  for (const bool targetIsEmpty : {false, true})
+    for (const bool targetHas : {false, true})
+      for (const bool sourceHas : {false, true}) {
+        SCOPED_TRACE(testing::Message() << targetIsEmpty << targetHas << sourceHas);
+        Mesh mesh = targetIsEmpty ? Mesh() : tetrahedron();
+        mesh.setHasNormals(targetHas);
+        mesh.appendMesh(sourceHas ? solidWithNormals() : tetrahedron());
+        EXPECT_EQ(mesh.hasNormals(), sourceHas && (targetHas || targetIsEmpty));
+      }
+}
+
+TEST(AppendMeshModifier, takesAWholeListAtOnce)
+{
+  const auto solid = std::make_shared<const Mesh>(tetrahedron());
+  Mesh mesh = tetrahedron();
+  mesh.computeTopology();
+  const double area = mesh.getArea();
+  for (Vertex& vertex : mesh.getVertexCollection())
+    vertex *= 2; // behind the back of the mesh
+  AppendMeshModifier(mesh).appendMeshes({{nullptr, System()}, {std::make_shared<const Mesh>(), System()}});
+  EXPECT_EQ(mesh.getArea(), area) << "nothing came";
+  {
+    AppendMeshModifier append(mesh);
+    append.appendMeshes({});
+    append.appendMeshes({{solid, quarterTurnAndShift()}, {nullptr, System()}, {solid, System()}});
+    append.appendMeshes({});
+    EXPECT_EQ(mesh.numberOfHalfEdges(), 12U) << "topology waits for the end";
+  }
+  EXPECT_TRUE(mesh.numberOfHalfEdges() == 36U && mesh.isTopologyConsistent());
+  EXPECT_NEAR(mesh.getArea(), 6 * area, 1e-12);
 }
 
 } // namespace

@@ -37,50 +37,25 @@ TEST(MeshConstraintsCalculator, onlyMidpointsOfCoarseEdgesHang)
   const std::tuple<const char*, std::string, Hanging> rows[] = {
       {"in the middle", ends + "1 0 0" + faces, {{4, 0, 1}}},
       {"half a percent off", ends + "1.01 0 0" + faces, {{4, 0, 1}}},
-      {"half a percent above", ends + "1 0 0.01" + faces, {{4, 0, 1}}},
       {"one and a half percent off", ends + "1.03 0 0" + faces, {}},
       {"no coarse triangle", ends + "1 0 0 | 0 4 3, 4 1 3", {}},
       {"two coarse triangles", ends + "1 0 0" + faces + ", 0 1 2", {}},
       {"the coarse triangle has the vertex", "0 0 0, 2 0 0, 1 0 0 | 0 1 2", {}},
-      {"no triangles", "0 0 0, 1 0 0", {}},
+      {"on a refined border",
+       "0 0 0, 1 0 0, 2 0 0, 3 0 0, 4 0 0, 0 -2 0, 2 -2 0, 4 -2 0, 0 1 0, 1 1 0, 2 1 0, 3 1 0, 4 1 0 |"
+       "5 2 0, 5 6 2, 6 4 2, 6 7 4, 0 1 9, 0 9 8, 1 2 10, 1 10 9, 2 3 11, 2 11 10, 3 4 12, 3 12 11",
+       {{1, 0, 2}, {3, 2, 4}}},
       {"a corner twice", "0 0 0, 2 0 0, 1 0 0 | 0 0 1, 2 2 2", {}},
       {"an empty mesh", "", {}}};
   for (const auto& [what, text, expected] : rows) {
     SCOPED_TRACE(what);
     Mesh mesh = meshFromText(text);
     EXPECT_EQ(hangingVertices(mesh), expected);
+    repeat(20, 54, [&](RandomGeometry& random) {
+      Mesh mixed = shuffled(mesh, random);
+      EXPECT_EQ(hangingVertices(mixed).size(), expected.size());
+    });
   }
-}
-
-TEST(MeshConstraintsCalculator, refinedBorderHangsWhateverTheOrder)
-{
-  // A row of coarse cells below a row of cells half as wide: every other vertex of the upper row hangs.
-  constexpr unsigned cells = 6;
-  Mesh mesh;
-  for (unsigned i = 0; i <= 2 * cells; ++i)
-    mesh.addVertex(0.5 * i, 0, 0);
-  for (unsigned i = 0; i <= 2 * cells; ++i)
-    mesh.addVertex(0.5 * i, 0.5, 0);
-  for (unsigned i = 0; i <= cells; ++i)
-    mesh.addVertex(i, -1, 0);
-  const unsigned upper = 2 * cells + 1, lower = 2 * upper;
-  for (unsigned i = 0; i < 2 * cells; ++i) {
-    mesh.addTriangle(i, i + 1, upper + i + 1);
-    mesh.addTriangle(i, upper + i + 1, upper + i);
-  }
-  for (unsigned i = 0; i < cells; ++i) {
-    mesh.addTriangle(lower + i, lower + i + 1, 2 * i + 2);
-    mesh.addTriangle(lower + i, 2 * i + 2, 2 * i);
-  }
-  Hanging expected;
-  for (unsigned i = 0; i < cells; ++i)
-    expected.emplace(2 * i + 1, 2 * i, 2 * i + 2);
-  EXPECT_EQ(hangingVertices(mesh), expected);
-
-  repeat(20, 54, [&](RandomGeometry& random) {
-    Mesh mixed = shuffled(mesh, random);
-    EXPECT_EQ(hangingVertices(mixed).size(), cells);
-  });
 }
 
 // The lists as they are defined: six updates per triangle, found or appended.
@@ -112,12 +87,10 @@ TEST(MeshConstraintsCalculator, listsNeighboursInTheOrderOfTheTriangles)
     ASSERT_EQ(result.neighbours->size(), vertices);
     for (std::size_t i = 0; i < vertices; ++i) {
       const auto& list = (*result.neighbours)[i];
-      ASSERT_EQ(list.size(), expected[i].size());
-      for (std::size_t k = 0; k < list.size(); ++k) {
-        EXPECT_EQ(list[k].neighbour, expected[i][k].neighbour);
-        EXPECT_EQ(list[k].firstTriangle, expected[i][k].firstTriangle);
-        EXPECT_EQ(list[k].count, expected[i][k].count);
-      }
+      const auto isSame = [](const VertexTriangleAdjacency& a, const VertexTriangleAdjacency& b) {
+        return a.neighbour == b.neighbour && a.firstTriangle == b.firstTriangle && a.count == b.count;
+      };
+      EXPECT_TRUE(std::equal(list.begin(), list.end(), expected[i].begin(), expected[i].end(), isSame)) << i;
     }
   });
 }
