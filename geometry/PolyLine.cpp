@@ -266,8 +266,10 @@ PointType PolyLine<PointType>::evaluateWithAttributes(double t) const
   double passed = 0.0;
   for (std::size_t i = 0; i < segments; ++i) {
     const double length = segmentLength(*this, i);
-    if (length + passed >= target)
-      return length < shortestBlended ? points[i] : getSegment(i).getPoint((target - passed) / length);
+    if (length + passed >= target) {
+      if (length < shortestBlended) return points[i];
+      return getSegment(i).getPoint(length + passed > target ? (target - passed) / length : 1.0);
+    }
     passed += length;
   }
   return points[wrapped(segments)];
@@ -291,7 +293,7 @@ bool PolyLine<PointType>::evaluateParameterPointAndSegment(double t, PointType& 
     ++segment;
     length = segment < segments ? segmentLength(*this, segment) : 0.0;
   }
-  point = PolyLinePlaces::pointBehind(points[wrapped(segment)], points[wrapped(segment + 1)], length, target - passed);
+  point = PolyLinePlaces::pointAtLength(points[wrapped(segment)], points[wrapped(segment + 1)], passed, length, target);
   return true;
 }
 

@@ -36,13 +36,15 @@ P pointWithinSegment(const P& vertex, const Point<typename P::Scalar, P::Dim>& p
   }
 }
 
-/// The point so far behind the start of a segment of the given length.
+/// The point at a target length on the segment that begins at the length passed so far and has the given one itself.
+/// Where it ends at the target, the point is its end, however the difference of the lengths is rounded.
 template <class P>
-P pointBehind(const P& start, const P& end, double length, double distance)
+P pointAtLength(const P& start, const P& end, double passed, double length, double target)
 {
   if (length < shortestLocated) return start;
+  if (length + passed <= target) return pointWithinSegment(start, end);
   const Vector<typename P::Scalar, P::Dim> way = end - start;
-  return pointWithinSegment(start, {start + way * static_cast<typename P::Scalar>(distance / length)});
+  return pointWithinSegment(start, {start + way * static_cast<typename P::Scalar>((target - passed) / length)});
 }
 
 template <class P>
@@ -102,7 +104,7 @@ public:
     const auto end = std::partition_point(lengths.begin() + 1, lengths.end() - 1, isPassed);
     const auto segment = static_cast<std::size_t>(end - lengths.begin()) - 1;
     const auto view = line.getSegment(segment);
-    return {pointBehind(*view.getStart(), *view.getEnd(), segmentLength(segment), target - lengths[segment]), segment};
+    return {pointAtLength(*view.getStart(), *view.getEnd(), lengths[segment], segmentLength(segment), target), segment};
   }
 
 private:

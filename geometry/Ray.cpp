@@ -86,13 +86,14 @@ template <class PointType>
 bool Ray<PointType>::getIntersectionXY(const Segment<PointType>* segment, PointType& out, double eps, bool clamp) const
 {
   const Position& a = *segment->getStart();
-  const Direction c = *segment->getEnd() - a;
+  const Position& b = *segment->getEnd();
+  const Direction c = b - a;
   Scalar u;
   if (!meetXY<Scalar, PointType::Dim>(*startPoint - a, *direction, c, eps, u)) return false;
   const double parameter = static_cast<double>(u);
   const bool good = parameter > -eps && parameter < eps + 1.0;
   if (!good && clamp) u = parameter <= -eps ? Scalar(0) : Scalar(1);
-  out = PointType(Position(a + c * u));
+  out = PointType(u == Scalar(1) ? b : Position(a + c * u));
   return good || clamp;
 }
 

@@ -41,11 +41,12 @@ ProjectionCode codeOf(double t, ParameterRange range)
   return t > range.last ? BehindEnd : OnSegment;
 }
 
-/// a + (b - a)·t
+/// a + (b - a)·t, without a rounding at t = 1
 template <class T, unsigned dim>
 Vector<T, dim> blend(const Vector<T, dim>& a, const Vector<T, dim>& b, double t)
 {
-  return a + (b - a) * static_cast<T>(t);
+  const T factor = static_cast<T>(t);
+  return factor == T(1) ? b : a + (b - a) * factor;
 }
 
 template <class T, unsigned dim>
@@ -269,7 +270,7 @@ bool Segment<PointType>::getIntersectionWithPlane(const Plane<Scalar, PointType:
   const double u = static_cast<double>(plane.getDistance() - n.dot(*start)) / denominator;
   if (codeOf(u, widenedRange) != OnSegment) return false;
   t = u;
-  out = *start + c * static_cast<Scalar>(u);
+  out = blend<Scalar, PointType::Dim>(*start, *end, u);
   return true;
 }
 
@@ -294,7 +295,7 @@ bool Segment<PointType>::getIntersection([[maybe_unused]] const Segment& other, 
     const double u = w.cross(b) / c;
     const double v = w.cross(a) / c;
     if (!(epsA <= u && u <= 1.0 - epsA && epsB <= v && v <= 1.0 - epsB)) return false;
-    out = *start + a * u;
+    out = blend<double, 2>(*start, *end, u);
     return true;
   }
 }

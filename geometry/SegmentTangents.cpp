@@ -42,14 +42,14 @@ double chosenOf(double t1, double t2, const Vector<double, 3>& w, const Vector<d
 
 Vector<double, 3> unitBlend(const Vector<double, 3>& a, const Vector<double, 3>& b, double t)
 {
-  Vector<double, 3> v = a + (b - a) * t;
+  Vector<double, 3> v = a.linearInterpolation(t, b);
   v.normalize(1e-12);
   return v;
 }
 
 Point3NT pointWithUnitBlends(const Point3NT& a, const Point3NT& b, double t)
 {
-  Point3NT point(static_cast<const Vector<double, 3>&>(a + (b - a) * t));
+  Point3NT point(a.Vector<double, 3>::linearInterpolation(t, b));
   if (a.hasNormal() && b.hasNormal()) point.setNormal(unitBlend(a.getNormal(), b.getNormal(), t));
   if (a.hasTangent() && b.hasTangent()) point.setTangent(unitBlend(a.getTangent(), b.getTangent(), t));
   return point;

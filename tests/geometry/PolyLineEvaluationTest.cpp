@@ -72,6 +72,9 @@ TYPED_TEST(PolyLineEvaluationOf, AllRoutesReachThePlaceAtALength)
     EXPECT_NEAR(polyline.calculateParameter(point, distance, nullptr), t, tolerance);
     EXPECT_NEAR(polyline.calculateParameter(point, distance, &parameters), t, tolerance);
     EXPECT_NEAR(distance, 0.0, tolerance);
+    EXPECT_EQ(polyline.evaluate(1.0), polyline.back());
+    polyline.evaluateParameterPointAndSegment(1.0, point, segment);
+    EXPECT_EQ(point, polyline.back());
   });
 }
 

@@ -40,6 +40,9 @@ TEST(SegmentTest, DistancesAgreeWithExtendedPrecision)
     const Segment3 a(&points[0], &points[1]), b(&points[2], &points[3]);
     const double pointDistance = std::sqrt(BruteForce::pointSegment(points[4], points[0], points[1]));
     const double pairDistance = std::sqrt(BruteForce::segmentSegment(points[0], points[1], points[2], points[3]));
+    Point3 end;
+    a.projectPoint(points[1], end, nullptr);
+    EXPECT_EQ(end, points[1]);
     EXPECT_NEAR(a.distance(points[4]), pointDistance, 1e-13 * size);
     const Point3 nearest = a.nearestPoint(points[4]);
     EXPECT_NEAR(a.distance(points[4]), points[4].distance(nearest), 1e-14 * size);
