@@ -21,6 +21,8 @@ Vector<T, dim> VectorFunction::unitVectorLinearMorphing(double t, const Vector<T
   const double angle = static_cast<double>(a.angle(b));
   Vector<T, dim> result;
   if (straightAngle - angle <= oppositeEps) return result;
+  if (t == 0.0 && a.isNormalized()) return a;
+  if (t == 1.0 && b.isNormalized()) return b;
   if (angle < smallAngle)
     result = a.linearInterpolation(static_cast<T>(t), b);
   else {

@@ -135,6 +135,8 @@ TEST(VectorTest, MorphingFollowsTheGreatCircle)
     const V3 expected = a * std::cos(t * angle) + w * std::sin(t * angle);
     const double accuracy = 1e-15 * (4 + 1 / std::sin(angle));
     EXPECT_LE((VectorFunction::unitVectorLinearMorphing(t, a, b) - expected).length(), accuracy + 4e-16);
+    EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.0, a, b), a);
+    EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(1.0, a, b), b);
   }
   const V3 x(1, 0, 0);
   EXPECT_EQ(VectorFunction::unitVectorLinearMorphing(0.5, x, -x), V3());
