@@ -18,7 +18,6 @@ using Point2 = Point<double, 2>;
 using Vector2 = Vector<double, 2>;
 using Line2 = PolyLine<Point2>;
 constexpr double pi = std::numbers::pi;
-constexpr double loose = 1e6;
 
 /// A curve given by two functions; it counts its evaluations.
 class FunctionCurve : public Curve<double, 2>
@@ -104,26 +103,17 @@ TEST(Curve, DiscretisationCountsPoints)
   const auto quick = [](double width) {
     return FunctionCurve(0.0, width, 0.1, [width](double t) { return Vector2(t / width, t * t / width / width); });
   };
-  const auto wave = [](double height) {
-    return graph(-1.0, 1.0, loose, [height](double t) { return height * (t * t * t - t); });
-  };
   const std::tuple<const char*, FunctionCurve, std::size_t> rows[] = {
       {"parameter range below 1e-5", quick(0.99e-5), 2},
       {"parameter range above 1e-5", quick(1.01e-5), 3},
-      {"quarter circle, the sag-to-chord rule alone", arc(1.0, 0.0, pi / 2, loose), 9},
-      {"full circle, five rounds of that rule", arc(1.0, 0.0, 2 * pi, loose), 33},
-      // The sag at the quarter points is 0.375 times the height, on a chord of 2.
-      {"inflection in the middle, too flat", wave(0.13), 2},
+      {"quarter circle, the sag-to-chord rule alone", arc(1.0, 0.0, pi / 2, 1e6), 9},
+      {"full circle, five rounds of that rule", arc(1.0, 0.0, 2 * pi, 1e6), 33},
   };
   for (const auto& [name, curve, expectedPoints] : rows) {
-    SCOPED_TRACE(name);
     Line2 polyline;
     curve.calcPolyLine(polyline);
-    EXPECT_EQ(polyline.numberOfPoints(), expectedPoints);
+    EXPECT_EQ(polyline.numberOfPoints(), expectedPoints) << name;
   }
-  Line2 bent;
-  wave(0.14).calcPolyLine(bent);
-  EXPECT_THAT(bent.getPointCollection(), testing::Contains(wave(0.14).evaluate(-0.5))) << "seen at the first quarter";
 }
 
 TEST(Curve, TangentsStepAHundredthOfTheDomain)

@@ -171,7 +171,6 @@ TEST(KvBSpline, EachEditGivesTheCurveOfItsPoints)
       spline.setClosed(closed = !closed);
     }
     ASSERT_EQ(spline.getNumberOfInterpolationPoints(), points.size());
-    EXPECT_EQ(spline.isClosed(), closed);
     EXPECT_EQ(spline.getStart(), points.empty() ? Point3() : points.front());
     EXPECT_EQ(spline.getEnd(), points.empty() ? Point3() : closed ? points.front() : points.back());
     if (points.empty()) continue;
@@ -245,7 +244,6 @@ TYPED_TEST(KvBSplinePieces, AreTrimmedBetweenTheParametersOfThePoints)
       const auto piece = spline.getSubCurve(k);
       ASSERT_TRUE(piece && expected);
       EXPECT_TRUE(piece->isCompletelyEqual(*expected, 0.0));
-      EXPECT_EQ(piece->getTolerance(), expected->getTolerance());
     }
   }
 }

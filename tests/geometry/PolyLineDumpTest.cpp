@@ -81,16 +81,4 @@ TEST(PolyLineDump, FilesAreNumberedAndAppended)
   std::filesystem::remove_all(folder);
 }
 
-TEST(PolyLineDump, LogicalPositionsShowAsStrokes)
-{
-  const char* const tips[] = {"10 10 0", "0 10 0", "-10 0 0", "0 -10 0", "10 0 0", "10 10 0", "10 10 0"};
-  for (int position = 0; position < 7; ++position) {
-    ProjectionPoint point;
-    point.setLogicalPosition(static_cast<ProjectionPoint::PointPosition>(position));
-    std::ostringstream out;
-    PolyLineDump::withLogicalPositionsInNormals(PolyLine<ProjectionPoint>({point}, 0.1), out);
-    EXPECT_EQ(out.str(), std::string("Poly3D\n0 0 0 0\n1 ") + tips[position] + "\n2 0 0 0\n");
-  }
-}
-
 } // namespace

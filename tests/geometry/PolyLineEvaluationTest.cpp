@@ -181,18 +181,6 @@ TEST(PolyLineEvaluation, ShortSegmentsGiveTheirStart)
   EXPECT_FALSE(PolyLine<Point3N>().evaluateParameterPointAndSegment(0.5, point, segment));
 }
 
-TEST(PolyLineEvaluation, ShortLinesKeepLengthsAsParameters)
-{
-  const Line2 open = polyLineFrom<Point2>("0,0 1e-12,0");
-  std::vector<double> parameters;
-  open.getPointParameters(&parameters);
-  EXPECT_EQ(parameters, (std::vector<double>{0.0, 1e-12}));
-  Line2 closed = polyLineFrom<Point2>("0,0 1e-13,0 closed");
-  closed.getPointParameters(&parameters);
-  EXPECT_EQ(parameters, (std::vector<double>{0.0, 1e-13, 1.0}));
-  EXPECT_EQ(closed.getPointAtParam(0.5, nullptr), closed.getPointAtParam(0.5, &parameters));
-}
-
 TEST(PolyLineEvaluation, NearestParameterRecomputesAMisfittingVector)
 {
   const Line2 square = polyLineFrom<Point2>("0,0 1,0 1,1 0,1 closed");

@@ -91,7 +91,6 @@ TEST(StraightLine, MirrorsEndsAndVectors)
       symmetrical.setSymmetricalEnd(atStart, plane);
       EXPECT_EQ(symmetrical.getStart(), atStart ? plane.getMirroredPoint(line.getEnd()) : line.getStart());
       EXPECT_EQ(symmetrical.getEnd(), atStart ? line.getEnd() : plane.getMirroredPoint(line.getStart()));
-      EXPECT_EQ(symmetrical.getDirection(), symmetrical.getEnd() - symmetrical.getStart());
     }
     // A vector and its reflection at the line add up to twice the part along the line.
     const Vector3 v = random.inCube<3>(3.0);
@@ -118,8 +117,6 @@ TEST(StraightLine, CopiesTakeEverythingButTheIdentifier)
   EXPECT_TRUE(target.getId() == own);
   target.setEnd(Point3(4.0, 5.0, 6.0 + 1e-15));
   EXPECT_TRUE(target != line);
-  target.setEnd(Point3(std::nan(""), 0.0, 0.0));
-  EXPECT_FALSE(target == target);
 }
 
 } // namespace
