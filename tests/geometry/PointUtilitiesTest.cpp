@@ -25,7 +25,7 @@ TEST(PointUtilitiesTest, CentreAndRadius)
   EXPECT_EQ(PointUtilities::getCenter({}), Vector3());
   const Cloud corners{{0, 0, 0}, {2, 0, 0}, {0, 4, 0}, {2, 4, 8}};
   EXPECT_EQ(PointUtilities::getCenter(corners), Vector3(1, 2, 2));
-  EXPECT_DOUBLE_EQ(PointUtilities::getRadius(Vector3(0, 0, 0), corners), std::sqrt(84.0));
+  EXPECT_DOUBLE_EQ(PointUtilities::getRadius(Vector3(1, 0, 0), corners), 9.0);
 }
 
 TEST(PointUtilitiesTest, DirectionsStandInTheirOrder)
