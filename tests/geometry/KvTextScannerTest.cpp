@@ -2,7 +2,6 @@
 #include "support/CommaLocale.h"
 #include "support/RandomGeometry.h"
 
-#include <limits>
 #include <locale>
 #include <sstream>
 #include <stdexcept>

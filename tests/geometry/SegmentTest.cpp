@@ -12,7 +12,6 @@ namespace {
 
 using Point2 = Point<double, 2>;
 using Point3 = Point<double, 3>;
-using Vector2 = Vector<double, 2>;
 using Vector3 = Vector<double, 3>;
 using Segment2 = Segment<Point2>;
 using Segment3 = Segment<Point3>;

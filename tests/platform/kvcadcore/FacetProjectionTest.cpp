@@ -3,8 +3,6 @@
 #include "support/BruteForce.h"
 #include "support/RandomGeometry.h"
 
-#include <algorithm>
-
 using namespace Kavrel;
 
 TEST(FacetProjection, CountsWhatIsInTheFacetOrNearIt)

@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <stdexcept>
 #include <string>
 
 namespace Kavrel {
@@ -45,6 +44,8 @@ TEST(KvExceptionTest, NestedFailureKeepsItsCause)
                                      HasSubstr(std::string("\n") + cause)));
   }
   EXPECT_THROW(rows[0].first.rethrow_nested(), MathException);
+  const KvExceptionNested alone("outer", "Mapper", "map", "geometry/Mapper.cpp", 17);
+  EXPECT_EQ(alone.log().find('\n'), std::string::npos);
 }
 
 } // namespace
