@@ -77,6 +77,7 @@ TEST(SegmentTest, TheEndsTakeAttributesAlong)
     EXPECT_TRUE(segment.getNormalAtParameter(t, n));
     EXPECT_THAT(n, IsNear(expectedN, 1e-15)) << t;
   }
+  EXPECT_FALSE(Segment<Point3NT>(&a, &bare).getPoint(0.0).hasNormal());
   EXPECT_FALSE(Segment<Point3NT>(&a, &bare).getNormalAtParameter(0.0, n));
   EXPECT_EQ(n, Vector3());
 }
