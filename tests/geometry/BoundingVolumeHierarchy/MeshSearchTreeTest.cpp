@@ -308,7 +308,7 @@ TEST(MeshSearchTree, FindsTheNearestPointsToAPolyline)
     SCOPED_TRACE(height);
     PolyLine<Point3N> line;
     for (const auto& p : random.walk<3>(60, 2.0))
-      line.addPoint(Point3N(V3(p + V3(6, 6, height))));
+      line.addPoint(Point3N(V3(p + V3(6, 6, height)), V3(0, 0, 1)));
     double expected = largest;
     for (std::size_t i = 0; i < line.numberOfSegments(); ++i)
       for (std::size_t k = 0; k < mesh.numberOfTriangles(); ++k)
@@ -321,6 +321,7 @@ TEST(MeshSearchTree, FindsTheNearestPointsToAPolyline)
     EXPECT_NEAR(distance, expected, 1e-10 * (1 + expected));
     EXPECT_NEAR(Brute::squareDistance<3>(onMesh, onLine), expected, 1e-10 * (1 + expected));
     EXPECT_NEAR(tree.calcMinSquareDistance(onMesh) + lineTree.squareDistance(onLine), 0, 1e-20);
+    EXPECT_TRUE(onMesh.hasNormal() && onLine.hasNormal());
     EXPECT_EQ(tree.getNearestPoints(lineTree, onMesh, onLine, distance, expected / 2), expected == 0);
   }
 }

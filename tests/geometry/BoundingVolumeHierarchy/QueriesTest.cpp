@@ -240,9 +240,19 @@ TEST(Queries, OfEquallyNearPairsTheFirstInTraversalOrderStays)
   const Mesh grid = Testing::grid(9, 7);
   Mesh above = grid;
   above.move(Vector3(0, 0, 2));
-  for (const unsigned leafSize : {1U, 4U, 1000U}) {
+  // The larger root is split first: that of the tall mesh, whose lower half is near the second triangle of the flat
+  // one.
+  const Mesh flat = Testing::meshFromText("0 0 0, .1 0 0, 0 .1 0, 3 0 0, 3.1 0 0, 3 .1 0 | 0 1 2, 3 4 5");
+  const Mesh tall = Testing::meshFromText("0 0 2, .1 0 2, 0 .1 2, 3 0 -2, 3.1 0 -2, 3 .1 -2 | 0 1 2, 3 4 5");
+  const std::tuple<const Mesh&, const Mesh&, unsigned, Pair> rows[] = {{grid, above, 1, {0, 0}},
+                                                                       {grid, above, 4, {0, 0}},
+                                                                       {flat, tall, 1, {1, 0}},
+                                                                       {tall, flat, 1, {0, 1}},
+                                                                       {flat, tall, 9, {0, 0}}};
+  for (const auto& [a, b, leafSize, expected] : rows) {
     DistanceQueryResult<Triangle, Triangle> best;
-    closestPair(MeshTree(grid, leafSize, 30), MeshTree(above, leafSize, 30), best);
-    EXPECT_TRUE(best.squareDistance == 4 && best.firstIndex == 0 && best.secondIndex == 0) << leafSize;
+    closestPair(MeshTree(a, leafSize, 30), MeshTree(b, leafSize, 30), best);
+    EXPECT_EQ(best.squareDistance, 4);
+    EXPECT_EQ(Pair(best.firstIndex, best.secondIndex), expected);
   }
 }

@@ -39,7 +39,6 @@ TEST(MeshConstraintsCalculator, onlyMidpointsOfCoarseEdgesHang)
       {"half a percent off", ends + "1.01 0 0" + faces, {{4, 0, 1}}},
       {"one and a half percent off", ends + "1.03 0 0" + faces, {}},
       {"no coarse triangle", ends + "1 0 0 | 0 4 3, 4 1 3", {}},
-      {"two coarse triangles", ends + "1 0 0" + faces + ", 0 1 2", {}},
       {"the coarse triangle has the vertex", "0 0 0, 2 0 0, 1 0 0 | 0 1 2", {}},
       {"on a refined border",
        "0 0 0, 1 0 0, 2 0 0, 3 0 0, 4 0 0, 0 -2 0, 2 -2 0, 4 -2 0, 0 1 0, 1 1 0, 2 1 0, 3 1 0, 4 1 0 |"

@@ -68,7 +68,6 @@ TEST(TriangleGeometry, lineCrossesWhereBruteForceSays)
     inside += hit;
 
     triangle->getXiEtaOfProjection(place, origin);
-    EXPECT_EQ(place.getElementIdx(), 7U);
     const Vector3 way = origin - triangle->getPoint(place);
     EXPECT_NEAR(way.cross(triangle->getNormal()).length(), 0, 1e-8 * size);
   });
@@ -103,7 +102,6 @@ TEST(TriangleGeometry, pointWithinTolerance)
     SCOPED_TRACE(where);
     XiEtaPoint place;
     EXPECT_EQ(triangle->computeIntersection(point, tolerance, place), result);
-    EXPECT_EQ(place.getElementIdx(), 7U);
   }
 }
 
