@@ -208,18 +208,6 @@ using V2 = Vector<double, 2>;
 using P3 = Point<double, 3>;
 using V3 = Vector<double, 3>;
 
-TEST(PolyLineSearchTree, KeepsPolylinesOnlyWhenAsked)
-{
-  for (const bool keeps : {true, false}) {
-    auto line = std::make_shared<PolyLine<P3>>(randomWalk<P3>(350, 30));
-    const std::weak_ptr<PolyLine<P3>> alive = line;
-    PolyLineSearchTree<P3> copy;
-    copy = PolyLineSearchTree<P3>(std::shared_ptr<const PolyLine<P3>>(line), keeps, 4);
-    line.reset();
-    EXPECT_EQ(alive.expired(), !keeps);
-  }
-}
-
 TEST(PolyLineSearchTree, MapsIdsToKeptPolylines)
 {
   std::vector<std::shared_ptr<const PolyLine<P3>>> lines = {nullptr};
@@ -230,6 +218,7 @@ TEST(PolyLineSearchTree, MapsIdsToKeptPolylines)
   for (const bool keeps : {true, false}) {
     const PolyLineSearchTree<P3> tree(lines, keeps, 2);
     EXPECT_EQ(tree.getPolyLines().size(), keeps ? 4U : 0U);
+    EXPECT_EQ(PolyLineSearchTree<P3>(lines[1], keeps, 2).getPolyLines().size(), keeps ? 1U : 0U);
     EXPECT_THAT(tree.getOriginalSizes(), ElementsAre(0U, 2U, 3U, 4U));
     for (std::size_t id = 0; id < 10; ++id) {
       SCOPED_TRACE(id);

@@ -77,7 +77,8 @@ struct Recursion
   }
 };
 
-/// The nearest one is the first in traversal order; those in a radius come in the order of the tree.
+/// The nearest one is the first in traversal order; those in a radius, or across a plane, come in the order of the
+/// tree.
 template <class Query>
 void checkNearest(const MeshTree& tree, const Query& query)
 {
@@ -115,6 +116,12 @@ void checkNearest(const MeshTree& tree, const Query& query)
       found.push_back(static_cast<int>(hit.secondIndex));
     });
     ASSERT_EQ(found, BruteForce::selected(distances.size(), [&](std::size_t i) { return distances[i] <= bound; }));
+  }
+  if constexpr (std::is_same_v<Query, Plane<double, 3>>) {
+    using Crossing = IntersectionQueryResult<Query, Triangle>;
+    std::vector<std::uint32_t> crossed;
+    allHits<Crossing>(tree, query, [&](const Crossing& crossing) { crossed.push_back(crossing.secondIndex); });
+    EXPECT_TRUE(std::is_sorted(crossed.begin(), crossed.end()));
   }
 }
 
