@@ -67,6 +67,42 @@ ChildValues squareDistancesOfChildren(const Node<VolumeA>& first, const Node<Vol
   return {sum[0], sum[1]};
 }
 
+/// The least and the greatest value of normal · point over both volumes, each from the corner that has it. Rounding
+/// keeps the order of sums, so no point inside has a value beyond, however much larger the rest of its box is.
+template <unsigned dim>
+class SpanOfChildren
+{
+public:
+  struct Span
+  {
+    Lanes::Double2 low{};
+    Lanes::Double2 high{};
+  };
+
+  explicit SpanOfChildren(const Vector<double, dim>& direction)
+  {
+    for (unsigned i = 0; i < dim; ++i)
+      normal[i] = Lanes::all(direction[i]);
+  }
+
+  template <class Volume>
+  Span operator()(const Node<Volume>& first, const Node<Volume>& second) const
+  {
+    const Lanes::BoxPair<dim> boxes(first.volume, second.volume);
+    Span span;
+    for (unsigned i = 0; i < dim; ++i) {
+      const Lanes::Double2 a = boxes.min[i] * normal[i];
+      const Lanes::Double2 b = boxes.max[i] * normal[i];
+      span.low += Lanes::smaller(a, b);
+      span.high += Lanes::greater(a, b);
+    }
+    return span;
+  }
+
+private:
+  Lanes::Double2 normal[dim];
+};
+
 /// The distances of a plane from both volumes, negative for one that it cuts.
 template <class PlaneType>
 class GapOfChildren;
@@ -75,28 +111,20 @@ template <unsigned dim>
 class GapOfChildren<Plane<double, dim>>
 {
 public:
-  explicit GapOfChildren(const Plane<double, dim>& plane) : offset(Lanes::all(plane.getDistance()))
-  {
-    for (unsigned i = 0; i < dim; ++i)
-      normal[i] = Lanes::all(plane.getNormal()[i]);
-  }
+  explicit GapOfChildren(const Plane<double, dim>& plane)
+      : spanOf(plane.getNormal()), offset(Lanes::all(plane.getDistance()))
+  {}
 
   template <class Volume>
   ChildValues operator()(const Node<Volume>& first, const Node<Volume>& second) const
   {
-    const Lanes::BoxPair<dim> boxes(first.volume, second.volume);
-    const Lanes::Double2 half = Lanes::all(0.5);
-    Lanes::Double2 centre{}, reach{};
-    for (unsigned i = 0; i < dim; ++i) {
-      centre += (boxes.min[i] + boxes.max[i]) * half * normal[i];
-      reach += Lanes::size((boxes.max[i] - boxes.min[i]) * half * normal[i]);
-    }
-    const Lanes::Double2 gap = Lanes::size(centre - offset) - reach;
+    const auto span = spanOf(first, second);
+    const Lanes::Double2 gap = Lanes::greater(span.low - offset, offset - span.high);
     return {gap[0], gap[1]};
   }
 
 private:
-  Lanes::Double2 normal[dim];
+  SpanOfChildren<dim> spanOf;
   Lanes::Double2 offset;
 };
 
@@ -130,16 +158,19 @@ GapOfChildren(const Plane<double, dim>&) -> GapOfChildren<Plane<double, dim>>;
 class SignedDistanceOfChildren
 {
 public:
-  explicit SignedDistanceOfChildren(const SignedPlane& plane) : query(plane) {}
+  explicit SignedDistanceOfChildren(const SignedPlane& plane) : spanOf(plane.normal), offset(Lanes::all(plane.offset))
+  {}
 
   template <class Volume>
   ChildValues operator()(const Node<Volume>& first, const Node<Volume>& second) const
   {
-    return {signedDistance(query, first.volume), signedDistance(query, second.volume)};
+    const Lanes::Double2 lowest = spanOf(first, second).low - offset;
+    return {lowest[0], lowest[1]};
   }
 
 private:
-  const SignedPlane& query;
+  SpanOfChildren<3> spanOf;
+  Lanes::Double2 offset;
 };
 
 /// The gaps along z between a point and both volumes, infinite for one that the vertical line misses.

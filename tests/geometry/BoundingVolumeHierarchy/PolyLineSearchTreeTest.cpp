@@ -350,6 +350,23 @@ TEST(PolyLineSearchTree, CutsWithAPlane)
   });
 }
 
+TEST(PolyLineSearchTree, CutsLongSegmentsAtTheVertexTheyShare)
+{
+  const P3 start(1.3, -0.7, 2.1);
+  Testing::repeat(200, 372, [&](RandomGeometry& random) {
+    const auto ends = lineThrough<P3>(random.walk<3>(12, 1e12));
+    const Plane<double, 3> plane(random.direction<3>(), start);
+    const auto height = [&](const P3& p) { return plane.getNormal().dot(p) - plane.getDistance(); };
+    std::vector<Segment<P3>> segments;
+    std::size_t expected = 0;
+    for (const P3& end : ends) {
+      segments.emplace_back(&start, &end);
+      if (std::min(height(start), height(end)) < 0 && std::max(height(start), height(end)) >= 0) ++expected;
+    }
+    EXPECT_EQ(PolyLineSearchTree<P3>(segments, 1).intersect(plane).size(), expected);
+  });
+}
+
 TEST(PolyLineSearchTree, KnowsNoPlaneCutsInTwoDimensions)
 {
   const auto line = lineThrough<P2>({V2(-1, 2), V2(4, 2)});
