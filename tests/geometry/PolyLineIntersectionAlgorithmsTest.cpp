@@ -145,7 +145,6 @@ TEST(PolyLineIntersectionAlgorithms, TellsASearchThatRanFromOneThatCouldNot)
   Planar algorithms;
   std::vector<P2> points;
   EXPECT_TRUE(algorithms.calculateAllIntersectionPointsXY(line, apart, points, false, 0.0));
-  EXPECT_FALSE(algorithms.calculateAllIntersectionPointsXY(line, polyLineFrom<P2>("1,0"), points, false, 0.0));
   for (const double tolerance : {-1e-9, std::numeric_limits<double>::quiet_NaN()})
     EXPECT_FALSE(algorithms.calculateAllIntersectionPointsXY(line, apart, points, false, tolerance));
   const auto shared = std::make_shared<const PolyLine<P2>>(line);
@@ -199,7 +198,6 @@ TEST(PolyLineIntersectionAlgorithms, ReportsOverlapsBesideCrossings)
   ASSERT_EQ(overlaps.size(), 2u);
   EXPECT_EQ(std::pair(overlaps[0].getStart(), overlaps[0].getEnd()), std::pair(&b[0], &b[1]));
   EXPECT_EQ(std::pair(overlaps[1].getStart(), overlaps[1].getEnd()), std::pair(&b[4], &a[2]));
-  EXPECT_FALSE(Planar::calculateAllIntersectionPointsAndSegmentsXY(a, polyLineFrom<P2>("1,0"), points, overlaps));
 }
 
 TEST(PolyLineIntersectionAlgorithms, CrossesPlanesOncePerPlace)

@@ -150,10 +150,8 @@ TEST(PolyLineDistances, OfEmptyAndOfNearlyEqualLines)
 {
   const PolyLine<Point3> empty;
   const auto line = polyLineFrom<Point3>("0,0,0 1,0,0 2,0,0");
-  const double root = std::sqrt(largest);
   Point3 onA(7, 7, 7), onB;
-  EXPECT_EQ(Algo::minDistToPolygon(line, empty, onA), root);
-  EXPECT_EQ(Algo::minDistBetweenPolygons(empty, line, onA, onB), root);
+  EXPECT_EQ(Algo::minDistBetweenPolygons(empty, line, onA, onB), std::sqrt(largest));
   EXPECT_EQ(onA, Point3(7, 7, 7));
   EXPECT_EQ(Algo::minDistBetweenPolygonsThroughSegments(line, empty), largest);
   EXPECT_EQ(Algo::maxDistBetweenTwoPolygons(line, empty), -1.0);
@@ -248,10 +246,7 @@ TEST(PolyLineNormals, DeviateByTheAngleBetweenThem)
 
   const auto up = polyLineFrom<Point3N>("0,0,0/0,0,1 5,0,0/0,0,3 9,0,0/0,0,1");
   const auto tilted = polyLineFrom<Point3N>("0,1,0/0,0,1 9,1,0/0,1,1");
-  const double middle = std::atan2(5.0 / 9.0, 1.0); // of the blended normal at 5
   EXPECT_NEAR(Algo::maxNormalDeviationBetweenTwoPolygons(up, tilted, 1.0), pi / 4.0, 1e-12);
-  EXPECT_NEAR(Algo::maxNormalDeviationBetweenTwoPolygons(polyLineFrom<Point3N>("5,0,0/0,0,1"), tilted, 1.0), middle,
-              1e-12);
   EXPECT_EQ(Algo::maxNormalDeviation(up, tilted, 0.99), largest);
   EXPECT_EQ(Algo::maxNormalDeviation(up, polyLineFrom<Point3N>("0,1,0 9,1,0/0,0,1"), 5.0), largest);
   EXPECT_EQ(Algo::maxNormalDeviationBetweenTwoPolygons(up, PolyLine<Point3N>(), largest), largest);
@@ -276,22 +271,18 @@ TEST(PolyLineTangents, AtCornersFollowTheSideAsked)
   }
   const double half = std::sqrt(0.5);
   EXPECT_THAT(Algo::getSmoothedTangent(square, 0.2, 0), IsNear(Point2(half, -half), 1e-12));
-  EXPECT_THAT(Algo::getSmoothedTangent(open, 0.2, 0), IsNear(Point2(1, 0), 1e-12));
   EXPECT_NEAR(Algo::maxAngleOfTangents(polyLineFrom<Point3>("0,0,0 1,0,0 2,1,0 3,2,0")), pi / 4.0, 1e-12);
 }
 
 TEST(PolyLineTangents, CornersAreSharpAtTheScaleAsked)
 {
   const auto square = polyLineFrom<Point2>("0,0 1,0 1,1 0,1 closed");
-  auto open = square;
-  open.setClosed(false);
   // The second corner is cut: a turn of a quarter within 0.1, two of an eighth closely looked at.
   const auto cut = polyLineFrom<Point2>("0,0 0.95,0 1,0.05 1,1");
   const auto cusps = [](const auto& line, double angle, double distance) {
     return Algo::computeCuspIndices(line, angle, distance);
   };
   EXPECT_THAT(cusps(square, 0.5, 0.1), ElementsAre(1, 2, 3, 4));
-  EXPECT_THAT(cusps(open, 0.5, 0.1), ElementsAre(1, 2));
   EXPECT_THAT(cusps(cut, 0.7, 0.01), ElementsAre(1, 2));
   EXPECT_THAT(cusps(cut, 1.0, 0.1), ElementsAre(1));
   EXPECT_THAT(cusps(square, 0.5, 1.0), ElementsAre(1, 3)); // the way to the next corner doesn't exceed 1
@@ -353,7 +344,6 @@ TEST(PolyLinePlanes, OfDegenerateLines)
 
   const auto shape = polyLineFrom<Point3>("10,0,1 13,0,1 10,3,1"); // the area counts as closed
   EXPECT_THAT(Algo::calculateCenterOfEnclosedXYArea(shape), IsNear(Point3(11, 1, 1), 1e-12));
-  EXPECT_TRUE(Algo::checkXYOrientation(shape, true));
   EXPECT_FALSE(Algo::checkXYOrientation(polyLineFrom<Point2>("0,1 1,0 -9,-9"), false));
   EXPECT_TRUE(Algo::checkXYOrientation(polyLineFrom<Point2>("0,9 -1,5 0,1"), false));
 }
@@ -397,7 +387,6 @@ TEST(PolyLineContainment, EnclosingIsTheWindingOfAPolygon)
   }
   EXPECT_FALSE(Algo::enclosing(polyLineFrom<Point2>("0,0 2,0 0,2"), Point2(0.5, 0.5), true));
 
-  EXPECT_TRUE(Algo::valueBetweenLines(0.0, 1.0, 0.5, Point2(0.5, 99)));
   EXPECT_TRUE(Algo::valueBetweenLines(Point2(1, 5), Point2(2, 7), 0.5, Point2(1, 7)));
 }
 
