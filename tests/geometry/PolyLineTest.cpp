@@ -288,9 +288,8 @@ TEST(PolyLine, ContainmentAgreesWithCrossingParity)
 TEST(PolyLine, ContainmentOnTheBoundaryIsTheCallers)
 {
   const Line2 square = line("0,0 2,0 2,2 0,2 closed");
-  const std::tuple<double, double, bool> rows[] = {
-      {0.0, 0.0, true}, {1.0, 0.0, true}, {0.0, 1.0, true}, {2.0 + 1e-7, 2.0, true}, {2.1, 2.0, false}};
-  for (const auto& [x, y, onBoundary] : rows) {
+  for (const auto& [x, y, onBoundary] :
+       {std::tuple(0.0, 0.0, true), {1.0, 0.0, true}, {0.0, 1.0, true}, {2.0 + 1e-7, 2.0, true}, {2.1, 2.0, false}}) {
     SCOPED_TRACE(testing::Message() << x << ' ' << y);
     EXPECT_EQ(square.hasPointInside(x, y, true, 1e-12), onBoundary);
     EXPECT_FALSE(square.hasPointInside(x, y, false, 1e-12));
