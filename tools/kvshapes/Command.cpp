@@ -1,7 +1,6 @@
 #include "Command.h"
 
 #include "geometry/KvFileParser.h"
-#include "geometry/ShapecoreIO.h"
 #include "platform/kvfile/FileName.h"
 #include "platform/kvfile/KvIfstream.h"
 
@@ -25,41 +24,33 @@ constexpr double largestCoordinate = 1e70; // products of four of them must be f
   throw InputError(line > 0 ? fmt::format("{}:{}: {}", file, line, message) : fmt::format("{}: {}", file, message));
 }
 
-// Runs a read that fills the status; a raise or an early end becomes one message with file and line.
+// Some editors write it before the first word, where it would hide a keyword.
+void skipByteOrderMark(std::istream& stream)
+{
+  for (const int expected : {0xEF, 0xBB, 0xBF})
+    if (stream.peek() == expected) stream.get();
+}
+
+// Runs a read by the parser of the text format; a raise or an early end becomes one message with file and line.
 template <class Read>
 auto readWhole(const std::string& file, Read read)
 {
   std::error_code ignored;
   if (std::filesystem::is_directory(file, ignored)) fail(file, 0, "is a directory, not a file");
-  TextImportStatus status;
+  KvIfstream stream{FileName(file)};
+  if (!stream.is_open()) fail(file, 0, "could not be opened");
+  skipByteOrderMark(stream);
+  KvFileParser parser(stream);
   try {
-    auto result = read(status);
+    auto result = read(parser);
+    const TextImportStatus& status = parser.getStatus();
     if (!status.complete) fail(file, status.line, "a row that can't be read ends the file here");
     return result;
   } catch (const InputError&) {
     throw;
   } catch (const std::exception& error) {
-    fail(file, status.line, error.what());
+    fail(file, parser.getStatus().line, error.what());
   }
-}
-
-// Runs a read by the parser of the text format.
-template <class Read>
-auto parseWhole(const std::string& file, Read read)
-{
-  return readWhole(file, [&](TextImportStatus& status) {
-    KvIfstream stream{FileName(file)};
-    if (!stream.is_open()) fail(file, 0, "could not be opened");
-    KvFileParser parser(stream);
-    try {
-      auto result = read(parser);
-      status = parser.getStatus();
-      return result;
-    } catch (...) {
-      status = parser.getStatus();
-      throw;
-    }
-  });
 }
 
 bool isUsable(double coordinate) { return std::abs(coordinate) <= largestCoordinate; }
@@ -70,8 +61,11 @@ bool isUsable(const Vector<double, 3>& v) { return isUsable(v.x()) && isUsable(v
 
 std::shared_ptr<Mesh> readMesh(const std::string& file)
 {
-  auto mesh =
-      readWhole(file, [&](TextImportStatus& status) { return ShapecoreIO::importMesh(FileName(file), &status); });
+  const auto mesh = readWhole(file, [](KvFileParser& parser) {
+    auto result = std::make_shared<Mesh>();
+    parser.readMesh(*result);
+    return result;
+  });
   if (mesh->numberOfTriangles() == 0)
     fail(file, 0, "holds no mesh: \"points\" and \"facets\" with their rows are needed");
   for (auto vertex = mesh->beginVertex(); vertex != mesh->endVertex(); ++vertex)
@@ -83,7 +77,7 @@ std::shared_ptr<Mesh> readMesh(const std::string& file)
 std::vector<Point3N> readPoints(const std::string& file)
 {
   std::vector<Point3N> points;
-  for (const auto& collection : parseWhole(file, [](KvFileParser& parser) { return parser.readPoints(); }))
+  for (const auto& collection : readWhole(file, [](KvFileParser& parser) { return parser.readPoints(); }))
     points.insert(points.end(), collection->begin(), collection->end());
   if (points.empty()) fail(file, 0, "holds no points: \"poly3d\" or \"projpoints\" with their rows are needed");
   for (const Point3N& point : points)
@@ -94,7 +88,7 @@ std::vector<Point3N> readPoints(const std::string& file)
 std::vector<PolyLine<Point3N>> readPolyLines(const std::string& file)
 {
   std::vector<PolyLine<Point3N>> lines;
-  for (const auto& read : parseWhole(file, [](KvFileParser& parser) { return parser.readPolyLine(); })) {
+  for (const auto& read : readWhole(file, [](KvFileParser& parser) { return parser.readPolyLine(); })) {
     PolyLine<Point3N> line(read->numberOfPoints(), read->getTolerance());
     line.setClosed(read->isClosed());
     for (const Point3NT& point : *read) {
