@@ -2,24 +2,39 @@
 
 #include <fmt/core.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <exception>
 #include <string>
+#include <vector>
 
 namespace {
 
 constexpr int failed = 1;
 constexpr int wrongUsage = 2;
 
-// The commands that were understood before the line went wrong.
-std::string understood(const CLI::App& app)
+// One line, whatever stands in arguments and names of files.
+int complain(int code, std::string text)
+{
+  std::replace_if(
+      text.begin(), text.end(), [](unsigned char c) { return c < ' ' || c == 0x7f; }, '?');
+  fmt::print(stderr, "kvshapes: {}\n", text);
+  return code;
+}
+
+// Names the commands that were understood before the line went wrong.
+int complain(const CLI::ParseError& error, const CLI::App& app)
 {
   std::string names = app.get_name();
-  for (const CLI::App* last = &app; !last->get_subcommands().empty();) {
+  const CLI::App* last = &app;
+  while (!last->get_subcommands().empty()) {
     last = last->get_subcommands().front();
     names += ' ' + last->get_name();
   }
-  return names;
+  const std::vector<std::string> left = app.remaining(true);
+  const bool wantsCommand = last->get_require_subcommand_min() > 0;
+  const std::string reason = wantsCommand && !left.empty() ? left.front() + " isn't understood" : error.what();
+  return complain(wrongUsage, fmt::format("{}; see {} --help", reason, names));
 }
 
 int run(int argc, char** argv)
@@ -29,7 +44,8 @@ int run(int argc, char** argv)
   app.add_flag("--json", asJson, "Write the answer as JSON");
   app.require_subcommand(1);
   app.fallthrough();
-  app.footer("Exit codes: 0 answered, 1 the input can't be used, 2 the command line can't be understood.");
+  app.footer("Every command takes --json.\n"
+             "Exit codes: 0 answered, 1 the input can't be used, 2 the command line can't be understood.");
   Kavrel::Tool::addInfo(app, asJson);
   Kavrel::Tool::addNearest(app, asJson);
   Kavrel::Tool::addRay(app, asJson);
@@ -41,8 +57,7 @@ int run(int argc, char** argv)
   } catch (const CLI::Success& help) {
     return app.exit(help);
   } catch (const CLI::ParseError& error) {
-    fmt::print(stderr, "kvshapes: {}; see {} --help\n", error.what(), understood(app));
-    return wrongUsage;
+    return complain(error, app);
   }
   return 0;
 }
@@ -54,10 +69,8 @@ int main(int argc, char** argv)
   try {
     return run(argc, argv);
   } catch (const Kavrel::Tool::UsageError& error) {
-    fmt::print(stderr, "kvshapes: {}\n", error.what());
-    return wrongUsage;
+    return complain(wrongUsage, error.what());
   } catch (const std::exception& error) {
-    fmt::print(stderr, "kvshapes: {}\n", error.what());
-    return failed;
+    return complain(failed, error.what());
   }
 }
