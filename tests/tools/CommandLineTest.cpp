@@ -117,11 +117,13 @@ TEST_F(CommandLine, WorksOnPolylines)
   write("square.txt", square);
   write("tiny.txt", "poly3d\n0 0 0 0\n1 2e-4 2e-4 0\n2 2e-4 0 0\n3 0 2e-4 0\n");
   write("hook.txt", "poly3d\n0 -1 1 5\n1 2 1 5\n2 2 -1 5\n");
+  write("marked.txt", std::string("\xef\xbb\xbf") + square); // as some editors begin a file
   const Row rows[] = {
       {"square.txt info --json",
        {"\"points\": 4", "\"length\": 16.0", "\"area\": 16.0", "\"orientation\": \"counter-clockwise\"",
         "\"planar\": true", "\"self crossings\": 0"}},
       {"tiny.txt info", {"no      0.000765685425", "-            1\n"}},
+      {"marked.txt info --json", {"\"points\": 4"}},
       {"tiny.txt intersect", {"count  1\n", "0.0001 0.0001 0\n"}},
       {"hook.txt thin --tolerance 3 --json", {"\"points after\": 2", "\"largest deviation\": 1.66410058"}},
       {"square.txt offset --distance 1 --tolerance 1e-6", {"16           35.14159"}},
@@ -202,9 +204,9 @@ TEST_F(CommandLine, RefusesWhatItCannotUnderstand)
   write("square.txt", square);
   expectRefused(2, {"polyline square.txt", "polyline bogus", "polyline square.txt info --out ''",
                     "polyline square.txt info --svg -", "polyline square.txt thin --tolerance 1 --svg a --out a",
-                    "polyline square.txt intersect --with ''", "polyline square.txt thin --tolerance 0",
-                    "polyline square.txt split --at 9", "polyline square.txt split --at 1 --point 0,0,0",
-                    "polyline square.txt offset --distance nan",
+                    "polyline square.txt info --svg ./square.txt", "polyline square.txt intersect --with ''",
+                    "polyline square.txt thin --tolerance 0", "polyline square.txt split --at 9",
+                    "polyline square.txt split --at 1 --point 0,0,0", "polyline square.txt offset --distance nan",
                     "polyline square.txt offset --distance 1 --tolerance 1e-20",
                     "polyline square.txt resample --length 1e-12", "polyline square.txt info --drop w",
                     "polyline square.txt intersect --plane 0,0,0,1"});

@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <iostream>
 #include <locale>
+#include <system_error>
 
 namespace Kavrel::Tool {
 
@@ -46,7 +48,7 @@ void writeLines(std::ostream& stream, const Outcome& outcome)
 {
   stream.imbue(std::locale::classic());
   for (const Line& line : outcome.lines)
-    PolyLineDump::toStream(line, stream, PolyNormalDumpMode::PointsOnly, true, false);
+    if (!line.isEmpty()) PolyLineDump::toStream(line, stream, PolyNormalDumpMode::PointsOnly, true, false);
   if (!outcome.marks.empty())
     PolyLineDump::toStream(Line(outcome.marks, 0.1), stream, PolyNormalDumpMode::PointsOnly, true, false);
   stream.flush();
@@ -82,17 +84,30 @@ void refuseEmptyValues(const CLI::App& action)
       if (value.empty()) throw UsageError(option->get_name() + ": a value is needed");
 }
 
-void checkFiles(const LineOptions& options)
+bool isSameFile(const std::string& a, const std::string& b)
+{
+  std::error_code failed;
+  const auto full = [&failed](const std::string& name) {
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(name, failed), failed);
+  };
+  return a == b || std::filesystem::equivalent(a, b, failed) || (full(a) == full(b) && !failed);
+}
+
+void checkFiles(const LineOptions& options, const CLI::App& action)
 {
   if (options.file.empty()) throw UsageError("polyline: FILE is required");
   if (options.svg == "-") throw UsageError("--svg: the name of a file is needed, not \"-\"");
-  if (!options.svg.empty() && (options.svg == options.file || options.svg == options.out))
-    throw UsageError(fmt::format("--svg: {} is the file of the polylines", options.svg));
+  if (options.svg.empty()) return;
+  std::vector<std::string> files{options.file, options.out};
+  if (const CLI::Option* second = action.get_option_no_throw("--with"))
+    files.insert(files.end(), second->results().begin(), second->results().end());
+  for (const std::string& file : files)
+    if (!file.empty() && isSameFile(options.svg, file))
+      throw UsageError(fmt::format("--svg: {} is a file of polylines", options.svg));
 }
 
 void run(const LineOptions& options, const LineAction& action, bool asJson)
 {
-  checkFiles(options);
   const std::vector<NumberedLine> lines = chosenLines(options);
   const View view(options.dropped.front(), lines);
   const Outcome outcome = perform(options, action, lines, view);
@@ -157,6 +172,7 @@ LineCommand::LineCommand(CLI::App& app, const bool& asJsonFlag)
   // Not marked as required: the parser would then take the name of an action for it, also where only help is wanted.
   command->add_option("FILE", options->file, "Polylines in the text format");
   command->require_subcommand(1);
+  command->footer("FILE stands before the action, as in: kvshapes polyline data/coast.txt info.\n" + app.get_footer());
 }
 
 CLI::App* LineCommand::add(const std::string& name, const std::string& description, LineAction action)
@@ -169,6 +185,7 @@ CLI::App* LineCommand::add(const std::string& name, const std::string& descripti
   result->add_option("--out", options->out, "Write the result in the text format to this file, or - for the screen");
   result->callback([result, shared = options, action = std::move(action), &json = asJson] {
     refuseEmptyValues(*result);
+    checkFiles(*shared, *result);
     run(*shared, action, json);
   });
   return result;

@@ -59,6 +59,7 @@ private:
 
 void drawLine(std::ostream& out, const Canvas& canvas, const Line& line, const char* colour)
 {
+  if (line.isEmpty()) return;
   fmt::print(out, "<path stroke=\"{}\" d=\"", colour);
   for (std::size_t i = 0; i < line.numberOfPoints(); ++i) {
     const auto [x, y] = canvas.place(line[i]);
