@@ -78,7 +78,7 @@ PersistenceAccess::PendingPointer PersistenceAccess::loadPointerHead(Persistence
 {
   PendingPointer pending;
   archiver.read_to_address_header(pending.address, pending.end);
-  if (pending.address == 0) return pending;
+  if (pending.address == 0) return {}; // whatever end stands there
 
   unsigned int hash;
   archiver >> hash;
