@@ -248,19 +248,6 @@ bool distance(const Segment<P>& query, const Segment<P>& element, DistanceQueryR
   return true;
 }
 
-bool distance(const Vector<double, 3>& query, const Triangle& element,
-              DistanceQueryResult<Vector<double, 3>, Triangle>& result)
-{
-  const Corners corners(element);
-  const TrianglePlace place = corners.nearestTo(query);
-  const Vector<double, 3> nearest = corners.at(place);
-  if (!result.improve((query - nearest).sqrLength())) return false;
-  result.xi = place.xi;
-  result.eta = place.eta;
-  result.point = nearest;
-  return true;
-}
-
 bool distance(const Plane<double, 3>& query, const Triangle& element,
               DistanceQueryResult<Plane<double, 3>, Triangle>& result)
 {

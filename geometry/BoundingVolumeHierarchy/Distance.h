@@ -1,5 +1,6 @@
 #pragma once
 
+#include "geometry/BoundingVolumeHierarchy/ClosestPoints.h"
 #include "geometry/BoundingVolumeHierarchy/QueryResults.h"
 #include "geometry/BoundingVolumeHierarchy/VolumeTests.h"
 #include "geometry/mesh/Triangle.h"
@@ -66,8 +67,20 @@ KVSHAPES_EXPORT bool distance(const Segment<P>& query, const Segment<P>& element
 
 /// By the region in which the point lies. A degenerate triangle counts as its edges and corners. The point comes
 /// without normal until `post`.
-KVSHAPES_EXPORT bool distance(const Vector<double, 3>& query, const Triangle& element,
-                              DistanceQueryResult<Vector<double, 3>, Triangle>& result);
+inline bool distance(const Vector<double, 3>& query, const Triangle& element,
+                     DistanceQueryResult<Vector<double, 3>, Triangle>& result)
+{
+  const Vector<double, 3>& a = element.getVertexRef(0);
+  const Vector<double, 3>& b = element.getVertexRef(1);
+  const Vector<double, 3>& c = element.getVertexRef(2);
+  const TrianglePlace place = nearestOnTriangle(a, b, c, query);
+  const Vector<double, 3> nearest = pointOnTriangle(a, b, c, place);
+  if (!result.improve((query - nearest).sqrLength())) return false;
+  result.xi = place.xi;
+  result.eta = place.eta;
+  result.point = nearest;
+  return true;
+}
 
 /// 0 where the plane meets the triangle.
 KVSHAPES_EXPORT bool distance(const Plane<double, 3>& query, const Triangle& element,

@@ -33,28 +33,20 @@ public:
   }
 
   /// One bit a triangle, set where it may matter. The triangles stand in four lanes of rows of the given stride.
-  unsigned mayBeWithin(const float* rows, std::uint32_t stride)
+  unsigned mayBeWithin(const float* rows, std::uint32_t stride) { return look(Offsets(point, rows, stride)); }
+
+  /// The same for a caller who never asks what was seen. Most triangles are told by their corners alone: one of them
+  /// lies within the distance, or all lie beyond it, as seen from their centre.
+  unsigned mayBeWithin(const float* rows, std::uint32_t stride, unsigned wanted)
   {
-    using Lanes::Float4;
-    Float4 fromA[3], fromB[3], fromC[3], ab[3], ac[3];
-    for (unsigned i = 0; i < 3; ++i) {
-      fromA[i] = point[i] - Lanes::load(rows + i * stride);
-      fromB[i] = point[i] - Lanes::load(rows + (i + 3) * stride);
-      fromC[i] = point[i] - Lanes::load(rows + (i + 6) * stride);
-      ab[i] = fromA[i] - fromB[i];
-      ac[i] = fromA[i] - fromC[i];
-    }
-    Float4 xi, eta;
-    findNearestPlace(fromA, ab, ac, xi, eta);
-    Float4 r[3];
-    for (unsigned i = 0; i < 3; ++i)
-      r[i] = fromA[i] - xi * ab[i] - eta * ac[i];
-    sqrLength = dot(r, r);
-    const Float4 least = Lanes::smaller(dot(r, fromA), Lanes::smaller(dot(r, fromB), dot(r, fromC)));
-    along = least * least;
-    // Anything that is not a number fails both comparisons, and stays.
-    beyond = least > Float4{};
-    return Lanes::bits(~(beyond & (along > limit * sqrLength + tiny())));
+    const Offsets from(point, rows, stride);
+    const Float4 nearest =
+        Lanes::smaller(dot(from.a, from.a), Lanes::smaller(dot(from.b, from.b), dot(from.c, from.c)));
+    const unsigned within = ~Lanes::bits(nearest > limit);
+    const Float4 middle[3] = {from.a[0] + from.b[0] + from.c[0], from.a[1] + from.b[1] + from.c[1],
+                              from.a[2] + from.b[2] + from.c[2]};
+    if (((within | ~reachesIn(from, middle)) & wanted) == wanted) return within;
+    return look(from);
   }
 
   /// The greatest squared distance at which the nearest of some triangles of the last call may lie.
@@ -78,6 +70,47 @@ public:
 
 private:
   using Float4 = Lanes::Float4;
+
+  /// The ways from the corners of four triangles to the point.
+  struct Offsets
+  {
+    Float4 a[3], b[3], c[3];
+
+    Offsets(const Float4* point, const float* rows, std::uint32_t stride)
+    {
+      for (unsigned i = 0; i < 3; ++i) {
+        a[i] = point[i] - Lanes::load(rows + i * stride);
+        b[i] = point[i] - Lanes::load(rows + (i + 3) * stride);
+        c[i] = point[i] - Lanes::load(rows + (i + 6) * stride);
+      }
+    }
+  };
+
+  unsigned look(const Offsets& from)
+  {
+    Float4 ab[3], ac[3];
+    for (unsigned i = 0; i < 3; ++i) {
+      ab[i] = from.a[i] - from.b[i];
+      ac[i] = from.a[i] - from.c[i];
+    }
+    Float4 xi, eta;
+    findNearestPlace(from.a, ab, ac, xi, eta);
+    Float4 r[3];
+    for (unsigned i = 0; i < 3; ++i)
+      r[i] = from.a[i] - xi * ab[i] - eta * ac[i];
+    return reachesIn(from, r);
+  }
+
+  /// One bit a triangle, cleared where all corners lie beyond the distance along r.
+  unsigned reachesIn(const Offsets& from, const Float4* r)
+  {
+    sqrLength = dot(r, r);
+    const Float4 least = Lanes::smaller(dot(r, from.a), Lanes::smaller(dot(r, from.b), dot(r, from.c)));
+    along = least * least;
+    // Anything that is not a number fails both comparisons, and stays.
+    beyond = least > Float4{};
+    return Lanes::bits(~(beyond & (along > limit * sqrLength + tiny())));
+  }
 
   static Float4 dot(const Float4* a, const Float4* b) { return a[0] * b[0] + a[1] * b[1] + a[2] * b[2]; }
   static Float4 clampToUnit(Float4 t) { return Lanes::smaller(Lanes::greater(t, Float4{}), Lanes::all(1.0F)); }

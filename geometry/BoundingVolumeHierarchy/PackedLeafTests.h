@@ -126,7 +126,9 @@ struct WithinRadiusLeaf<DistanceQueryResult<Vector<double, 3>, Triangle>, Hierar
   {
     testPacked(
         plain.tree, first, end,
-        [this](const float* rows, std::uint32_t stride, unsigned) { return filter.mayBeWithin(rows, stride); },
+        [this](const float* rows, std::uint32_t stride, unsigned inLeaf) {
+          return filter.mayBeWithin(rows, stride, inLeaf);
+        },
         [this](std::uint32_t position) {
           if (count == maximumWaiting) finish();
           __builtin_prefetch(&plain.tree.getElement(position));
