@@ -15,6 +15,17 @@
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
+template <class Element, class Volume, unsigned dim>
+class KdTreeSorter;
+
+/// An element with its id, which fills what the alignment of the element leaves free.
+template <class E>
+struct ElementRecord
+{
+  [[no_unique_address]] E element;
+  std::uint32_t id;
+};
+
 /// Holds the elements of a hierarchy by value, each with the position it had in the source: its id. The build puts them
 /// into leaf order. What an element refers to (the points of a segment, the vertices of a triangle) is borrowed and
 /// must neither go nor move while the hierarchy is used.
@@ -84,12 +95,9 @@ protected:
   }
 
 private:
-  // The id fills what the alignment of the element leaves free.
-  struct Record
-  {
-    [[no_unique_address]] E element;
-    std::uint32_t id;
-  };
+  template <class, class, unsigned>
+  friend class KdTreeSorter;
+  using Record = ElementRecord<E>;
 
   RawArray<Record> records;
   PackedElements<E> packed;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "geometry/BoundingVolumeHierarchy/ElementGeometry.h"
+#include "geometry/BoundingVolumeHierarchy/ElementSetProvider.h"
 #include "geometry/BoundingVolumeHierarchy/Lanes.h"
 #include "geometry/BoundingVolumeHierarchy/MedianSelection.h"
 #include "geometry/BoundingVolumeHierarchy/RawArray.h"
@@ -12,11 +13,13 @@
 #include <cstdint>
 #include <cstring>
 #include <limits>
+#include <type_traits>
 
 namespace Kavrel::BoundingVolumeHierarchy {
 
 /// Sorts the elements of a hierarchy range by range about the median of the axis along which their positions spread
-/// most. Works on positions and indices; the elements themselves stay where they are. Lives during a build only.
+/// most. Works on positions and indices; the elements themselves stay where they are, unless they are nothing but a
+/// position: then they are sorted where they stand. Lives during a build only.
 template <class Element, class Volume, unsigned dim>
 class KdTreeSorter
 {
@@ -25,11 +28,15 @@ public:
   static constexpr std::size_t parallelPositionThreshold = 500000;
   static constexpr std::size_t positionChunk = 100000;
 
+  /// Whether the elements stand in their new order when they have been sorted.
+  static constexpr bool sortsInPlace = std::is_same_v<Element, Vector<double, dim>>;
+
   /// Takes the positions of all elements.
   template <class Hierarchy>
-  explicit KdTreeSorter(const Hierarchy& hierarchy) : positionEntries(hierarchy.numberOfElements())
+  explicit KdTreeSorter(Hierarchy& hierarchy) requires(!sortsInPlace)
+      : ownEntries(hierarchy.numberOfElements()), entries(ownEntries.data())
   {
-    const std::size_t count = positionEntries.size();
+    const std::size_t count = ownEntries.size();
     if (count < parallelPositionThreshold || !ThreadPool::isAvailable()) {
       fill(hierarchy, 0, count);
       return;
@@ -47,34 +54,34 @@ public:
     pool.waitUntilIdle();
   }
 
+  /// Takes the elements themselves.
+  template <class Hierarchy>
+  explicit KdTreeSorter(Hierarchy& hierarchy) requires(sortsInPlace) : entries(hierarchy.records.data())
+  {}
+
   /// Splits the elements `[first, last)`: those before the returned place lie below those behind it on the chosen axis,
   /// the lower axis where spreads are equal. Of an odd number the lower part has one more. Elements that are equal on
   /// the axis may come to either side. The depth has no effect.
   std::uint32_t sort(unsigned first, unsigned last, int)
   {
-    PositionEntry* const entries = positionEntries.data();
     const unsigned axis = longestAxis(first, last);
     selectEntry(entries + first, entries + last, entries + ((first + last) >> 1),
-                [axis](const PositionEntry& entry) { return entry.position[axis]; });
+                [axis](const PositionEntry& entry) { return entry.element[axis]; });
     return (first + last + 1) >> 1;
   }
 
   /// Where the element that now stands at i stood before.
-  std::uint64_t getPosition(std::size_t i) const { return positionEntries[i].index; }
+  std::uint64_t getPosition(std::size_t i) const { return entries[i].id; }
 
 private:
-  struct PositionEntry
-  {
-    Vector<double, dim> position;
-    std::uint32_t index;
-  };
+  using PositionEntry = ElementRecord<Vector<double, dim>>;
 
   template <class Hierarchy>
   void fill(const Hierarchy& hierarchy, std::size_t first, std::size_t last)
   {
     for (std::size_t i = first; i < last; ++i) {
       const auto position = static_cast<std::uint32_t>(i);
-      new (&positionEntries[i]) PositionEntry{positionOf<dim>(hierarchy.getElement(position)), position};
+      new (&entries[i]) PositionEntry{positionOf<dim>(hierarchy.getElement(position)), position};
     }
   }
 
@@ -119,10 +126,10 @@ private:
     // Two extents, of every other entry each: a single one would wait for itself at every step.
     Extent extent, other;
     for (unsigned i = first; i + 1 < last; i += 2) {
-      extent.add(positionEntries[i]);
-      other.add(positionEntries[i + 1]);
+      extent.add(entries[i]);
+      other.add(entries[i + 1]);
     }
-    extent.add(positionEntries[last - 1]);
+    extent.add(entries[last - 1]);
     extent.add(other);
     unsigned longest = 0;
     double length = std::max(extent.along(0), 0.0);
@@ -134,7 +141,8 @@ private:
     return longest;
   }
 
-  RawArray<PositionEntry> positionEntries;
+  RawArray<PositionEntry> ownEntries;
+  PositionEntry* entries;
 };
 
 } // namespace Kavrel::BoundingVolumeHierarchy

@@ -10,6 +10,8 @@ template <class Element, class Volume, unsigned dim>
 class NullSorter
 {
 public:
+  static constexpr bool sortsInPlace = false;
+
   template <class Hierarchy>
   explicit NullSorter(const Hierarchy&)
   {}

@@ -88,7 +88,7 @@ void TopDownPartitioner<Provider, Volume, Sorter, dim>::partition()
   } else {
     subdivide(sorter, 0, 0, count, 0);
   }
-  this->reorder(sorter);
+  if constexpr (!SorterType::sortsInPlace) this->reorder(sorter);
   if (2 * this->nodes.size() < this->nodes.capacity()) decltype(this->nodes)(this->nodes).swap(this->nodes);
   if constexpr (requires { this->preparePacking(); }) this->preparePacking();
   this->createBoundingVolumesBottomUp(this->getNode(0));
