@@ -5,12 +5,12 @@ set -euo pipefail
 
 packages=(
   git g++ cmake ninja-build ccache pkg-config
-  libboost-dev libboost-thread-dev libeigen3-dev librhash-dev libfmt-dev libcli11-dev nlohmann-json3-dev
+  libboost-dev libboost-thread-dev librhash-dev libfmt-dev libcli11-dev nlohmann-json3-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   clang-format-14
 )
 if [ "${1:-}" = peers ]; then
-  packages+=(libcgal-dev libembree-dev libfcl-dev libgeos-dev libgeos++-dev libnanoflann-dev libopenmesh-dev libboost-serialization-dev
+  packages+=(libcgal-dev libeigen3-dev libembree-dev libfcl-dev libgeos-dev libgeos++-dev libnanoflann-dev libopenmesh-dev libboost-serialization-dev
              libocct-foundation-dev libocct-modeling-data-dev libocct-modeling-algorithms-dev)
 fi
 
