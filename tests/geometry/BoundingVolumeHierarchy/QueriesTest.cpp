@@ -242,6 +242,20 @@ TEST(Queries, PairsOfMeshesAgreeWithAScan)
   }
 }
 
+TEST(Queries, NearestPairOfFineMeshesAgreesWithAScan)
+{
+  const Mesh a = Testing::sphere(500);
+  Mesh b = a;
+  b.move(Vector3(3, 2, 0.7)); // so many pairs of leaves are near that they are parted along the gap
+  const MeshTree treeA(a, 1, 30), treeB(b, 1, 30);
+  DistanceQueryResult<Triangle, Triangle> best, scanned;
+  closestPair(treeA, treeB, best);
+  for (std::uint32_t i = 0; i < treeA.numberOfElements(); ++i)
+    for (std::uint32_t j = 0; j < treeB.numberOfElements(); ++j)
+      distance(treeA.getElement(i), treeB.getElement(j), scanned);
+  EXPECT_EQ(best.squareDistance, scanned.squareDistance);
+}
+
 TEST(Queries, OfEquallyNearPairsTheFirstInTraversalOrderStays)
 {
   const Mesh grid = Testing::grid(9, 7);
