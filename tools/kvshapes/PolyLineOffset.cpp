@@ -1,6 +1,7 @@
 #include "PolyLines.h"
 
 #include "geometry/PolyLine2DRoundCornerExpander.h"
+#include "geometry/PolyLineIntersectionAlgorithms.h"
 
 #include <fmt/core.h>
 
@@ -41,11 +42,13 @@ Outcome offset(const Options& options, const std::vector<NumberedLine>& lines, c
     if (!PolyLine2DRoundCornerExpander(seen).expandPolyLine(moved, distance * view.getScale()))
       throw std::runtime_error(fmt::format("polyline {} has fewer than 2 different points", entry.number));
     const double square = view.getScale() * view.getScale();
-    records.push_back({{"line", entry.number},
-                       {"points before", entry.line.numberOfPoints()},
-                       {"points after", moved.numberOfPoints()},
-                       {"area before", seen.getXYArea() / square},
-                       {"area after", moved.getXYArea() / square}});
+    records.push_back(
+        {{"line", entry.number},
+         {"points before", entry.line.numberOfPoints()},
+         {"points after", moved.numberOfPoints()},
+         {"area before", seen.getXYArea() / square},
+         {"area after", moved.getXYArea() / square},
+         {"self crossings", PolyLineIntersectionAlgorithms<Point3N>::getSelfIntersections(moved)->size()}});
     outcome.lines.push_back(view.fromView(moved));
   }
   outcome.report = {{"polylines", std::move(records)}};
@@ -58,7 +61,8 @@ void addLineOffset(LineCommand& command)
 {
   auto options = std::make_shared<Options>();
   CLI::App* action = command.add(
-      "offset", "Moves polylines sideways, with arcs around the corners",
+      "offset",
+      "Moves polylines sideways, with arcs around the corners; bays narrower than the distance give crossings",
       [options](const std::vector<NumberedLine>& lines, const View& view) { return offset(*options, lines, view); });
   action
       ->add_option("--distance", options->distance,
