@@ -100,7 +100,7 @@ public:
   bool normalize(T eps = defaultLengthEps<T>)
   {
     const T norm = length();
-    if (norm >= (eps > safeLow ? eps : safeLow) && norm < safeHigh) {
+    if (norm >= shortest(eps) && norm < safeHigh) {
       *this /= norm;
       return true;
     }
@@ -113,9 +113,8 @@ public:
   /// A copy scaled to unit length; a plain copy where normalize() would fail.
   Vector getNormalized() const
   {
-    Vector copy(*this);
-    copy.normalize();
-    return copy;
+    const T norm = length();
+    return norm >= shortest(defaultLengthEps<T>) && norm < safeHigh ? *this / norm : normalizedByScaling(*this);
   }
 
   /// Whether normalize() would succeed.
@@ -217,6 +216,7 @@ private:
   /// Between these, the square of a length neither overflows nor loses digits by underflow.
   static constexpr T safeLow = std::is_same_v<T, float> ? T(1e-15) : T(1e-140);
   static constexpr T safeHigh = std::is_same_v<T, float> ? T(1e18) : T(1e150);
+  static constexpr T shortest(T eps) { return eps > safeLow ? eps : safeLow; }
   static constexpr bool isSafeLength(T length) { return length > safeLow && length < safeHigh; }
 
   T crossLength(const Vector& b) const requires(dim > 1)
@@ -252,6 +252,12 @@ private:
     const T norm = scaled.length();
     if (!(norm > T(0)) || !std::isfinite(norm) || v.largestComponent() * norm < eps) return Vector();
     return scaled / norm;
+  }
+
+  [[gnu::noinline, gnu::cold]] static Vector normalizedByScaling(Vector v)
+  {
+    v.normalize();
+    return v;
   }
 
   [[gnu::noinline, gnu::cold]] static T angleByScaling(Vector a, Vector b) requires(dim > 1)
