@@ -61,7 +61,6 @@ inline Double2 greater(Double2 a, Double2 b)
 
 /// The absolute value; a NaN stays one.
 inline Float4 size(Float4 a) { return greater(-a, a); }
-inline Double2 size(Double2 a) { return greater(-a, a); }
 
 /// One bit per lane of a comparison, lane 0 lowest.
 template <class Mask>
