@@ -53,6 +53,26 @@ void forEachMesh(const std::function<void(const char*, const Mesh&, const std::v
   call("far from the origin", moved, 2.5e4);
 }
 
+/// The nearest pair of two trees by exact tests of all pairs of leaves on the way.
+struct PlainPairs
+{
+  using Result = DistanceQueryResult<Triangle, Triangle>;
+
+  const MeshTree& treeA;
+  const MeshTree& treeB;
+  Result best;
+
+  bool tooFar(double value) const { return best.found && value >= best.squareDistance; }
+
+  template <class Node>
+  void operator()(const Node& a, const Node& b)
+  {
+    for (std::uint32_t i = a.firstElement(); i < a.endElement(); ++i)
+      for (std::uint32_t j = b.firstElement(); j < b.endElement(); ++j)
+        if (distance(treeA.getElement(i), treeB.getElement(j), best)) best.firstIndex = i, best.secondIndex = j;
+  }
+};
+
 /// The nearest-first walk as plain recursion. `value(volume)` measures a node, `tooFar` prunes, `leaf` takes positions.
 struct Recursion
 {
@@ -254,6 +274,33 @@ TEST(Queries, NearestPairOfFineMeshesAgreesWithAScan)
     for (std::uint32_t j = 0; j < treeB.numberOfElements(); ++j)
       distance(treeA.getElement(i), treeB.getElement(j), scanned);
   EXPECT_EQ(best.squareDistance, scanned.squareDistance);
+}
+
+TEST(Queries, NearestPairOfFineMeshesIsTheFirstOfAPlainWalk)
+{
+  const Mesh sphere = Testing::sphere(2000), hills = Testing::hills(30, 30), grid = Testing::grid(30, 30);
+  const auto tilted = [](double height) {
+    return Testing::gridOf(30, 30, Testing::everyCell,
+                           [height](double x, double y) { return 0.25 * x + 0.125 * y + height; });
+  };
+  const std::tuple<Mesh, Mesh, Vector3> rows[] = {{sphere, sphere, Vector3(1.6, 1, 3.5)},
+                                                  {sphere, Testing::sphere(800, 0.9), Vector3()},
+                                                  {hills, hills, Vector3(0, 0, 0.3)},
+                                                  {grid, grid, Vector3(0.5, 0, 2)},
+                                                  {tilted(0), tilted(1.5), Vector3()}};
+  for (const auto& [a, other, way] : rows)
+    for (const unsigned leafSize : {1U, 8U}) {
+      Mesh b = other;
+      b.move(way);
+      const MeshTree treeA(a, leafSize, 30), treeB(b, leafSize, 30);
+      DistanceQueryResult<Triangle, Triangle> best;
+      closestPair(treeA, treeB, best);
+      PlainPairs plain{treeA, treeB, {}};
+      visitNearestPairs(
+          treeA, treeB, 0, 0, [&plain](double value) { return plain.tooFar(value); }, plain);
+      EXPECT_EQ(best.squareDistance, plain.best.squareDistance);
+      EXPECT_EQ(Pair(best.firstIndex, best.secondIndex), Pair(plain.best.firstIndex, plain.best.secondIndex));
+    }
 }
 
 TEST(Queries, OfEquallyNearPairsTheFirstInTraversalOrderStays)
