@@ -141,6 +141,9 @@ struct NearestLeafPair
   /// Whether nodes at that distance can be left out.
   bool tooFar(double value) const { return result.found && value >= result.squareDistance; }
 
+  /// To be called behind the last pair of leaves.
+  void finish() const {}
+
   template <class NodeA, class NodeB>
   void operator()(const NodeA& a, const NodeB& b) const
   {

@@ -270,6 +270,13 @@ struct NearestLeafPair<HierarchyA, HierarchyB, DistanceQueryResult<Triangle, Tri
     }
   }
 
+  /// Takes the nearest pair known where the walk hasn't come to it: rounding may put narrow triangles nearer than their
+  /// volumes.
+  void finish()
+  {
+    if (known.squareDistance < result.squareDistance) result = known;
+  }
+
 private:
   bool measure(std::uint32_t i, std::uint32_t j, Result& best) const
   {
@@ -304,26 +311,32 @@ private:
   }
 
   /// Goes to and fro between the trees, from one place of the nearest pair known to what is nearest to it in the other
-  /// tree, for as long as that comes nearer.
+  /// tree, for as long as that comes nearer. Looks into no more leaves than were visited so far.
   void approach()
   {
     constexpr unsigned maximumSteps = 32;
+    std::size_t leaves = visited;
     Result pair = known;
-    for (unsigned step = 0; step < maximumSteps; ++step) {
-      const bool nearer = step % 2 == 0 ? measure(pair.firstIndex, nearestTo(treeB, pair.firstPoint), pair)
-                                        : measure(nearestTo(treeA, pair.secondPoint), pair.secondIndex, pair);
+    for (unsigned step = 0; step < maximumSteps && leaves > 0; ++step) {
+      const bool nearer = step % 2 == 0 ? measure(pair.firstIndex, nearestTo(treeB, pair.firstPoint, leaves), pair)
+                                        : measure(nearestTo(treeA, pair.secondPoint, leaves), pair.secondIndex, pair);
       if (!nearer && step > 0) break;
     }
     take(pair);
   }
 
+  /// Of the leaves it looks into, which are taken off the number left.
   template <class Hierarchy>
-  static std::uint32_t nearestTo(const Hierarchy& tree, const Vector<double, 3>& point)
+  static std::uint32_t nearestTo(const Hierarchy& tree, const Vector<double, 3>& point, std::size_t& leaves)
   {
     DistanceQueryResult<Vector<double, 3>, Triangle> nearest;
     NearestLeaf leaf{tree, point, nearest};
     visitNearestFirst(
-        tree, SquareDistanceOfChildren(point), [&leaf](double value) { return leaf.tooFar(value); }, leaf);
+        tree, SquareDistanceOfChildren(point), [&](double value) { return leaves == 0 || leaf.tooFar(value); },
+        [&](std::uint32_t first, std::uint32_t end) {
+          leaf(first, end);
+          --leaves;
+        });
     leaf.finish();
     return nearest.secondIndex;
   }

@@ -130,6 +130,7 @@ void closestPair(const HierarchyA& treeA, const HierarchyB& treeB, Result& resul
   NearestLeafPair leaves{treeA, treeB, result};
   visitNearestPairs(
       treeA, treeB, 0, 0, [&leaves](double value) { return leaves.tooFar(value); }, leaves);
+  leaves.finish();
 }
 
 /// Hands all pairs of element positions to `test(positionA, positionB)` that stand in leaves whose volumes, and those
